@@ -1,0 +1,34 @@
+# tarvix_options: how all of our own code is compiled.
+add_library(tarvix_options INTERFACE)
+target_compile_features(tarvix_options INTERFACE cxx_std_20)
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+if(MSVC)
+  target_compile_options(tarvix_options INTERFACE /W4 /fp:precise /utf-8 /permissive- $<$<BOOL:${TARVIX_WERROR}>:/WX>)
+else()
+  # The convergence search and the ratio test of the registration are defined to the last bit: no
+  # contraction to fused multiply-add, no fast mathematics.
+  target_compile_options(
+    tarvix_options
+    INTERFACE -ffp-contract=off
+              -fno-fast-math
+              -Wall
+              -Wextra
+              -Wpedantic
+              -Wshadow
+              -Wconversion
+              -Wnon-virtual-dtor
+              -Woverloaded-virtual
+              $<$<BOOL:${TARVIX_WERROR}>:-Werror>)
+endif()
+
+# TARVIX_SANITIZE: a list for -fsanitize=, e.g. "address,undefined" or "thread".
+set(TARVIX_SANITIZE "" CACHE STRING "Sanitizers to build everything with")
+if(TARVIX_SANITIZE)
+  add_compile_options(-fsanitize=${TARVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TARVIX_SANITIZE})
+endif()

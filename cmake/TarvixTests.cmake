@@ -1,0 +1,20 @@
+# tarvix_add_test(NAME [LINKS target ...] [DEFINITIONS ...] [SERIAL])
+#
+# tests/<folder>/test_NAME.cpp becomes the program test_NAME and the CTest entry <folder>.NAME.
+# Every test links the module as a host does; LINKS adds the static libraries of operations under test.
+# SERIAL keeps the entry from running beside others (it measures memory or fills a disk).
+function(tarvix_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "LINKS;DEFINITIONS")
+  get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
+  add_executable(test_${name} test_${name}.cpp)
+  target_link_libraries(test_${name} PRIVATE tarvix_test_support ${arg_LINKS})
+  if(arg_DEFINITIONS)
+    target_compile_definitions(test_${name} PRIVATE ${arg_DEFINITIONS})
+  endif()
+  add_test(NAME ${folder}.${name} COMMAND test_${name})
+  # The limit only ends a hang; no test depends on how long it takes.
+  set_tests_properties(${folder}.${name} PROPERTIES TIMEOUT 1500)
+  if(arg_SERIAL)
+    set_tests_properties(${folder}.${name} PROPERTIES RUN_SERIAL TRUE)
+  endif()
+endfunction()
