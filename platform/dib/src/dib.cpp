@@ -1,0 +1,167 @@
+#include <MorvelDib.h>
+#include <MorvelDibTesting.h>
+
+#include "pixels.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+#include <new>
+
+namespace {
+
+std::atomic<long> objects{0};
+std::atomic<long> bitmaps{0};
+std::atomic<long> createToFail{0};
+std::atomic<long> constructionToFail{0};
+
+// Counts down to 0 once; true at the call that reaches it.
+bool isDue(std::atomic<long>& countdown) {
+    long left = countdown;
+    while (left > 0) {
+        if (countdown.compare_exchange_weak(left, left - 1)) {
+            return left == 1;
+        }
+    }
+    return false;
+}
+
+// The header of such a bitmap, or false when there can be none.
+bool describe(BITMAPINFOHEADER& header, int width, int height, int bitCount) {
+    constexpr int bitCounts[] = {1, 4, 8, 16, 24, 32};
+    if (std::find(std::begin(bitCounts), std::end(bitCounts), bitCount) == std::end(bitCounts)) {
+        return false;
+    }
+    if (width <= 0 || height == 0 || height == std::numeric_limits<int>::min()) {
+        return false;
+    }
+    // Users of the bitmap compute its stride in signed 32 bits.
+    const std::int64_t rowBits = std::int64_t{width} * bitCount + 31;
+    if (rowBits > std::numeric_limits<std::int32_t>::max()) {
+        return false;
+    }
+    const std::uint64_t bytes = std::uint64_t{morvel_dib::rowStride(width, bitCount)} *
+                                static_cast<unsigned>(std::abs(height));
+    if (bytes > std::numeric_limits<DWORD>::max()) {
+        return false;
+    }
+    header = {};
+    header.biSize = sizeof header;
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = static_cast<WORD>(bitCount);
+    header.biCompression = BI_RGB;
+    header.biSizeImage = static_cast<DWORD>(bytes);
+    return true;
+}
+
+void fillRamp(RGBQUAD* palette, int count) {
+    for (int i = 0; i < count; ++i) {
+        const auto grey = static_cast<BYTE>(i * 255 / (count - 1));
+        palette[i] = {grey, grey, grey, 0};
+    }
+}
+
+// Moves one axis of the copied rectangle into [0, size) of the source.
+bool clip(std::int64_t& dest, std::int64_t& source, std::int64_t& extent, std::int64_t size) {
+    const std::int64_t before = std::max<std::int64_t>(0, -source);
+    dest += before;
+    source += before;
+    extent = std::min(extent - before, size - source);
+    return extent > 0;
+}
+
+} // namespace
+
+CDib::CDib() : m_hBitmap(nullptr), m_pBits(nullptr), m_bmi() {
+    if (isDue(constructionToFail)) {
+        throw std::bad_alloc();
+    }
+    ++objects;
+}
+
+CDib::~CDib() {
+    if (m_hBitmap != nullptr) {
+        morvel_dib::freePixels({m_hBitmap, m_pBits});
+        --bitmaps;
+    }
+    --objects;
+}
+
+int CDib::CreateGray(int width, int height) {
+    return Create(width, height, 8, nullptr, nullptr);
+}
+
+int CDib::Create(int width, int height, int bitCount, RGBQUAD* palette, CDib* paletteSource) {
+    morvel_dib::BitmapInfo info{};
+    if (isDue(createToFail) || !describe(info.bmiHeader, width, height, bitCount)) {
+        return 0;
+    }
+    if (bitCount <= 8) {
+        const int count = 1 << bitCount;
+        if (palette == nullptr && paletteSource != nullptr && paletteSource->m_hBitmap != nullptr &&
+            paletteSource->m_bmi.bmiHeader.biBitCount == bitCount) {
+            palette = paletteSource->m_bmi.bmiColors;
+        }
+        if (palette != nullptr) {
+            std::copy_n(palette, count, info.bmiColors);
+        } else {
+            fillRamp(info.bmiColors, count);
+        }
+    }
+    const morvel_dib::Pixels pixels = morvel_dib::allocatePixels(info);
+    if (pixels.handle == nullptr) {
+        return 0;
+    }
+    if (m_hBitmap != nullptr) {
+        morvel_dib::freePixels({m_hBitmap, m_pBits});
+        --bitmaps;
+    }
+    m_hBitmap = pixels.handle;
+    m_pBits = pixels.bits;
+    m_bmi = info;
+    ++bitmaps;
+    return 1;
+}
+
+int CDib::BitBlt(HWND window, int xDest, int yDest, int width, int height, int xSrc, int ySrc,
+                 DWORD rop) {
+    if (m_hBitmap == nullptr || window == nullptr || width <= 0 || height <= 0) {
+        return 0;
+    }
+    std::int64_t left = xDest, top = yDest;
+    std::int64_t x = xSrc, y = ySrc;
+    std::int64_t columns = width, rows = height;
+    const bool isVisible = clip(left, x, columns, m_bmi.bmiHeader.biWidth) &&
+                           clip(top, y, rows, std::abs(std::int64_t{m_bmi.bmiHeader.biHeight})) &&
+                           left <= std::numeric_limits<int>::max() &&
+                           top <= std::numeric_limits<int>::max();
+    return morvel_dib::drawPixels(
+        *this, window,
+        isVisible ? morvel_dib::Blit{static_cast<int>(left), static_cast<int>(top),
+                                     static_cast<int>(columns), static_cast<int>(rows),
+                                     static_cast<int>(x), static_cast<int>(y)}
+                  : morvel_dib::Blit{},
+        rop);
+}
+
+namespace morvel_dib_testing {
+
+long liveObjects() {
+    return objects;
+}
+long liveBitmaps() {
+    return bitmaps;
+}
+void failCreate(long nth) {
+    createToFail = nth;
+}
+void failConstruction(long nth) {
+    constructionToFail = nth;
+}
+
+} // namespace morvel_dib_testing
