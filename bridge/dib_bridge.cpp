@@ -1,0 +1,71 @@
+#include "bridge/dib_bridge.h"
+
+#include "bridge/guard.h"
+
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace tarvix {
+
+std::ptrdiff_t storedRowBytes(int width, int bitCount) {
+    // 64 bits, so that a damaged header cannot overflow; equal to the 32-bit value wherever that
+    // exists.
+    const std::int64_t bits = std::int64_t{bitCount} * width + 31;
+    return static_cast<std::ptrdiff_t>((bits >> 3) & ~std::int64_t{3});
+}
+
+DibView viewOf(const CDib& dib) {
+    DibView view;
+    if (dib.m_hBitmap == nullptr) {
+        return view;
+    }
+    const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
+    view.bits = dib.m_pBits;
+    view.width = header.biWidth;
+    view.rows = header.biHeight == INT_MIN ? INT_MAX : std::abs(header.biHeight);
+    view.bitCount = header.biBitCount;
+    view.stride = storedRowBytes(view.width, view.bitCount);
+    return view;
+}
+
+cv::Mat DibToMat(const CDib& dib) {
+    const DibView view = viewOf(dib);
+    if (view.bits == nullptr || (view.bitCount != 8 && view.bitCount != 24)) {
+        return {};
+    }
+    cv::Mat m(view.rows, view.width, view.bitCount == 8 ? CV_8UC1 : CV_8UC3);
+    const std::size_t rowBytes = static_cast<std::size_t>(m.cols) * m.elemSize();
+    for (int r = 0; r < m.rows; ++r) {
+        std::memcpy(m.ptr(r), view.lineFromTop(r), rowBytes);
+    }
+    return m;
+}
+
+CDib* MatToDib(const cv::Mat& m) {
+    return swallowAll<CDib*>(nullptr, [&] {
+        DibPtr dib(new CDib);
+        std::size_t rowBytes = 0;
+        if (m.type() == CV_8UC1) {
+            if (dib->CreateGray(m.cols, m.rows) == 0) {
+                failSilently();
+            }
+            rowBytes = static_cast<std::size_t>(m.cols);
+        } else if (m.type() == CV_8UC3) {
+            if (dib->Create(m.cols, m.rows, 24, nullptr, nullptr) == 0) {
+                failSilently();
+            }
+            rowBytes = static_cast<std::size_t>(m.cols) * 3;
+        }
+        if (rowBytes != 0) {
+            const DibView view = viewOf(*dib);
+            for (int r = 0; r < m.rows; ++r) {
+                std::memcpy(view.lineFromTop(r), m.ptr(r), rowBytes);
+            }
+        }
+        return dib.release();
+    });
+}
+
+} // namespace tarvix

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds Tarvix and shows it at work: a page of before/after pictures made from
+# real photographs. Usage: ./demo.sh [FOLDER]   (default: build/gallery)
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+
+out=${1:-$root/build/gallery}
+install_packages build
+configure_and_build release tarvix_host
+say "gallery: every operation on real photographs"
+"$root/build/release/bin/tarvix" gallery "$out" || die "the gallery is not whole; the lines above say what failed"
+say "done: open $out/index.html in a browser"

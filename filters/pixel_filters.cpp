@@ -1,0 +1,47 @@
+#include "filters/pixel_filters.h"
+
+#include "bridge/guard.h"
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <opencv2/photo.hpp>
+
+namespace tarvix {
+
+cv::Mat loadColour(const std::string& path) {
+    return cv::imread(path, cv::IMREAD_COLOR);
+}
+
+cv::Mat cannyEdges(const cv::Mat& source, double threshold1, double threshold2, int apertureSize,
+                   bool l2Gradient) {
+    CV_Assert(!source.empty()); // not every OpenCV version refuses it
+    cv::Mat edges(source.size(), CV_8UC1);
+    cv::Canny(source, edges, threshold1, threshold2, apertureSize, l2Gradient);
+    return edges;
+}
+
+cv::Mat denoiseColour(const cv::Mat& source, float h, float hColor, int templateWindowSize,
+                      int searchWindowSize) {
+    if (source.empty()) {
+        failSilently();
+    }
+    cv::Mat output(source.size(), source.type());
+    if (output.data == nullptr) {
+        failSilently();
+    }
+    cv::fastNlMeansDenoisingColored(source, output, h, hColor, templateWindowSize,
+                                    searchWindowSize);
+    return output;
+}
+
+cv::Mat subPixelPatch(const cv::Mat& source, cv::Size size, cv::Point2f center) {
+    cv::Mat patch(size, source.type());
+    if (patch.data == nullptr) {
+        failSilently();
+    }
+    CV_Assert(!source.empty()); // OpenCV 4.6 would read through a null pointer
+    cv::getRectSubPix(source, size, center, patch, -1);
+    return patch;
+}
+
+} // namespace tarvix

@@ -1,0 +1,69 @@
+#include "geometry/projective_warp.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cfloat>
+#include <climits>
+#include <cmath>
+
+namespace tarvix {
+
+namespace {
+
+// Truncation towards zero; saturates where the value leaves the range of int, not-a-number gives 0.
+int truncateToInt(double value) {
+    if (std::isnan(value)) {
+        return 0;
+    }
+    return static_cast<int>(std::clamp(value, double{INT_MIN}, double{INT_MAX}));
+}
+
+} // namespace
+
+CornersF cornersFromArray(const double* corners) {
+    CornersF points;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        points[i] = {static_cast<float>(corners[2 * i]), static_cast<float>(corners[2 * i + 1])};
+    }
+    return points;
+}
+
+ProjectiveCanvas fitCanvas(const CornersF& from, const CornersF& to) {
+    const cv::Mat canvasFromImage =
+        cv::getPerspectiveTransform(from.data(), to.data(), cv::DECOMP_LU);
+    float minX = FLT_MAX;
+    float minY = FLT_MAX;
+    // FLT_MIN, the smallest positive float, on purpose: with every coordinate negative the box ends
+    // at 0.
+    float maxX = FLT_MIN;
+    float maxY = FLT_MIN;
+    for (const cv::Point2f& p : to) {
+        minX = std::min(minX, p.x);
+        minY = std::min(minY, p.y);
+        maxX = std::max(maxX, p.x);
+        maxY = std::max(maxY, p.y);
+    }
+    const cv::Matx33d toOrigin(1, 0, -static_cast<double>(minX), //
+                               0, 1, -static_cast<double>(minY), //
+                               0, 0, 1);
+    ProjectiveCanvas canvas;
+    canvas.canvasFromImage = cv::Mat(cv::Mat(toOrigin) * canvasFromImage);
+    canvas.size = {truncateToInt(static_cast<double>(maxX - minX) + 0.5),
+                   truncateToInt(static_cast<double>(maxY - minY) + 0.5)};
+    CV_Assert(canvas.size.width >= 0 && canvas.size.height >= 0);
+    return canvas;
+}
+
+cv::Mat warpOntoCanvas(const cv::Mat& picture, const ProjectiveCanvas& canvas) {
+    cv::Mat warped;
+    cv::warpPerspective(picture, warped, canvas.canvasFromImage, canvas.size, cv::INTER_LINEAR,
+                        cv::BORDER_CONSTANT, cv::Scalar(0, 0, 0, 0));
+    return warped;
+}
+
+cv::Mat coverageOnCanvas(cv::Size pictureSize, const ProjectiveCanvas& canvas) {
+    return warpOntoCanvas(cv::Mat(pictureSize, CV_8UC1, cv::Scalar(255, 255, 255, 0)), canvas);
+}
+
+} // namespace tarvix

@@ -1,0 +1,58 @@
+#include "host/arguments.h"
+
+#include <charconv>
+
+namespace host {
+
+namespace {
+
+// std::from_chars, so that no locale turns a point into a comma.
+double parseNumber(const std::string& text, const std::string& whole) {
+    double value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc{} || stop != end) {
+        throw CLI::ValidationError("'" + whole + "' is not a point; write x,y (pixels)");
+    }
+    return value;
+}
+
+} // namespace
+
+std::array<double, 2> parsePoint(const std::string& text) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string::npos) {
+        throw CLI::ValidationError("'" + text + "' is not a point; write x,y (pixels)");
+    }
+    return {parseNumber(text.substr(0, comma), text), parseNumber(text.substr(comma + 1), text)};
+}
+
+CLI::Option* addCorners(CLI::App& command, const std::string& name, std::array<double, 8>& corners,
+                        const std::string& help) {
+    const auto read = [&corners](const std::vector<std::string>& points) {
+        for (std::size_t i = 0; i < 4; ++i) {
+            const auto [x, y] = parsePoint(points[i]);
+            corners[2 * i] = x;
+            corners[2 * i + 1] = y;
+        }
+        return true;
+    };
+    return command.add_option(name, read, help + ": x,y x,y x,y x,y (pixels, origin top left)")
+        ->type_name("POINT")
+        ->expected(4);
+}
+
+void addInOut(CLI::App& command, std::string& in, std::string& out) {
+    command.add_option("IN", in, "Picture file to read")->required();
+    command
+        .add_option(
+            "-o,--out", out,
+            "Picture file to write; the extension chooses the format (png, jpg, bmp, tif ...)")
+        ->required();
+}
+
+void addGray(CLI::App& command, bool& gray) {
+    command.add_flag("--gray", gray, "Hand over an 8-bit grey bitmap instead of a 24-bit one");
+}
+
+} // namespace host

@@ -1,0 +1,140 @@
+#include "host/arguments.h"
+#include "host/commands.h"
+#include "host/host.h"
+#include "host/pictures.h"
+
+#include <tarvix/tarvix.h>
+
+#include <memory>
+
+namespace host {
+
+namespace {
+
+void addLoad(CLI::App& app) {
+    struct Options {
+        std::string in, out;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* command =
+        app.add_subcommand("load", "Load a picture file into a bitmap and write it");
+    addInOut(*command, o->in, o->out);
+    command->callback([o] { savePicture(*loadPicture(o->in, false), o->out); });
+}
+
+void addCanny(CLI::App& app) {
+    struct Options {
+        std::string in, out;
+        bool gray = false, l2 = false;
+        double low = 50, high = 150;
+        int aperture = 3;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* command =
+        app.add_subcommand("canny", "Edges by Canny's method, as a black and white picture");
+    addInOut(*command, o->in, o->out);
+    addGray(*command, o->gray);
+    command->add_option("--low", o->low, "Lower hysteresis threshold (gradient units)")
+        ->capture_default_str();
+    command->add_option("--high", o->high, "Upper hysteresis threshold (gradient units)")
+        ->capture_default_str();
+    command->add_option("--aperture", o->aperture, "Sobel aperture: 3, 5 or 7")
+        ->capture_default_str();
+    command->add_flag("--l2", o->l2, "Measure the gradient by the L2 norm instead of L1");
+    command->callback([o] {
+        const Picture in = loadPicture(o->in, o->gray);
+        const Picture out = take(tx_Canny(*in, o->low, o->high, o->aperture, o->l2 ? 1 : 0),
+                                 "no bitmap could be made for the edges");
+        savePicture(*out, o->out);
+    });
+}
+
+void addDenoise(CLI::App& app) {
+    struct Options {
+        std::string in, out;
+        bool gray = false;
+        float h = 3, hColor = 3;
+        int templateWindow = 7, searchWindow = 21;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand("denoise", "Remove colour noise by non-local means");
+    addInOut(*command, o->in, o->out);
+    addGray(*command, o->gray);
+    command->add_option("--strength", o->h, "Luminance strength (grey levels, 0 and up)")
+        ->capture_default_str();
+    command->add_option("--color-strength", o->hColor, "Colour strength (0 and up)")
+        ->capture_default_str();
+    command->add_option("--template", o->templateWindow, "Template window (pixels, odd)")
+        ->capture_default_str();
+    command
+        ->add_option("--search", o->searchWindow,
+                     "Search window (pixels, odd; time grows with its square)")
+        ->capture_default_str();
+    command->callback([o] {
+        const Picture in = loadPicture(o->in, o->gray);
+        const Picture out =
+            take(tx_Denoise(*in, o->h, o->hColor, o->templateWindow, o->searchWindow),
+                 "the picture cannot be denoised");
+        savePicture(*out, o->out);
+    });
+}
+
+void addPatch(CLI::App& app) {
+    struct Options {
+        std::string in, out, center;
+        bool gray = false;
+        int width = 0, height = 0;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand(
+        "patch", "Cut out a patch around a centre given to a fraction of a pixel");
+    addInOut(*command, o->in, o->out);
+    addGray(*command, o->gray);
+    command->add_option("--width", o->width, "Patch width (pixels, 1 and up)")->required();
+    command->add_option("--height", o->height, "Patch height (pixels, 1 and up)")->required();
+    command->add_option("--center", o->center, "Centre x,y (pixels, origin top left)")->required();
+    command->callback([o] {
+        const auto [x, y] = parsePoint(o->center);
+        const Picture in = loadPicture(o->in, o->gray);
+        const Picture out = take(tx_getRectSubPix(*in, o->width, o->height, static_cast<float>(x),
+                                                  static_cast<float>(y)),
+                                 "a patch of that size cannot be made");
+        savePicture(*out, o->out);
+    });
+}
+
+} // namespace
+
+void addFilterCommands(CLI::App& app) {
+    addLoad(app);
+    addCanny(app);
+    addDenoise(app);
+    addPatch(app);
+}
+
+std::vector<GalleryEntry> filterGallery() {
+    return {
+        {"Edges",
+         "Canny's edges of a house front.",
+         {"canny", "PHOTOS/home.jpg", "-o", "OUT/canny.png", "--low", "80", "--high", "200"},
+         {"PHOTOS/home.jpg"},
+         {"OUT/canny.png"},
+         {}},
+        {"Colour denoising",
+         "Non-local means take the grain out and leave the edges.",
+         {"denoise", "PHOTOS/fruits.jpg", "-o", "OUT/denoise.png", "--strength", "8",
+          "--color-strength", "10"},
+         {"PHOTOS/fruits.jpg"},
+         {"OUT/denoise.png"},
+         {}},
+        {"Sub-pixel patch",
+         "A face cut out around a centre that lies between pixels.",
+         {"patch", "PHOTOS/messi5.jpg", "-o", "OUT/patch.png", "--width", "160", "--height", "160",
+          "--center", "245.5,110.25"},
+         {"PHOTOS/messi5.jpg"},
+         {"OUT/patch.png"},
+         {}},
+    };
+}
+
+} // namespace host

@@ -1,0 +1,88 @@
+#include "bridge/guard.h"
+
+#include "tests/support/test_host.h"
+
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+
+namespace {
+
+using namespace tarvix;
+
+const auto raiseCv = []() -> int { CV_Error(cv::Error::StsBadArg, "the text"); };
+const auto raiseStd = []() -> int { throw std::runtime_error("other"); };
+const auto raiseInt = []() -> int { failSilently(); };
+const auto succeed = [] { return 7; };
+
+std::string whatOf(const std::function<int()>& body) {
+    try {
+        body();
+    } catch (const cv::Exception& e) {
+        return e.what();
+    }
+    return "";
+}
+
+class Guard : public testing::Test {
+protected:
+    test::TestHost host;
+};
+
+TEST_F(Guard, SuccessPassesThroughEveryVariant) {
+    EXPECT_EQ(showCvSwallowRest<int>(0, succeed), 7);
+    EXPECT_EQ(showCvPassRest<int>(0, succeed), 7);
+    EXPECT_EQ(swallowAll<int>(0, succeed), 7);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(Guard, OpenCvTextIsShownOnceWithStyleAndHelpZero) {
+    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseCv), -1);
+    ASSERT_EQ(host.messages.size(), 1U);
+    EXPECT_EQ(host.messages[0].type, 0U);
+    EXPECT_EQ(host.messages[0].helpId, 0U);
+    EXPECT_THAT(host.messages[0].text, testing::HasSubstr("the text"));
+    EXPECT_THAT(host.messages[0].text, testing::StartsWith("OpenCV("));
+    EXPECT_EQ(showCvPassRest<int>(-2, raiseCv), -2);
+    EXPECT_EQ(host.messages.size(), 2U);
+}
+
+TEST_F(Guard, TheTextIsWhatItself) {
+    const std::string expected = whatOf(raiseCv);
+    ASSERT_FALSE(expected.empty());
+    showCvSwallowRest<int>(0, raiseCv);
+    EXPECT_EQ(host.messages.at(0).text, expected);
+}
+
+TEST_F(Guard, TheRestEndsSilently) {
+    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseStd), -1);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseInt), -1);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseInt, [] { return 5; }), 5);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseStd, [] { return 5; }), 5);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(Guard, OnlyTheOtherKindsUseTheirOwnResult) {
+    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseCv, [] { return 5; }), -1);
+}
+
+TEST_F(Guard, TheRestPassesOutWhereTheVariantSaysSo) {
+    EXPECT_THROW(showCvPassRest<int>(0, raiseStd), std::runtime_error);
+    EXPECT_THROW(showCvPassRest<int>(0, raiseInt), int);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(Guard, SwallowAllIsSilentForAll) {
+    EXPECT_EQ(swallowAll<int>(-1, raiseCv), -1);
+    EXPECT_EQ(swallowAll<int>(-1, raiseStd), -1);
+    EXPECT_EQ(swallowAll<int>(-1, raiseInt), -1);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST(OrFail, NullIsAnExpectedFailure) {
+    int x = 1;
+    EXPECT_EQ(orFail(&x), &x);
+    EXPECT_THROW(orFail<int>(nullptr), int);
+}
+
+} // namespace

@@ -1,0 +1,261 @@
+// tx_LoadFile, tx_Canny, tx_Denoise and tx_getRectSubPix, called as a host calls them.
+#include <tarvix/tarvix.h>
+
+#include "tests/support/pictures.h"
+#include "tests/support/test_host.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <opencv2/photo.hpp>
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using test::Dib;
+using test::identical;
+using testing::HasSubstr;
+
+// Every test of an export checks that nothing stays behind and says which messages were shown.
+class Export : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before); }
+    test::TestHost host;
+
+private:
+    long m_before = morvel_dib_testing::liveObjects();
+};
+
+using LoadFile = Export;
+using Canny = Export;
+using Denoise = Export;
+using GetRectSubPix = Export;
+
+// ---- tx_LoadFile
+
+TEST_F(LoadFile, ColourFileIsLoadedAsItIs) {
+    const test::TempFolder folder;
+    const cv::Mat picture = test::noise(13, 7, CV_8UC3);
+    cv::imwrite(folder / "a b.png", picture);
+    const Dib dib(tx_LoadFile((folder / "a b.png").c_str()));
+    ASSERT_NE(dib, nullptr);
+    EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 24);
+    EXPECT_TRUE(identical(test::matOf(*dib), picture));
+}
+
+TEST_F(LoadFile, GreyAndSixteenBitFilesGiveTwentyFourBits) {
+    const test::TempFolder folder;
+    cv::imwrite(folder / "grey.png", test::noise(5, 9, CV_8UC1));
+    cv::imwrite(folder / "deep.png", cv::Mat(5, 9, CV_16UC3, cv::Scalar(1000, 30000, 65535)));
+    cv::imwrite(folder / "deepgrey.png", cv::Mat(5, 9, CV_16UC1, cv::Scalar(30000)));
+    for (const char* name : {"grey.png", "deep.png", "deepgrey.png"}) {
+        const Dib dib(tx_LoadFile((folder / name).c_str()));
+        ASSERT_NE(dib, nullptr) << name;
+        EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 24) << name;
+        EXPECT_EQ(test::matOf(*dib).size(), cv::Size(9, 5)) << name;
+    }
+}
+
+TEST_F(LoadFile, WhatIsNotAPictureGivesNullSilently) {
+    const test::TempFolder folder;
+    std::ofstream(folder / "text.jpg") << "no picture\n";
+    std::ofstream(folder / "empty.png");
+    std::filesystem::create_directory(folder / "folder.png");
+    for (const std::string& path : {folder / "missing.png", folder / "text.jpg",
+                                    folder / "empty.png", folder / "folder.png", std::string()}) {
+        EXPECT_EQ(tx_LoadFile(path.c_str()), nullptr) << path;
+    }
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(LoadFile, TruncatedPhotographGivesNullOrAWholeBitmap) {
+    const test::TempFolder folder;
+    std::vector<unsigned char> bytes;
+    cv::imencode(".jpg", test::scene(60, 80), bytes);
+    for (const std::size_t keep : {std::size_t{2}, std::size_t{20}, bytes.size() / 2}) {
+        std::ofstream(folder / "cut.jpg", std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(keep));
+        const Dib dib(tx_LoadFile((folder / "cut.jpg").c_str()));
+        if (dib != nullptr) {
+            EXPECT_EQ(test::matOf(*dib).size(), cv::Size(80, 60));
+        }
+    }
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(LoadFile, RefusedCreateGivesNull) {
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(tx_LoadFile(test::photoPath("home.jpg").c_str()), nullptr);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+// ---- tx_Canny
+
+TEST_F(Canny, EqualsTheBareCallForBothDepths) {
+    for (const bool grey : {false, true}) {
+        const cv::Mat picture = test::photo("home.jpg", grey);
+        cv::Mat expected;
+        cv::Canny(picture, expected, 40.5, 120.25, 5, false);
+        const Dib source = test::dibOf(picture);
+        const Dib dib(tx_Canny(*source, 40.5, 120.25, 5, 0));
+        ASSERT_NE(dib, nullptr);
+        EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 8);
+        EXPECT_TRUE(identical(test::matOf(*dib), expected));
+        EXPECT_TRUE(identical(test::matOf(*source), picture)) << "the input was changed";
+    }
+}
+
+TEST_F(Canny, AnyNonZeroFlagSelectsTheL2Norm) {
+    const cv::Mat picture = test::photo("home.jpg");
+    const Dib source = test::dibOf(picture);
+    const Dib l1(tx_Canny(*source, 50, 150, 3, 0));
+    const Dib one(tx_Canny(*source, 50, 150, 3, 1));
+    const Dib five(tx_Canny(*source, 50, 150, 3, 5));
+    const Dib minus(tx_Canny(*source, 50, 150, 3, -1));
+    EXPECT_TRUE(identical(test::matOf(*five), test::matOf(*one)));
+    EXPECT_TRUE(identical(test::matOf(*minus), test::matOf(*one)));
+    EXPECT_FALSE(identical(test::matOf(*l1), test::matOf(*one)));
+}
+
+TEST_F(Canny, ColourIsNotTurnedToGreyFirst) {
+    // Red on blue of equal luminance: invisible in grey, an edge in colour.
+    cv::Mat picture(40, 40, CV_8UC3, cv::Scalar(255, 0, 0));
+    picture.colRange(20, 40).setTo(cv::Scalar(0, 0, 97));
+    cv::Mat grey;
+    cv::cvtColor(picture, grey, cv::COLOR_BGR2GRAY);
+    ASSERT_EQ(grey.at<unsigned char>(0, 0), grey.at<unsigned char>(0, 39));
+    const Dib dib(tx_Canny(*test::dibOf(picture), 100, 200, 3, 0));
+    EXPECT_GT(cv::countNonZero(test::matOf(*dib)), 0);
+}
+
+TEST_F(Canny, WhatOpenCvRefusesPassesOutToTheHost) {
+    const CDib never;
+    EXPECT_THROW(tx_Canny(const_cast<CDib&>(never), 1, 2, 3, 0), cv::Exception);
+    for (const int bits : {1, 4, 16, 32}) {
+        EXPECT_THROW(tx_Canny(*test::makeDib(8, 8, bits), 1, 2, 3, 0), cv::Exception) << bits;
+    }
+    const Dib good = test::makeDib(8, 8, 24);
+    for (const int aperture : {0, 2, 4, 8, 9, -3}) {
+        EXPECT_THROW(tx_Canny(*good, 1, 2, aperture, 0), cv::Exception) << aperture;
+    }
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(Canny, RefusedCreateGivesNull) {
+    const Dib source = test::makeDib(8, 8, 24);
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(tx_Canny(*source, 1, 2, 3, 0), nullptr);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(Canny, TopDownBitmapIsTakenUpsideDown) {
+    const Dib source = test::makeDib(30, -20, 8, 0);
+    std::memset(source->m_pBits, 255, 5 * 32); // five top lines white
+    const Dib dib(tx_Canny(*source, 50, 100, 3, 0));
+    const cv::Mat edges = test::matOf(*dib);
+    EXPECT_EQ(cv::countNonZero(edges.rowRange(0, 10)), 0);
+    EXPECT_GT(cv::countNonZero(edges.rowRange(10, 20)), 0);
+}
+
+TEST_F(Canny, OnePixel) {
+    const Dib dib(tx_Canny(*test::makeDib(1, 1, 24), 50, 150, 3, 0));
+    ASSERT_NE(dib, nullptr);
+    EXPECT_EQ(test::matOf(*dib).size(), cv::Size(1, 1));
+}
+
+// ---- tx_Denoise
+
+TEST_F(Denoise, EqualsTheBareCall) {
+    const cv::Mat picture = test::noise(24, 33, CV_8UC3);
+    cv::Mat expected;
+    cv::fastNlMeansDenoisingColored(picture, expected, 4.5F, 9.25F, 5, 11);
+    const Dib dib(tx_Denoise(*test::dibOf(picture), 4.5F, 9.25F, 5, 11));
+    ASSERT_NE(dib, nullptr);
+    EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 24);
+    EXPECT_TRUE(identical(test::matOf(*dib), expected));
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(Denoise, GreyBitmapShowsOpenCvsMessage) {
+    EXPECT_EQ(tx_Denoise(*test::makeDib(8, 8, 8), 3, 3, 7, 21), nullptr);
+    ASSERT_EQ(host.messages.size(), 1U);
+    EXPECT_THAT(host.messages[0].text, HasSubstr("Type of input image should be CV_8UC3"));
+    EXPECT_EQ(host.messages[0].type, 0U);
+    EXPECT_EQ(host.messages[0].helpId, 0U);
+}
+
+TEST_F(Denoise, OtherDepthsGiveNullSilently) {
+    CDib never;
+    EXPECT_EQ(tx_Denoise(never, 3, 3, 7, 21), nullptr);
+    for (const int bits : {1, 4, 16, 32}) {
+        EXPECT_EQ(tx_Denoise(*test::makeDib(8, 8, bits), 3, 3, 7, 21), nullptr) << bits;
+    }
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(Denoise, RefusedCreateGivesNullSilently) {
+    const Dib source = test::makeDib(8, 8, 24);
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(tx_Denoise(*source, 3, 3, 3, 5), nullptr);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+// ---- tx_getRectSubPix
+
+TEST_F(GetRectSubPix, EqualsTheBareCallForBothDepths) {
+    for (const bool grey : {false, true}) {
+        const cv::Mat picture = test::photo("home.jpg", grey);
+        cv::Mat expected;
+        cv::getRectSubPix(picture, {31, 18}, {100.25F, 60.75F}, expected, -1);
+        const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 31, 18, 100.25F, 60.75F));
+        ASSERT_NE(dib, nullptr);
+        EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, grey ? 8 : 24);
+        EXPECT_TRUE(identical(test::matOf(*dib), expected));
+    }
+}
+
+TEST_F(GetRectSubPix, YZeroIsTheTopLine) {
+    cv::Mat picture(9, 9, CV_8UC1, cv::Scalar(0));
+    picture.row(0).setTo(200);
+    const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 1, 1, 4, 0));
+    EXPECT_EQ(test::matOf(*dib).at<unsigned char>(0, 0), 200);
+}
+
+TEST_F(GetRectSubPix, BeyondTheBorderThePixelsAreReplicated) {
+    cv::Mat picture(9, 9, CV_8UC1, cv::Scalar(50));
+    picture.col(8).setTo(210);
+    const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 3, 3, 40, 4));
+    EXPECT_TRUE(identical(test::matOf(*dib), cv::Mat(3, 3, CV_8UC1, cv::Scalar(210))));
+}
+
+TEST_F(GetRectSubPix, WidthOrHeightZeroGivesNullSilently) {
+    const Dib source = test::makeDib(8, 8, 24);
+    EXPECT_EQ(tx_getRectSubPix(*source, 0, 5, 4, 4), nullptr);
+    EXPECT_EQ(tx_getRectSubPix(*source, 5, 0, 4, 4), nullptr);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+TEST_F(GetRectSubPix, UnsupportedDepthEndsInOpenCvsMessage) {
+    CDib never;
+    EXPECT_EQ(tx_getRectSubPix(never, 5, 5, 4, 4), nullptr);
+    EXPECT_EQ(host.messages.size(), 1U);
+    EXPECT_EQ(tx_getRectSubPix(*test::makeDib(8, 8, 32), 5, 5, 4, 4), nullptr);
+    EXPECT_EQ(host.messages.size(), 2U);
+}
+
+TEST_F(GetRectSubPix, ImpossibleSizesEndInAMessageOrSilence) {
+    const Dib source = test::makeDib(8, 8, 24);
+    EXPECT_EQ(tx_getRectSubPix(*source, -1, 5, 4, 4), nullptr);
+    EXPECT_EQ(tx_getRectSubPix(*source, INT_MAX, INT_MAX, 4, 4), nullptr);
+}
+
+TEST_F(GetRectSubPix, RefusedCreateGivesNullSilently) {
+    const Dib source = test::makeDib(8, 8, 24);
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(tx_getRectSubPix(*source, 5, 5, 4, 4), nullptr);
+    EXPECT_TRUE(host.messages.empty());
+}
+
+} // namespace

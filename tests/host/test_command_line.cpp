@@ -1,0 +1,198 @@
+// The sample host, run as a user runs it.
+#include "tests/support/pictures.h"
+#include "tests/support/program.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using test::ProgramResult;
+using testing::HasSubstr;
+
+ProgramResult tarvix(const std::vector<std::string>& arguments) {
+    return test::runProgram(TARVIX_PROGRAM, arguments);
+}
+
+// The last line on standard error says who speaks and is the only one that does, and the exit
+// status is as given. Codecs may print a line of their own before it.
+void expectOneLine(const ProgramResult& run, int status) {
+    EXPECT_EQ(run.status, status) << run.err;
+    const std::size_t said = run.err.find("tarvix: ");
+    ASSERT_NE(said, std::string::npos) << run.err;
+    EXPECT_TRUE(said == 0 || run.err[said - 1] == '\n') << run.err;
+    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
+    EXPECT_GT(run.err.size() - said, 20U) << run.err;
+}
+
+class CommandLine : public testing::Test {
+protected:
+    test::TempFolder folder;
+    std::string out = folder / "out.png";
+    std::string home = test::photoPath("home.jpg");
+
+    [[nodiscard]] cv::Mat result() const { return cv::imread(out, cv::IMREAD_UNCHANGED); }
+};
+
+TEST_F(CommandLine, NoArgumentsIsBadUsage) {
+    expectOneLine(tarvix({}), 2);
+}
+
+TEST_F(CommandLine, UnknownCommandIsBadUsage) {
+    expectOneLine(tarvix({"frobnicate"}), 2);
+}
+
+TEST_F(CommandLine, HelpAndVersion) {
+    const ProgramResult help = tarvix({"--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char* command : {"canny", "denoise", "patch", "load", "warp", "mask", "gallery"}) {
+        EXPECT_THAT(help.out, HasSubstr(command));
+    }
+    const ProgramResult one = tarvix({"canny", "--help"});
+    EXPECT_EQ(one.status, 0);
+    EXPECT_THAT(one.out, HasSubstr("=50")); // defaults are shown
+    const ProgramResult version = tarvix({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.out, HasSubstr("Tarvix "));
+    EXPECT_THAT(version.out, HasSubstr("OpenCV "));
+}
+
+TEST_F(CommandLine, LoadWritesThePicture) {
+    EXPECT_EQ(tarvix({"load", home, "-o", out}).status, 0);
+    EXPECT_TRUE(test::identical(result(), test::photo("home.jpg")));
+}
+
+TEST_F(CommandLine, CannyOfColourAndGrey) {
+    EXPECT_EQ(tarvix({"canny", home, "-o", out, "--low", "80", "--high", "200", "--l2"}).status, 0);
+    EXPECT_EQ(result().type(), CV_8UC1);
+    EXPECT_EQ(tarvix({"canny", home, "-o", out, "--gray"}).status, 0);
+    EXPECT_EQ(result().type(), CV_8UC1);
+}
+
+TEST_F(CommandLine, WhatAnExportLetsThroughIsOneLine) {
+    expectOneLine(tarvix({"canny", home, "-o", out, "--aperture", "4"}), 1);
+    EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST_F(CommandLine, TheModulesMessageIsOneLine) {
+    const ProgramResult run = tarvix({"denoise", home, "-o", out, "--gray"});
+    expectOneLine(run, 1);
+    EXPECT_THAT(run.err, HasSubstr("CV_8UC3"));
+}
+
+TEST_F(CommandLine, DenoisePatchWarpMask) {
+    EXPECT_EQ(
+        tarvix({"patch", home, "-o", out, "--width", "41", "--height", "30", "--center", "80.5,60"})
+            .status,
+        0);
+    EXPECT_EQ(result().size(), cv::Size(41, 30));
+    EXPECT_EQ(tarvix({"denoise", out, "-o", out, "--template", "3", "--search", "7"}).status, 0);
+    EXPECT_EQ(result().size(), cv::Size(41, 30));
+    // Negative coordinates are points, not options.
+    EXPECT_EQ(tarvix({"warp", home, "-o", out, "--from", "0,0", "10,0", "10,10", "0,10", "--to",
+                      "-5,-5", "5,-5", "5,5", "-5,5"})
+                  .status,
+              0);
+    EXPECT_EQ(result().size(), cv::Size(10, 10));
+    EXPECT_EQ(tarvix({"mask", home, "--from", "0,0", "10,0", "10,10", "0,10", "--to", "0,0", "20,0",
+                      "20,30", "0,30", "-o", out})
+                  .status,
+              0);
+    EXPECT_EQ(result().size(), cv::Size(20, 30));
+}
+
+TEST_F(CommandLine, BadPointsAreBadUsage) {
+    expectOneLine(
+        tarvix({"patch", home, "-o", out, "--width", "4", "--height", "4", "--center", "5"}), 2);
+    expectOneLine(
+        tarvix({"patch", home, "-o", out, "--width", "4", "--height", "4", "--center", "a,b"}), 2);
+    expectOneLine(tarvix({"warp", home, "-o", out, "--from", "0,0", "1,0", "1,1", "--to", "0,0",
+                          "1,0", "1,1", "0,1"}),
+                  2);
+}
+
+TEST_F(CommandLine, AnExistingFileSurvivesAFailedWrite) {
+    std::ofstream(folder / "keep.nosuchformat") << "mine";
+    expectOneLine(tarvix({"load", home, "-o", folder / "keep.nosuchformat"}), 1);
+    std::string text;
+    std::ifstream(folder / "keep.nosuchformat") >> text;
+    EXPECT_EQ(text, "mine");
+    expectOneLine(tarvix({"load", home, "-o", folder / "no/such/folder/x.png"}), 1);
+    int left = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+        left += entry.path().filename() != "keep.nosuchformat" ? 1 : 0;
+    }
+    EXPECT_EQ(left, 0) << "half a file stays behind";
+}
+
+// Every sub-command that reads a picture, with what it needs besides the picture.
+const std::vector<std::vector<std::string>>& pictureCommands() {
+    static const std::vector<std::vector<std::string>> commands = {
+        {"load"},
+        {"canny"},
+        {"denoise", "--search", "7"},
+        {"patch", "--width", "3", "--height", "3", "--center", "1,1"},
+        {"warp", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
+        {"mask", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
+    };
+    return commands;
+}
+
+TEST_F(CommandLine, EveryCommandAnswersEveryBadFileInOneLine) {
+    std::ofstream(folder / "text.png") << "no picture\n";
+    std::ofstream(folder / "empty.jpg");
+    std::ofstream(folder / "cut.jpg", std::ios::binary) << "\xff\xd8\xff\xe0";
+    for (const std::vector<std::string>& command : pictureCommands()) {
+        for (const std::string& bad :
+             {folder / "text.png", folder / "empty.jpg", folder / "cut.jpg", folder / "missing.png",
+              std::string(), folder.path()}) {
+            std::vector<std::string> line = command;
+            line.insert(line.begin() + 1, {bad, "-o", out});
+            SCOPED_TRACE(command[0] + " " + bad);
+            expectOneLine(tarvix(line), 1);
+            EXPECT_FALSE(std::filesystem::exists(out));
+        }
+    }
+}
+
+TEST_F(CommandLine, EveryCommandTakesOnePixel) {
+    cv::imwrite(folder / "one.png", cv::Mat(1, 1, CV_8UC3, cv::Scalar(1, 2, 3)));
+    for (const std::vector<std::string>& command : pictureCommands()) {
+        std::vector<std::string> line = command;
+        line.insert(line.begin() + 1, {folder / "one.png", "-o", out});
+        SCOPED_TRACE(command[0]);
+        const ProgramResult run = tarvix(line);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.err, "");
+    }
+}
+
+TEST_F(CommandLine, HugeRequestsAreRefusedInOneLine) {
+    expectOneLine(tarvix({"patch", home, "-o", out, "--width", "2000000000", "--height",
+                          "2000000000", "--center", "1,1"}),
+                  1);
+    expectOneLine(tarvix({"warp", home, "-o", out, "--from", "0,0", "9,0", "9,9", "0,9", "--to",
+                          "0,0", "2e9,0", "2e9,2e9", "0,2e9"}),
+                  1);
+}
+
+TEST_F(CommandLine, GalleryShowsEveryEntry) {
+    const ProgramResult run = tarvix({"gallery", folder / "gallery", "--photos", TARVIX_PHOTOS});
+    EXPECT_EQ(run.status, 0) << run.err << run.out;
+    std::ifstream page(folder / "gallery/index.html");
+    const std::string html((std::istreambuf_iterator<char>(page)),
+                           std::istreambuf_iterator<char>());
+    EXPECT_THAT(html, HasSubstr("data:image/jpeg;base64,"));
+    EXPECT_THAT(html, testing::Not(HasSubstr("<b>failed</b>")));
+    EXPECT_THAT(html, HasSubstr("tarvix canny"));
+}
+
+TEST_F(CommandLine, GalleryWithoutPhotographsSaysSo) {
+    expectOneLine(tarvix({"gallery", folder / "gallery", "--photos", folder / "none"}), 1);
+}
+
+} // namespace

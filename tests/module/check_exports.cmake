@@ -1,0 +1,36 @@
+# cmake -DNM=... -DMODULE=... -DEXPECTED=... -P check_exports.cmake
+# Compares the dynamic symbols that the built module defines with the list, missing and surplus alike.
+execute_process(
+  COMMAND ${NM} --dynamic --defined-only --demangle --format=posix ${MODULE}
+  OUTPUT_VARIABLE output
+  RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "cannot read the symbols of ${MODULE}")
+endif()
+string(REGEX REPLACE "\n$" "" output "${output}")
+string(REPLACE ";" "," output "${output}")
+string(REPLACE "\n" ";" lines "${output}")
+set(found)
+foreach(line IN LISTS lines)
+  # "name type value size", the name with its parameter list; the version node itself is no symbol.
+  string(REGEX REPLACE " [A-Za-z] [0-9a-f]+( [0-9a-f]*)?$" "" name "${line}")
+  string(REGEX REPLACE "@.*$" "" name "${name}")
+  if(NOT name MATCHES "^TARVIX_[0-9]+$")
+    list(APPEND found "${name}")
+  endif()
+endforeach()
+file(STRINGS ${EXPECTED} expected)
+list(REMOVE_DUPLICATES found)
+list(SORT found)
+list(SORT expected)
+set(surplus ${found})
+list(REMOVE_ITEM surplus ${expected})
+set(missing ${expected})
+list(REMOVE_ITEM missing ${found})
+if(surplus OR missing)
+  list(JOIN surplus "\n  " surplus)
+  list(JOIN missing "\n  " missing)
+  message(FATAL_ERROR "exported but not listed:\n  ${surplus}\nlisted but not exported:\n  ${missing}")
+endif()
+list(LENGTH found count)
+message(STATUS "${count} exports, as listed")

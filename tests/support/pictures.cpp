@@ -1,0 +1,128 @@
+#include "tests/support/pictures.h"
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <stdexcept>
+
+namespace test {
+
+namespace {
+
+std::size_t rowBytes(int width, int bitCount) {
+    return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) + 31) / 32 * 4;
+}
+
+unsigned char* storedLine(const CDib& dib, int fromTop) {
+    const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
+    return dib.m_pBits + static_cast<std::size_t>(header.biHeight - 1 - fromTop) *
+                             rowBytes(header.biWidth, header.biBitCount);
+}
+
+} // namespace
+
+Dib makeDib(int width, int height, int bitCount, unsigned char poison) {
+    auto dib = std::make_unique<CDib>();
+    if (dib->Create(width, height, bitCount, nullptr, nullptr) == 0) {
+        throw std::runtime_error("the test's bitmap cannot be created");
+    }
+    std::memset(dib->m_pBits, poison,
+                rowBytes(width, bitCount) * static_cast<std::size_t>(std::abs(height)));
+    return dib;
+}
+
+Dib dibOf(const cv::Mat& picture) {
+    Dib dib = makeDib(picture.cols, picture.rows, picture.channels() * 8);
+    for (int r = 0; r < picture.rows; ++r) {
+        std::memcpy(storedLine(*dib, r), picture.ptr(r),
+                    static_cast<std::size_t>(picture.cols) * picture.elemSize());
+    }
+    return dib;
+}
+
+cv::Mat matOf(const CDib& dib) {
+    const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
+    if (dib.m_hBitmap == nullptr) {
+        return {};
+    }
+    cv::Mat m(header.biHeight, header.biWidth, header.biBitCount == 8 ? CV_8UC1 : CV_8UC3);
+    for (int r = 0; r < m.rows; ++r) {
+        std::memcpy(m.ptr(r), storedLine(dib, r), static_cast<std::size_t>(m.cols) * m.elemSize());
+    }
+    return m;
+}
+
+cv::Mat noise(int rows, int cols, int type, std::uint64_t seed) {
+    cv::Mat m(rows, cols, type);
+    cv::RNG rng(seed);
+    rng.fill(m, cv::RNG::UNIFORM, 0, 256);
+    return m;
+}
+
+cv::Mat scene(int rows, int cols, std::uint64_t seed) {
+    cv::Mat m(rows, cols, CV_8UC3);
+    for (int y = 0; y < rows; ++y) {
+        for (int x = 0; x < cols; ++x) {
+            m.at<cv::Vec3b>(y, x) = {static_cast<unsigned char>(x * 255 / std::max(cols, 1)),
+                                     static_cast<unsigned char>(y * 255 / std::max(rows, 1)),
+                                     static_cast<unsigned char>((x + y) % 256)};
+        }
+    }
+    cv::RNG rng(seed);
+    for (int i = 0; i < 60; ++i) {
+        const cv::Point a(rng.uniform(0, cols), rng.uniform(0, rows));
+        const cv::Scalar colour(rng.uniform(0, 256), rng.uniform(0, 256), rng.uniform(0, 256));
+        if (i % 2 == 0) {
+            cv::circle(m, a, rng.uniform(3, 30), colour, cv::FILLED);
+        } else {
+            cv::rectangle(m, a, a + cv::Point(rng.uniform(4, 50), rng.uniform(4, 50)), colour,
+                          cv::FILLED);
+        }
+    }
+    return m;
+}
+
+std::string photoPath(const std::string& name) {
+    std::string path = std::string(TARVIX_PHOTOS) + "/" + name;
+    if (!std::filesystem::exists(path)) {
+        throw std::runtime_error("missing photograph " + path + " (package opencv-doc)");
+    }
+    return path;
+}
+
+cv::Mat photo(const std::string& name, bool grey) {
+    return cv::imread(photoPath(name), grey ? cv::IMREAD_GRAYSCALE : cv::IMREAD_COLOR);
+}
+
+bool identical(const cv::Mat& a, const cv::Mat& b) {
+    if (a.size() != b.size() || a.type() != b.type()) {
+        return false;
+    }
+    for (int r = 0; r < a.rows; ++r) {
+        if (std::memcmp(a.ptr(r), b.ptr(r), static_cast<std::size_t>(a.cols) * a.elemSize()) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+TempFolder::TempFolder() {
+    std::random_device random;
+    const auto base = std::filesystem::temp_directory_path();
+    do {
+        m_path = (base / ("tarvix-test-" + std::to_string(random()))).generic_string();
+    } while (!std::filesystem::create_directory(m_path));
+}
+
+TempFolder::~TempFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+} // namespace test

@@ -1,0 +1,55 @@
+// Pictures for tests: bitmaps of every kind, seeded textures, the distribution's photographs.
+#pragma once
+
+#include <MorvelDib.h>
+#include <opencv2/core/mat.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace test {
+
+using Dib = std::unique_ptr<CDib>;
+
+// A created bitmap whose stored bytes, padding included, are all `poison`. A negative height makes
+// it top-down.
+Dib makeDib(int width, int height, int bitCount, unsigned char poison = 0xA5);
+
+// A bottom-up 8- or 24-bit bitmap of a CV_8UC1 or CV_8UC3 picture, padding poisoned. Written
+// without the code under test.
+Dib dibOf(const cv::Mat& picture);
+
+// The picture of an 8- or 24-bit bottom-up bitmap, read without the code under test.
+cv::Mat matOf(const CDib& dib);
+
+// Seeded noise.
+cv::Mat noise(int rows, int cols, int type, std::uint64_t seed = 1);
+
+// Smooth, structured, seeded: shapes and gradients, CV_8UC3.
+cv::Mat scene(int rows, int cols, std::uint64_t seed = 1);
+
+// A photograph of OpenCV's samples, colour or grey; fails the test's process loudly when missing.
+std::string photoPath(const std::string& name);
+cv::Mat photo(const std::string& name, bool grey = false);
+
+// Same size, type and bytes.
+bool identical(const cv::Mat& a, const cv::Mat& b);
+
+// A folder of its own for a test, removed with what is in it.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    [[nodiscard]] std::string path() const { return m_path; }
+    [[nodiscard]] std::string operator/(const std::string& name) const {
+        return m_path + "/" + name;
+    }
+
+private:
+    std::string m_path;
+};
+
+} // namespace test

@@ -1,0 +1,47 @@
+#include "tests/support/program.h"
+
+#include "tests/support/pictures.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include <sys/wait.h>
+
+namespace test {
+
+namespace {
+
+std::string slurp(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+std::string quoted(const std::string& word) {
+    std::string out = "'";
+    for (const char c : word) {
+        out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return out + "'";
+}
+
+} // namespace
+
+ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments) {
+    const TempFolder folder;
+    std::string line = "timeout 900 " + quoted(program);
+    for (const std::string& argument : arguments) {
+        line += ' ' + quoted(argument);
+    }
+    line += " >" + quoted(folder / "out") + " 2>" + quoted(folder / "err") + " </dev/null";
+    ProgramResult result;
+    const int status = std::system(line.c_str());
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    result.out = slurp(folder / "out");
+    result.err = slurp(folder / "err");
+    return result;
+}
+
+} // namespace test

@@ -1,0 +1,19 @@
+// Runs a program as a user would and keeps what it printed.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace test {
+
+struct ProgramResult {
+    int status = -1; // exit status; 128 + signal when a signal ended it
+    std::string out;
+    std::string err;
+};
+
+// Words are passed on as they are. The run is ended after a generous bound, which shows as status
+// 124.
+ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments);
+
+} // namespace test
