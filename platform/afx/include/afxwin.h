@@ -22,7 +22,6 @@ public:
 // The application object, or NULL.
 TARVIX_AFX_API CWinApp* AfxGetApp();
 
-// Shows text through the application object, or in a box of the same kind when there is none.
-// Blocks until the box is closed; callable from any thread. When another thread owns the running
-// QApplication, that thread's event loop shows the box.
+// Shows text through the application object, or in a box of the same kind when there is none. Blocks the
+// calling thread, which may be any, until the box is closed.
 TARVIX_AFX_API int AfxMessageBox(LPCSTR text, UINT type = MB_OK, UINT helpId = 0);

@@ -16,7 +16,7 @@ namespace tarvix::afx {
 int printMessage(const char* text) {
     std::fprintf(stderr, "%s\n", text);
     std::fflush(stderr);
-    return IDOK;
+    return okButton;
 }
 
 } // namespace tarvix::afx

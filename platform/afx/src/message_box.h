@@ -2,11 +2,13 @@
 
 namespace tarvix::afx {
 
-// A modal box with this text (UTF-8 where the system has no code page of its own), or standard
-// error when nothing can be shown. Returns the button's id.
+constexpr int okButton = 1; // IDOK
+
+// Shows the text (where the system has no code page, UTF-8) in a modal box, or prints it when that
+// is not possible. Returns the button's id.
 int showMessageBox(const char* text, unsigned type);
 
-// The text on standard error, for when there is no display. Returns the id of the OK button.
+// Prints the text to standard error, for when there is no display. Returns okButton.
 int printMessage(const char* text);
 
 } // namespace tarvix::afx

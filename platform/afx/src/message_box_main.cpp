@@ -1,0 +1,34 @@
+// tarvix-message-box TITLE: shows the text on standard input in a box with an OK button. Ends with
+// 0 when the box has been closed, and with the process that started it.
+#include <QApplication>
+#include <QMessageBox>
+#include <QString>
+
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <iterator>
+#include <string>
+
+#include <sys/prctl.h>
+
+int main(int argc, char** argv) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    const std::string text{std::istreambuf_iterator<char>(std::cin),
+                           std::istreambuf_iterator<char>()};
+
+    // X11 always: it is the display that the caller has tried, and the system of its window
+    // handles.
+    std::string name = argv[0];
+    std::string option = "-platform";
+    std::string platform = "xcb";
+    char* arguments[] = {name.data(), option.data(), platform.data(), nullptr};
+    int argumentCount = 3;
+    const QApplication application(argumentCount, arguments);
+    QMessageBox box(QMessageBox::NoIcon, QString::fromUtf8(argc > 1 ? argv[1] : ""),
+                    QString::fromStdString(text), QMessageBox::Ok);
+    box.setTextFormat(Qt::PlainText); // a text with angle brackets is no markup
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    box.exec();
+    std::_Exit(EXIT_SUCCESS); // at once; nothing is left to do
+}
