@@ -1,0 +1,291 @@
+// CDib::BitBlt into windows of a real X server; the windows' pixels are read back and compared.
+#include "tests/support/x_server.h"
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <random>
+#include <utility>
+
+#include <gmock/gmock.h>
+#include <opencv2/core.hpp>
+
+#include <MorvelDib.h>
+
+namespace {
+
+using test::ScopedEnvironment;
+using test::XPixmap;
+using test::XServer;
+using test::XWindow;
+
+const int bitCounts[] = {1, 4, 8, 16, 24, 32};
+const int least = std::numeric_limits<int>::min();
+const int most = std::numeric_limits<int>::max();
+
+// A bitmap of random pixels, its row padding poisoned, and the picture it stands for.
+struct Sample {
+    CDib dib;
+    cv::Mat picture; // CV_8UC3, top row first
+
+    Sample(int width, int height, int bitCount, unsigned seed = 1)
+        : picture(std::abs(height), width, CV_8UC3) {
+        std::mt19937 random(seed + static_cast<unsigned>(width * 64 + bitCount));
+        const auto byte = [&random] { return static_cast<BYTE>(random() & 255U); };
+        RGBQUAD palette[256];
+        for (RGBQUAD& colour : palette) {
+            colour = {byte(), byte(), byte(), byte()};
+        }
+        if (dib.Create(width, height, bitCount, palette, nullptr) == 0) {
+            throw std::runtime_error("not created");
+        }
+        const int rows = std::abs(height);
+        std::memset(dib.m_pBits, 0xA5, dib.m_bmi.bmiHeader.biSizeImage);
+        const std::size_t stride = dib.m_bmi.bmiHeader.biSizeImage / static_cast<std::size_t>(rows);
+        for (int y = 0; y < rows; ++y) {
+            const int stored = height > 0 ? rows - 1 - y : y;
+            BYTE* const row = dib.m_pBits + static_cast<std::size_t>(stored) * stride;
+            for (int x = 0; x < width; ++x) {
+                picture.at<cv::Vec3b>(y, x) = store(row, x, bitCount, random(), palette);
+            }
+        }
+    }
+
+private:
+    // Writes one random pixel and returns its colour.
+    static cv::Vec3b store(BYTE* row, int x, int bitCount, std::uint_fast32_t value,
+                           const RGBQUAD* palette) {
+        if (bitCount <= 8) {
+            const int index = static_cast<int>(value & ((1U << bitCount) - 1));
+            for (int bit = 0; bit < bitCount; ++bit) { // the leftmost pixel in the highest bits
+                const int place = x * bitCount + bit;
+                const int mask = 0x80 >> place % 8;
+                const bool isSet = (index >> (bitCount - 1 - bit) & 1) != 0;
+                row[place / 8] =
+                    static_cast<BYTE>(isSet ? row[place / 8] | mask : row[place / 8] & ~mask);
+            }
+            return {palette[index].rgbBlue, palette[index].rgbGreen, palette[index].rgbRed};
+        }
+        if (bitCount == 16) {
+            row[2 * x] = static_cast<BYTE>(value);
+            row[2 * x + 1] = static_cast<BYTE>(value >> 8);
+            cv::Vec3b colour;
+            for (int i = 0; i < 3; ++i) {
+                const auto five = value >> (5 * i) & 31U;
+                colour[i] = static_cast<BYTE>(five << 3 | five >> 2);
+            }
+            return colour;
+        }
+        for (int i = 0; i < bitCount / 8; ++i) {
+            row[x * (bitCount / 8) + i] = static_cast<BYTE>(value >> (8 * i));
+        }
+        return {static_cast<BYTE>(value), static_cast<BYTE>(value >> 8),
+                static_cast<BYTE>(value >> 16)};
+    }
+};
+
+bool areEqual(const cv::Mat& first, const cv::Mat& second) {
+    return first.size() == second.size() && first.type() == second.type() &&
+           cv::norm(first, second, cv::NORM_INF) == 0;
+}
+
+// The window's picture as it should be: source pixel by source pixel, wherever both sides exist.
+cv::Mat expected(cv::Size window, const cv::Mat& picture, int xDest, int yDest, int width,
+                 int height, int xSrc, int ySrc) {
+    cv::Mat shown(window, CV_8UC3, XWindow::background);
+    for (int y = 0; y < window.height; ++y) {
+        for (int x = 0; x < window.width; ++x) {
+            const std::int64_t column = std::int64_t{x} - xDest, row = std::int64_t{y} - yDest;
+            if (column < 0 || column >= width || row < 0 || row >= height) {
+                continue;
+            }
+            const std::int64_t fromX = column + xSrc, fromY = row + ySrc;
+            if (fromX >= 0 && fromX < picture.cols && fromY >= 0 && fromY < picture.rows) {
+                shown.at<cv::Vec3b>(y, x) =
+                    picture.at<cv::Vec3b>(static_cast<int>(fromY), static_cast<int>(fromX));
+            }
+        }
+    }
+    return shown;
+}
+
+class Drawing : public testing::Test {
+protected:
+    static void SetUpTestSuite() { s_server = std::make_unique<XServer>(); }
+    static void TearDownTestSuite() { s_server.reset(); }
+
+    static std::unique_ptr<XServer> s_server;
+};
+
+std::unique_ptr<XServer> Drawing::s_server;
+
+TEST_F(Drawing, ShowsEveryDepthWidthAndRowOrder) {
+    for (const int bitCount : bitCounts) {
+        for (int width = 1; width <= 9; ++width) {
+            for (const int height : {1, 5, -1, -5}) {
+                Sample sample(width, height, bitCount);
+                const XWindow window(12, 8);
+                const int rows = std::abs(height);
+                ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, width, rows, 0, 0, SRCCOPY), 0);
+                EXPECT_TRUE(areEqual(window.pixels(),
+                                     expected({12, 8}, sample.picture, 0, 0, width, rows, 0, 0)))
+                    << width << " x " << height << ", " << bitCount << " bits";
+            }
+        }
+    }
+}
+
+TEST_F(Drawing, LeavesOutWhatLiesOutsideTheBitmapOrTheWindow) {
+    struct Case {
+        int xDest, yDest, width, height, xSrc, ySrc;
+    };
+    for (const Case& c :
+         {Case{3, 2, 7, 5, 0, 0},               // elsewhere in the window
+          Case{0, 0, 3, 2, 2, 1},               // a part of the bitmap
+          Case{0, 0, 100, 100, 0, 0},           // more than the bitmap
+          Case{0, 0, 7, 5, 4, 3},               // beyond its right and bottom
+          Case{2, 2, 7, 5, -3, -1},             // before its left and top
+          Case{-2, -3, 7, 5, 0, 0},             // before the window's
+          Case{7, 5, 7, 5, 0, 0},               // beyond the window's
+          Case{100, 100, 7, 5, 0, 0},           // all outside the window
+          Case{0, 0, 7, 5, 7, 5},               // all outside the bitmap
+          Case{0, 0, 7, 5, -7, 0},              //
+          Case{-1, -1, most, most, -2, -2},     // extremes
+          Case{least, least, most, most, 0, 0}, //
+          Case{least, 0, most, 5, least, 0},    //
+          Case{most, most, most, most, most, most}, Case{1, 1, most, most, least, least}}) {
+        for (const int height : {5, -5}) {
+            Sample sample(7, height, 24);
+            const XWindow window(10, 8);
+            EXPECT_NE(sample.dib.BitBlt(window.handle(), c.xDest, c.yDest, c.width, c.height,
+                                        c.xSrc, c.ySrc, SRCCOPY),
+                      0);
+            EXPECT_TRUE(
+                areEqual(window.pixels(), expected({10, 8}, sample.picture, c.xDest, c.yDest,
+                                                   c.width, c.height, c.xSrc, c.ySrc)))
+                << c.xDest << ' ' << c.yDest << ' ' << c.width << ' ' << c.height << ' ' << c.xSrc
+                << ' ' << c.ySrc;
+        }
+    }
+}
+
+TEST_F(Drawing, ShowsPicturesLargerThanOneRequest) {
+    for (const int bitCount : {8, 24}) {
+        Sample sample(1600, 1200, bitCount);
+        const XWindow window(1600, 1200);
+        ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, 1600, 1200, 0, 0, SRCCOPY), 0);
+        EXPECT_TRUE(areEqual(window.pixels(), sample.picture));
+    }
+}
+
+TEST_F(Drawing, ReplacesWhatWasShown) {
+    Sample first(9, 6, 24, 1), second(9, -6, 24, 2);
+    const XWindow window(9, 6);
+    ASSERT_NE(first.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
+    ASSERT_NE(second.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
+    EXPECT_TRUE(areEqual(window.pixels(), second.picture));
+}
+
+TEST_F(Drawing, FillsTheWholeClientArea) {
+    const XWindow window(37, 23);
+    RECT client{};
+    ASSERT_TRUE(GetClientRect(window.handle(), &client));
+    Sample sample(client.right, client.bottom, 24);
+    ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, client.right, client.bottom, 0, 0, SRCCOPY),
+              0);
+    EXPECT_TRUE(areEqual(window.pixels(), sample.picture));
+}
+
+TEST_F(Drawing, ShowsOpaquePixelsWhereWindowsHaveOpacity) {
+    Sample sample(9, 6, 32); // its fourth bytes are random
+    const XWindow window(9, 6, 32);
+    ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
+    EXPECT_TRUE(areEqual(window.pixels(), sample.picture));
+    const cv::Mat raw = window.rawPixels();
+    for (int y = 0; y < raw.rows; ++y) {
+        for (int x = 0; x < raw.cols; ++x) {
+            ASSERT_EQ(static_cast<std::uint32_t>(raw.at<int>(y, x)) >> 24, 0xffU);
+        }
+    }
+}
+
+TEST_F(Drawing, RefusesOtherRasterOperations) {
+    const DWORD sourceInvert = 0x00660046, blackness = 0x00000042;
+    Sample sample(4, 4, 24);
+    const XWindow window(4, 4);
+    for (const DWORD rop : {sourceInvert, blackness, DWORD{0}, DWORD{SRCCOPY} | 1U}) {
+        EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, rop), 0);
+    }
+    EXPECT_TRUE(areEqual(window.pixels(), cv::Mat(4, 4, CV_8UC3, XWindow::background)));
+}
+
+TEST_F(Drawing, RefusesEmptyExtentsAndEmptyBitmaps) {
+    Sample sample(4, 4, 24);
+    const XWindow window(4, 4);
+    for (const auto& [width, height] :
+         {std::pair{0, 4}, {4, 0}, {-4, 4}, {4, -4}, {least, least}}) {
+        EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, width, height, 0, 0, SRCCOPY), 0);
+    }
+    CDib none;
+    EXPECT_EQ(none.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0);
+    EXPECT_TRUE(areEqual(window.pixels(), cv::Mat(4, 4, CV_8UC3, XWindow::background)));
+}
+
+TEST_F(Drawing, FailsQuietlyForWhatIsNoWindow) {
+    Sample sample(4, 4, 24);
+    const auto fails = [&sample](HWND window) {
+        testing::internal::CaptureStderr();
+        const bool refused = sample.dib.BitBlt(window, 0, 0, 4, 4, 0, 0, SRCCOPY) == 0 &&
+                             sample.dib.BitBlt(window, 0, 0, 4, 4, 99, 99, SRCCOPY) == 0;
+        return testing::internal::GetCapturedStderr().empty() && refused;
+    };
+    EXPECT_TRUE(fails(nullptr));
+    EXPECT_TRUE(fails(reinterpret_cast<HWND>(std::uintptr_t{0x7fffffff})));
+    EXPECT_TRUE(fails(XPixmap(4, 4).handle()));
+    XWindow window(4, 4);
+    const auto beyond = reinterpret_cast<std::uintptr_t>(window.handle()) | std::uintptr_t{1} << 32;
+    EXPECT_TRUE(fails(reinterpret_cast<HWND>(beyond)));
+    EXPECT_FALSE(fails(window.handle()));
+    window.destroy();
+    EXPECT_TRUE(fails(window.handle()));
+}
+
+TEST_F(Drawing, FailsQuietlyWithoutADisplay) {
+    Sample sample(4, 4, 24);
+    const XWindow window(4, 4);
+    {
+        const ScopedEnvironment none("DISPLAY", std::nullopt);
+        EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0);
+    }
+    const ScopedEnvironment nobody("DISPLAY", ":54321");
+    EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0);
+}
+
+TEST(DrawingOnOtherScreens, Shows16BitPixelsAsTheNearestColours) {
+    const XServer server(16);
+    for (const int height : {5, -5}) {
+        Sample sample(9, height, 24);
+        const XWindow window(9, 5);
+        ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, 9, 5, 0, 0, SRCCOPY), 0);
+        const cv::Mat raw = window.rawPixels();
+        for (int y = 0; y < 5; ++y) {
+            for (int x = 0; x < 9; ++x) {
+                const cv::Vec3b colour = sample.picture.at<cv::Vec3b>(y, x);
+                const int blue = cvRound(colour[0] * 31 / 255.0);
+                const int green = cvRound(colour[1] * 63 / 255.0);
+                const int red = cvRound(colour[2] * 31 / 255.0);
+                ASSERT_EQ(raw.at<int>(y, x), red << 11 | green << 5 | blue);
+            }
+        }
+    }
+}
+
+TEST(DrawingOnOtherScreens, RefusesPaletteScreens) {
+    const XServer server(8);
+    Sample sample(4, 4, 24);
+    const XWindow window(4, 4);
+    EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0);
+}
+
+} // namespace

@@ -1,0 +1,406 @@
+#include "tests/support/x_server.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+namespace test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+template <class Reply>
+using ReplyOf = std::unique_ptr<Reply, Free>;
+
+struct Disconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
+
+Connection connect() {
+    Connection connection(xcb_connect(nullptr, nullptr));
+    if (xcb_connection_has_error(connection.get()) != 0) {
+        throw std::runtime_error("no display to connect to");
+    }
+    return connection;
+}
+
+void require(const Connection& connection, xcb_void_cookie_t cookie, const char* request) {
+    const ReplyOf<xcb_generic_error_t> error(xcb_request_check(connection.get(), cookie));
+    if (error != nullptr || xcb_connection_has_error(connection.get()) != 0) {
+        throw std::runtime_error(std::string("the X server refused: ") + request);
+    }
+}
+
+xcb_screen_t& screenOf(const Connection& connection) {
+    return *xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
+}
+
+HWND asHandle(std::uint32_t id) {
+    return reinterpret_cast<HWND>(
+        static_cast<std::uintptr_t>(id)); // NOLINT(performance-no-int-to-ptr)
+}
+
+struct Child {
+    int process;
+    int output; // the reading end of its pipe
+};
+
+// Starts the program with a pipe on descriptor 3 or 1, everything else silent. It ends with us.
+Child start(std::vector<std::string> arguments, int pipeDescriptor) {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    const int process = fork();
+    if (process == 0) {
+        // Only calls that are safe after a fork of a program with threads.
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
+        const int output = fcntl(ends[1], F_DUPFD_CLOEXEC, 10);
+        for (int descriptor = 0; descriptor < 3; ++descriptor) {
+            dup2(nowhere, descriptor);
+        }
+        dup2(output, pipeDescriptor);
+        execvp(pointers.front(), pointers.data());
+        _exit(127);
+    }
+    close(ends[1]);
+    if (process < 0) {
+        close(ends[0]);
+        throw std::runtime_error("no process");
+    }
+    return {process, ends[0]};
+}
+
+// Reads until isComplete, the end of the pipe, or the limit; the last gives false.
+template <class IsComplete>
+bool readUntil(int descriptor, std::string& text, int limitSeconds, IsComplete isComplete) {
+    const auto end = Clock::now() + std::chrono::seconds(limitSeconds);
+    while (!isComplete(text)) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+        pollfd waiting{descriptor, POLLIN, 0};
+        const int ready = left <= 0 ? 0 : poll(&waiting, 1, static_cast<int>(left));
+        if (ready == 0) {
+            return false;
+        }
+        if (ready < 0) {
+            continue; // a signal
+        }
+        std::array<char, 4096> buffer{};
+        const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return true;
+        }
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+int waitFor(int process) {
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status;
+}
+
+// Runs a program found on PATH and gives what it wrote to standard output; nullopt when it could
+// not be run, failed, or was still running after the limit (it is ended then).
+std::optional<std::string> runProgram(const std::vector<std::string>& arguments, int limitSeconds) {
+    const Child child = start(arguments, 1);
+    std::string output;
+    const bool ended =
+        readUntil(child.output, output, limitSeconds, [](const std::string&) { return false; });
+    close(child.output);
+    if (!ended) {
+        ::kill(child.process, SIGKILL);
+    }
+    const int status = waitFor(child.process);
+    if (!ended || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        return std::nullopt;
+    }
+    return output;
+}
+
+struct VisualOfDepth {
+    std::uint8_t depth;
+    const xcb_visualtype_t* visual;
+};
+
+VisualOfDepth findVisual(const Connection& connection, int wantedDepth) {
+    const xcb_screen_t& screen = screenOf(connection);
+    for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0;
+         xcb_depth_next(&depth)) {
+        for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0;
+             xcb_visualtype_next(&visual)) {
+            if (wantedDepth == 0 ? visual.data->visual_id == screen.root_visual
+                                 : depth.data->depth == wantedDepth) {
+                return {depth.data->depth, visual.data};
+            }
+        }
+    }
+    throw std::runtime_error("the X server has no visual of this depth");
+}
+
+// The channel's bits widened to 8, as the nearest value.
+std::uint8_t channel(std::uint32_t pixel, std::uint32_t mask) {
+    const int shift = std::countr_zero(mask);
+    const std::uint64_t highest = mask >> shift;
+    const std::uint64_t value = (pixel & mask) >> shift;
+    return static_cast<std::uint8_t>((value * 255 + highest / 2) / highest);
+}
+
+std::uint32_t pixelOf(const cv::Vec3b& colour, const xcb_visualtype_t& visual) {
+    const std::array<std::uint32_t, 3> masks{visual.blue_mask, visual.green_mask, visual.red_mask};
+    std::uint32_t pixel = 0;
+    for (int i = 0; i < 3; ++i) {
+        const std::uint32_t mask = masks.at(static_cast<std::size_t>(i));
+        if (mask != 0) {
+            const int shift = std::countr_zero(mask);
+            const std::uint64_t highest = mask >> shift;
+            pixel |= static_cast<std::uint32_t>((colour[i] * highest + 127) / 255) << shift;
+        }
+    }
+    return pixel;
+}
+
+} // namespace
+
+ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string>& value)
+    : m_name(std::move(name)) {
+    if (const char* const previous = std::getenv(m_name.c_str())) {
+        m_previous = previous;
+    }
+    if (value) {
+        setenv(m_name.c_str(), value->c_str(), 1);
+    } else {
+        unsetenv(m_name.c_str());
+    }
+}
+
+ScopedEnvironment::~ScopedEnvironment() {
+    if (m_previous) {
+        setenv(m_name.c_str(), m_previous->c_str(), 1);
+    } else {
+        unsetenv(m_name.c_str());
+    }
+}
+
+XServer::XServer(int depth) {
+    // -noreset: the server must not forget everything when the last client of a moment leaves.
+    const Child server =
+        start({"Xvfb", "-displayfd", "3", "-screen", "0", "1600x1200x" + std::to_string(depth),
+               "-nolisten", "tcp", "-noreset"},
+              3);
+    m_process = server.process;
+    std::string number;
+    readUntil(server.output, number, 30,
+              [](const std::string& text) { return text.find('\n') != std::string::npos; });
+    close(server.output);
+    if (number.find('\n') == std::string::npos) {
+        kill();
+        throw std::runtime_error("Xvfb does not start");
+    }
+    m_display.emplace("DISPLAY", ":" + number.substr(0, number.find('\n')));
+}
+
+XServer::~XServer() {
+    kill();
+}
+
+void XServer::kill() {
+    if (m_process > 0) {
+        // Politely first: a server that is killed leaves its lock file behind.
+        ::kill(m_process, SIGTERM);
+        for (int tries = 0; tries < 500; ++tries) {
+            if (waitpid(m_process, nullptr, WNOHANG) != 0) {
+                m_process = -1;
+                return;
+            }
+            usleep(10'000);
+        }
+        ::kill(m_process, SIGKILL);
+        waitFor(m_process);
+        m_process = -1;
+    }
+}
+
+struct XWindow::State {
+    Connection connection;
+    xcb_window_t window = 0;
+    int width = 0, height = 0, depth = 0;
+    xcb_visualtype_t visual{};
+};
+
+const cv::Vec3b XWindow::background(0x31, 0xc6, 0x84);
+
+XWindow::XWindow(int width, int height, int depth) : m_state(std::make_unique<State>()) {
+    State& state = *m_state;
+    state.connection = connect();
+    xcb_connection_t* const connection = state.connection.get();
+    const xcb_screen_t& screen = screenOf(state.connection);
+    const VisualOfDepth found = findVisual(state.connection, depth);
+    state.width = width;
+    state.height = height;
+    state.depth = found.depth;
+    state.visual = *found.visual;
+
+    const xcb_colormap_t colours = xcb_generate_id(connection);
+    require(state.connection,
+            xcb_create_colormap_checked(connection, XCB_COLORMAP_ALLOC_NONE, colours, screen.root,
+                                        state.visual.visual_id),
+            "a colour map");
+    state.window = xcb_generate_id(connection);
+    const std::array<std::uint32_t, 4> values{pixelOf(background, state.visual), 0, 1, colours};
+    require(state.connection,
+            xcb_create_window_checked(connection, found.depth, state.window, screen.root, 0, 0,
+                                      static_cast<std::uint16_t>(width),
+                                      static_cast<std::uint16_t>(height), 0,
+                                      XCB_WINDOW_CLASS_INPUT_OUTPUT, state.visual.visual_id,
+                                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL |
+                                          XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP,
+                                      values.data()),
+            "a window");
+    // No window manager is there, so the window is on the screen when the request is done.
+    require(state.connection, xcb_map_window_checked(connection, state.window), "to map a window");
+}
+
+XWindow::~XWindow() = default; // the server destroys what a connection leaves
+
+HWND XWindow::handle() const {
+    return asHandle(m_state->window);
+}
+
+cv::Mat XWindow::rawPixels() const {
+    const State& state = *m_state;
+    const ReplyOf<xcb_get_image_reply_t> image(xcb_get_image_reply(
+        state.connection.get(),
+        xcb_get_image(state.connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, state.window, 0, 0,
+                      static_cast<std::uint16_t>(state.width),
+                      static_cast<std::uint16_t>(state.height), ~0U),
+        nullptr));
+    if (!image) {
+        throw std::runtime_error("the window's pixels cannot be read");
+    }
+    const xcb_setup_t* const setup = xcb_get_setup(state.connection.get());
+    const xcb_format_t* const formats = xcb_setup_pixmap_formats(setup);
+    const xcb_format_t* const format =
+        std::find_if(formats, formats + xcb_setup_pixmap_formats_length(setup),
+                     [&](const xcb_format_t& one) { return one.depth == state.depth; });
+    const auto pixelBytes = static_cast<std::size_t>(format->bits_per_pixel / 8);
+    const auto padding = static_cast<std::size_t>(format->scanline_pad / 8);
+    const std::size_t stride =
+        (static_cast<std::size_t>(state.width) * pixelBytes + padding - 1) / padding * padding;
+    const bool isBigEndian = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST;
+    const std::uint8_t* const data = xcb_get_image_data(image.get());
+
+    cv::Mat pixels(state.height, state.width, CV_32SC1);
+    for (int y = 0; y < state.height; ++y) {
+        for (int x = 0; x < state.width; ++x) {
+            const std::uint8_t* const bytes = data + static_cast<std::size_t>(y) * stride +
+                                              static_cast<std::size_t>(x) * pixelBytes;
+            std::uint32_t pixel = 0;
+            for (std::size_t i = 0; i < pixelBytes; ++i) {
+                pixel = pixel << 8 | bytes[isBigEndian ? i : pixelBytes - 1 - i];
+            }
+            pixels.at<int>(y, x) = static_cast<int>(pixel);
+        }
+    }
+    return pixels;
+}
+
+cv::Mat XWindow::pixels() const {
+    const xcb_visualtype_t& visual = m_state->visual;
+    const cv::Mat raw = rawPixels();
+    cv::Mat picture(raw.size(), CV_8UC3);
+    for (int y = 0; y < raw.rows; ++y) {
+        for (int x = 0; x < raw.cols; ++x) {
+            const auto pixel = static_cast<std::uint32_t>(raw.at<int>(y, x));
+            picture.at<cv::Vec3b>(y, x) = {channel(pixel, visual.blue_mask),
+                                           channel(pixel, visual.green_mask),
+                                           channel(pixel, visual.red_mask)};
+        }
+    }
+    return picture;
+}
+
+void XWindow::destroy() {
+    require(m_state->connection,
+            xcb_destroy_window_checked(m_state->connection.get(), m_state->window),
+            "to destroy a window");
+}
+
+struct XPixmap::State {
+    Connection connection;
+    xcb_pixmap_t pixmap = 0;
+};
+
+XPixmap::XPixmap(int width, int height) : m_state(std::make_unique<State>()) {
+    m_state->connection = connect();
+    const xcb_screen_t& screen = screenOf(m_state->connection);
+    m_state->pixmap = xcb_generate_id(m_state->connection.get());
+    require(m_state->connection,
+            xcb_create_pixmap_checked(m_state->connection.get(), screen.root_depth, m_state->pixmap,
+                                      screen.root, static_cast<std::uint16_t>(width),
+                                      static_cast<std::uint16_t>(height)),
+            "a pixmap");
+}
+
+XPixmap::~XPixmap() = default;
+
+HWND XPixmap::handle() const {
+    return asHandle(m_state->pixmap);
+}
+
+bool waitForWindow(const std::string& title, int limitSeconds) {
+    return runProgram({"xdotool", "search", "--sync", "--onlyvisible", "--name", "^" + title + "$"},
+                      limitSeconds)
+        .has_value();
+}
+
+bool closeWindow(const std::string& title, const std::string& key, int limitSeconds) {
+    if (!waitForWindow(title, limitSeconds)) {
+        return false;
+    }
+    const auto end = Clock::now() + std::chrono::seconds(limitSeconds);
+    do {
+        const auto found = runProgram(
+            {"xdotool", "search", "--onlyvisible", "--name", "^" + title + "$"}, limitSeconds);
+        if (!found) {
+            return true;
+        }
+        // Fails when the window goes between the key's press and its release.
+        runProgram({"xdotool", "key", "--window", found->substr(0, found->find('\n')), key},
+                   limitSeconds);
+    } while (Clock::now() < end);
+    return false;
+}
+
+} // namespace test

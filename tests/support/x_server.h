@@ -1,0 +1,94 @@
+// A display of the test's own, and windows on it.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <opencv2/core.hpp>
+
+#include <windows.h>
+
+namespace test {
+
+// An environment variable with another value (nullopt: unset), put back at the end of the scope.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value);
+    ~ScopedEnvironment();
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    std::string m_name;
+    std::optional<std::string> m_previous;
+};
+
+// An X server without screen (Xvfb), 1600 x 1200 pixels, for the time of the scope; DISPLAY names
+// it. Throws std::runtime_error when it does not start within half a minute.
+class XServer {
+public:
+    explicit XServer(int depth = 24);
+    ~XServer();
+    XServer(const XServer&) = delete;
+    XServer& operator=(const XServer&) = delete;
+
+    // Ends the server now, under whoever is connected.
+    void kill();
+
+private:
+    int m_process = -1;
+    std::optional<ScopedEnvironment> m_display;
+};
+
+// A mapped window at the top-left corner of the screen. Throws std::runtime_error when the server
+// refuses.
+class XWindow {
+public:
+    static const cv::Vec3b background; // blue, green, red, until something is drawn
+
+    // Depth 0: the screen's own.
+    XWindow(int width, int height, int depth = 0);
+    ~XWindow();
+    XWindow(const XWindow&) = delete;
+    XWindow& operator=(const XWindow&) = delete;
+
+    HWND handle() const;
+
+    // What the window shows, CV_8UC3, blue, green, red; channels of fewer bits are widened to 8.
+    cv::Mat pixels() const;
+
+    // The pixel values as the server stores them, CV_32SC1.
+    cv::Mat rawPixels() const;
+
+    // The window is gone afterwards; its handle names no window.
+    void destroy();
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+// An id of the display that names something other than a window.
+class XPixmap {
+public:
+    XPixmap(int width, int height);
+    ~XPixmap();
+    XPixmap(const XPixmap&) = delete;
+    XPixmap& operator=(const XPixmap&) = delete;
+
+    HWND handle() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+// Waits until a window of this title is visible. False when none appears within the limit.
+bool waitForWindow(const std::string& title, int limitSeconds);
+
+// Waits for such a window and presses a key in it (an X11 key name: "Return") until it is gone.
+// False when that did not happen within the limit.
+bool closeWindow(const std::string& title, const std::string& key, int limitSeconds);
+
+} // namespace test
