@@ -43,25 +43,22 @@ void addGeometryCommands(CLI::App& app) {
 }
 
 std::vector<GalleryEntry> geometryGallery() {
-    const std::vector<std::string> corners = {"--from", "73,88", "492,72", "521,525", "35,518",
-                                              "--to",   "0,0",   "450,0",  "450,450", "0,450"};
-    std::vector<std::string> warp = {"warp", "PHOTOS/sudoku.png", "-o", "OUT/warp.png"};
-    std::vector<std::string> mask = {"mask", "PHOTOS/sudoku.png", "-o", "OUT/mask.png"};
-    warp.insert(warp.end(), corners.begin(), corners.end());
-    mask.insert(mask.end(), corners.begin(), corners.end());
     return {
         {"Projective warp",
          "Four marked corners of a printed grid become a square.",
-         warp,
+         {"warp", "PHOTOS/sudoku.png", "-o", "OUT/warp.png", "--from", "73,88", "492,72", "521,525",
+          "35,518", "--to", "0,0", "450,0", "450,450", "0,450"},
          {"PHOTOS/sudoku.png"},
          {"OUT/warp.png"},
          {}},
         {"Coverage mask",
-         "What the warped photograph covers of its canvas.",
-         mask,
-         {"PHOTOS/sudoku.png"},
+         "Which pixels of its canvas a warped photograph covers; here its corners go to a kite.",
+         {"mask", "PHOTOS/home.jpg", "-o", "OUT/mask.png", "--from", "0,0", "512,0", "512,384",
+          "0,384", "--to", "90,0", "470,60", "400,330", "0,250"},
+         {"OUT/mask-warp.png"},
          {"OUT/mask.png"},
-         {}},
+         {"warp", "PHOTOS/home.jpg", "-o", "OUT/mask-warp.png", "--from", "0,0", "512,0", "512,384",
+          "0,384", "--to", "90,0", "470,60", "400,330", "0,250"}},
     };
 }
 

@@ -1,0 +1,22 @@
+// Writes the edges of a picture's top-left 64 x 64 pixels as text: load, one operation, own, free.
+#include <tarvix/tarvix.h>
+
+#include <iostream>
+#include <memory>
+
+int main(int argc, char** argv) {
+    const std::unique_ptr<CDib> picture(tx_LoadFile(argc > 1 ? argv[1] : ""));
+    if (picture == nullptr) {
+        std::cerr << "usage: edges PICTURE\n";
+        return 1;
+    }
+    const std::unique_ptr<CDib> edges(tx_Canny(*picture, 80, 200, 3, 0)); // may throw cv::Exception
+    const BITMAPINFOHEADER& header = edges->m_bmi.bmiHeader;
+    for (int y = 0; y < header.biHeight && y < 64; ++y) { // stored rows run from the bottom up
+        const BYTE* row = edges->m_pBits + (header.biHeight - 1 - y) * ((header.biWidth + 3) / 4 * 4);
+        for (int x = 0; x < header.biWidth && x < 64; ++x) {
+            std::cout << (row[x] != 0 ? '#' : '.');
+        }
+        std::cout << '\n';
+    }
+}
