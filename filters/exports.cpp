@@ -2,7 +2,11 @@
 
 #include "bridge/dib_bridge.h"
 #include "bridge/guard.h"
+#include "filters/chessboard.h"
+#include "filters/lines.h"
 #include "filters/pixel_filters.h"
+
+#include <new>
 
 using namespace tarvix;
 
@@ -27,5 +31,32 @@ CDib* tx_Denoise(CDib& src, float h, float hColor, int templateWindowSize, int s
 CDib* tx_getRectSubPix(CDib& src, int width, int height, float centerX, float centerY) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
         return orFail(MatToDib(subPixelPatch(DibToMat(src), {width, height}, {centerX, centerY})));
+    });
+}
+
+// No handler, on purpose: what OpenCV refuses passes out to the host, `points` untouched.
+int tx_FindLines(CDib& image, POINT*& points) {
+    const DibView view = viewOf(image);
+    const std::vector<cv::Vec4i> segments =
+        findLines(DibToMat(image), shortestSegment(view.width, view.rows));
+    points = new (std::nothrow) POINT[2 * segments.size()];
+    if (points == nullptr) {
+        return 0;
+    }
+    POINT* next = points;
+    for (const cv::Vec4i& segment : segments) {
+        *next++ = {segment[0], segment[1]};
+        *next++ = {segment[2], segment[3]};
+    }
+    return static_cast<int>(segments.size());
+}
+
+CDib* tx_FindChessboard(CDib& image, int cornersPerRow, int cornersPerColumn, CString& corners) {
+    return showCvSwallowRest<CDib*>(nullptr, [&] {
+        const MarkedBoard board =
+            markChessboard(DibToMat(image), {cornersPerRow, cornersPerColumn});
+        DibPtr result(orFail(MatToDib(board.picture)));
+        corners = cornerText(board.corners).c_str();
+        return result.release();
     });
 }

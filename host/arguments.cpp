@@ -17,6 +17,17 @@ double parseNumber(const std::string& text, const std::string& whole) {
     return value;
 }
 
+int parseCount(const std::string& text, const std::string& whole) {
+    int value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc{} || stop != end) {
+        throw CLI::ValidationError("'" + whole +
+                                   "' is not a board; write the inner corners as 9x6");
+    }
+    return value;
+}
+
 } // namespace
 
 std::array<double, 2> parsePoint(const std::string& text) {
@@ -40,6 +51,20 @@ CLI::Option* addCorners(CLI::App& command, const std::string& name, std::array<d
     return command.add_option(name, read, help + ": x,y x,y x,y x,y (pixels, origin top left)")
         ->type_name("POINT")
         ->expected(4);
+}
+
+CLI::Option* addBoard(CLI::App& command, std::array<int, 2>& board) {
+    const auto read = [&board](const std::string& text) {
+        const std::size_t x = text.find('x');
+        const std::string rest = x == std::string::npos ? std::string() : text.substr(x + 1);
+        board = {parseCount(text.substr(0, x), text), parseCount(rest, text)};
+        return true;
+    };
+    return command
+        .add_option_function<std::string>(
+            "--board", read, "Inner corners of the chessboard, per row x per column, such as 9x6")
+        ->type_name("WxH")
+        ->required();
 }
 
 void addInOut(CLI::App& command, std::string& in, std::string& out) {

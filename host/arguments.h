@@ -19,6 +19,10 @@ void addInOut(CLI::App& command, std::string& in, std::string& out);
 // Adds --gray: hand the export an 8-bit bitmap instead of a 24-bit one.
 void addGray(CLI::App& command, bool& gray);
 
+// Adds --board WxH: the inner corners of a chessboard, per row and per column, as the exports take
+// them.
+CLI::Option* addBoard(CLI::App& command, std::array<int, 2>& board);
+
 // Splits "x,y" into two numbers. Throws CLI::ValidationError.
 std::array<double, 2> parsePoint(const std::string& text);
 

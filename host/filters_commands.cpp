@@ -5,6 +5,13 @@
 
 #include <tarvix/tarvix.h>
 
+#include <nlohmann/json.hpp>
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <array>
+#include <charconv>
+#include <iostream>
 #include <memory>
 
 namespace host {
@@ -103,6 +110,107 @@ void addPatch(CLI::App& app) {
     });
 }
 
+void addOptionalOut(CLI::App& command, std::string& out, const std::string& help) {
+    command.add_option("-o,--out", out, help);
+}
+
+void addLines(CLI::App& app) {
+    struct Options {
+        std::string in, out;
+        bool json = false;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand(
+        "lines", "Find straight segments and print them, one x1,y1 x2,y2 a line (pixels)");
+    command->add_option("IN", o->in, "Picture file to read")->required();
+    addOptionalOut(*command, o->out, "Write the picture with the segments drawn");
+    command->add_flag("--json", o->json, "Print one JSON object instead of lines of text");
+    command->callback([o] {
+        const Picture in = loadPicture(o->in, false);
+        POINT* found = nullptr;
+        const int count = tx_FindLines(*in, found);
+        const std::unique_ptr<POINT[]> points(found);
+        const std::size_t ends = 2 * static_cast<std::size_t>(count);
+        if (!o->out.empty()) {
+            // Faded, so that the segments stand out on any picture.
+            cv::Mat drawn;
+            toMatrix(*in).convertTo(drawn, -1, 0.45, 140);
+            for (std::size_t i = 0; i < ends; i += 2) {
+                cv::line(drawn, {points[i].x, points[i].y}, {points[i + 1].x, points[i + 1].y},
+                         {40, 30, 220}, 2, cv::LINE_AA);
+            }
+            saveMatrix(drawn, o->out);
+        }
+        if (o->json) {
+            nlohmann::json segments = nlohmann::json::array();
+            for (std::size_t i = 0; i < ends; i += 2) {
+                segments.push_back({points[i].x, points[i].y, points[i + 1].x, points[i + 1].y});
+            }
+            std::cout << nlohmann::json{{"segments", std::move(segments)}} << '\n';
+            return;
+        }
+        for (std::size_t i = 0; i < ends; i += 2) {
+            std::cout << points[i].x << ',' << points[i].y << ' ' << points[i + 1].x << ','
+                      << points[i + 1].y << '\n';
+        }
+    });
+}
+
+// "x,y;x,y;..." as an array of [x, y].
+nlohmann::json cornersAsJson(const std::string& text) {
+    nlohmann::json corners = nlohmann::json::array();
+    const char* next = text.data();
+    const char* const end = text.data() + text.size();
+    while (next < end) {
+        std::array<double, 2> point{};
+        for (double& coordinate : point) {
+            next = std::from_chars(next, end, coordinate).ptr;
+            if (next < end) {
+                ++next; // the comma or the semicolon
+            }
+        }
+        corners.push_back(point);
+    }
+    return corners;
+}
+
+void addChessboard(CLI::App& app) {
+    struct Options {
+        std::string in, out;
+        std::array<int, 2> board{};
+        bool gray = false, json = false;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand(
+        "chessboard", "Find a chessboard's inner corners and print them, one x,y a line (pixels)");
+    command->add_option("IN", o->in, "Picture file to read")->required();
+    addBoard(*command, o->board);
+    addOptionalOut(*command, o->out, "Write the picture with the corners drawn");
+    addGray(*command, o->gray);
+    command->add_flag("--json", o->json, "Print one JSON object instead of lines of text");
+    command->callback([o] {
+        const Picture in = loadPicture(o->in, o->gray);
+        CString corners;
+        const Picture drawn =
+            take(tx_FindChessboard(*in, o->board[0], o->board[1], corners),
+                 "no chessboard of " + std::to_string(o->board[0]) + " x " +
+                     std::to_string(o->board[1]) + " inner corners in '" + o->in + "'");
+        if (!o->out.empty()) {
+            savePicture(*drawn, o->out);
+        }
+        std::string text(corners.GetString());
+        if (o->json) {
+            std::cout << nlohmann::json{{"board", o->board}, {"corners", cornersAsJson(text)}}
+                      << '\n';
+            return;
+        }
+        for (char& c : text) {
+            c = c == ';' ? '\n' : c;
+        }
+        std::cout << text << '\n';
+    });
+}
+
 } // namespace
 
 void addFilterCommands(CLI::App& app) {
@@ -110,6 +218,8 @@ void addFilterCommands(CLI::App& app) {
     addCanny(app);
     addDenoise(app);
     addPatch(app);
+    addLines(app);
+    addChessboard(app);
 }
 
 std::vector<GalleryEntry> filterGallery() {
@@ -133,6 +243,18 @@ std::vector<GalleryEntry> filterGallery() {
           "--center", "245.5,110.25"},
          {"PHOTOS/messi5.jpg"},
          {"OUT/patch.png"},
+         {}},
+        {"Straight lines",
+         "Segments along the edges of a building; the thresholds come from the picture itself.",
+         {"lines", "PHOTOS/building.jpg", "-o", "OUT/lines.png"},
+         {"PHOTOS/building.jpg"},
+         {"OUT/lines.png"},
+         {}},
+        {"Chessboard",
+         "The inner corners of a calibration board, refined to a fraction of a pixel.",
+         {"chessboard", "PHOTOS/left01.jpg", "--board", "9x6", "-o", "OUT/chessboard.png"},
+         {"PHOTOS/left01.jpg"},
+         {"OUT/chessboard.png"},
          {}},
     };
 }

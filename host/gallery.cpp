@@ -70,6 +70,24 @@ std::string quoted(const std::string& word) {
     return word.find_first_of(" '\"\\$*?") == std::string::npos ? word : "'" + word + "'";
 }
 
+// What commands print is for a terminal of their own, not for the gallery's list of steps.
+class Quiet {
+public:
+    Quiet() : m_before(std::cout.rdbuf(m_printed.rdbuf())) {}
+    ~Quiet() { std::cout.rdbuf(m_before); }
+    Quiet(const Quiet&) = delete;
+    Quiet& operator=(const Quiet&) = delete;
+
+private:
+    std::ostringstream m_printed;
+    std::streambuf* m_before;
+};
+
+int runQuietly(const std::vector<std::string>& arguments) {
+    const Quiet quiet;
+    return runCommand(arguments);
+}
+
 class Page {
 public:
     Page(fs::path photos, fs::path out) : m_photos(std::move(photos)), m_out(std::move(out)) {}
@@ -190,10 +208,10 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
         const GalleryEntry& entry = entries[i];
         std::cout << '[' << i + 1 << '/' << entries.size() << "] " << entry.title << " ... "
                   << std::flush;
-        int status = entry.prepare.empty() ? 0 : runCommand(page.placed(entry.prepare));
+        int status = entry.prepare.empty() ? 0 : runQuietly(page.placed(entry.prepare));
         const auto start = std::chrono::steady_clock::now();
         if (status == 0) {
-            status = runCommand(page.placed(entry.command));
+            status = runQuietly(page.placed(entry.command));
         }
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
         std::cout << (status == 0 ? "" : "FAILED ") << std::fixed << std::setprecision(2)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <MorvelDib.h>
+#include <afx.h>
 
 #include <tarvix/tarvix_export.h>
 
@@ -29,3 +30,22 @@ TARVIX_API CDib* tx_Denoise(CDib& src, float h, float hColor, int templateWindow
 // The patch of width x height pixels centred on (centerX, centerY), interpolated, borders
 // replicated; a new bitmap of the source's depth. A width or height of 0 gives null silently.
 TARVIX_API CDib* tx_getRectSubPix(CDib& src, int width, int height, float centerX, float centerY);
+
+// Straight segments of a 24-bit picture; returns their number n. `points` receives an array of 2 n
+// points, segment i from points[2 i] to points[2 i + 1], in pixels of the picture as seen. It is
+// made with new[] even when n is 0 and the caller frees it with delete[]; what `points` held before
+// is overwritten, not freed. Null, with 0 returned, only when there is no memory for it.
+// The thresholds come from the picture: Canny's by Otsu's method, the shortest segment is a tenth
+// of the smaller side. Red and blue count with exchanged weights in the grey picture, on purpose.
+// Every exception passes out with `points` untouched, as cv::Exception: a bitmap that is not 24
+// bits.
+TARVIX_API int tx_FindLines(CDib& image, POINT*& points);
+
+// Finds a chessboard of cornersPerRow x cornersPerColumn inner corners (3 x 3 at least) in a 24-bit
+// picture, refines the corners to a fraction of a pixel and returns a new 24-bit bitmap of the
+// picture with the corners drawn.
+//   corners  "x,y;x,y;..." row by row along the board, pixels of the picture as seen, one decimal
+//            each, '.' as the decimal point whatever the locale; unchanged on every failure
+// No such board gives null silently; OpenCV's message is shown for an 8-bit bitmap.
+TARVIX_API CDib* tx_FindChessboard(CDib& image, int cornersPerRow, int cornersPerColumn,
+                                   CString& corners);

@@ -49,7 +49,8 @@ TEST_F(CommandLine, UnknownCommandIsBadUsage) {
 TEST_F(CommandLine, HelpAndVersion) {
     const ProgramResult help = tarvix({"--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char* command : {"canny", "denoise", "patch", "load", "warp", "mask", "gallery"}) {
+    for (const char* command :
+         {"canny", "denoise", "patch", "load", "lines", "chessboard", "warp", "mask", "gallery"}) {
         EXPECT_THAT(help.out, HasSubstr(command));
     }
     const ProgramResult one = tarvix({"canny", "--help"});
@@ -135,6 +136,7 @@ const std::vector<std::vector<std::string>>& pictureCommands() {
         {"load"},
         {"canny"},
         {"denoise", "--search", "7"},
+        {"lines"},
         {"patch", "--width", "3", "--height", "3", "--center", "1,1"},
         {"warp", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
         {"mask", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},

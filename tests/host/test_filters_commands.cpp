@@ -1,0 +1,110 @@
+// The sub-commands lines and chessboard, run as a user runs them.
+#include "tests/support/pictures.h"
+#include "tests/support/program.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using nlohmann::json;
+using test::ProgramResult;
+using testing::HasSubstr;
+
+ProgramResult tarvix(const std::vector<std::string>& arguments) {
+    return test::runProgram(TARVIX_PROGRAM, arguments);
+}
+
+void expectOneLine(const ProgramResult& run, int status) {
+    EXPECT_EQ(run.status, status) << run.err;
+    EXPECT_EQ(run.out, "");
+    const std::size_t said = run.err.find("tarvix: ");
+    ASSERT_NE(said, std::string::npos) << run.err;
+    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
+}
+
+class FilterCommands : public testing::Test {
+protected:
+    test::TempFolder folder;
+    std::string out = folder / "out.png";
+};
+
+TEST_F(FilterCommands, LinesAsTextJsonAndPicture) {
+    cv::Mat picture(240, 320, CV_8UC3, cv::Scalar::all(230));
+    cv::rectangle(picture, {0, 100}, {319, 119}, {20, 20, 20}, cv::FILLED);
+    cv::imwrite(folder / "bar.png", picture);
+    const ProgramResult text = tarvix({"lines", folder / "bar.png"});
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_THAT(text.out, testing::MatchesRegex("([0-9]+,[0-9]+ [0-9]+,[0-9]+\n)+"));
+
+    const ProgramResult run = tarvix({"lines", folder / "bar.png", "--json", "-o", out});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const json segments = json::parse(run.out).at("segments");
+    EXPECT_EQ(static_cast<std::ptrdiff_t>(segments.size()),
+              std::count(text.out.begin(), text.out.end(), '\n'));
+    ASSERT_FALSE(segments.empty());
+    EXPECT_EQ(segments[0].size(), 4U);
+    EXPECT_NEAR(segments[0][1].get<double>(), 110, 12);
+    const cv::Mat drawn = cv::imread(out);
+    ASSERT_EQ(drawn.size(), picture.size());
+    cv::Mat red;
+    cv::inRange(drawn, cv::Scalar(0, 0, 180), cv::Scalar(80, 80, 255), red);
+    EXPECT_GT(cv::countNonZero(red), 100);
+}
+
+TEST_F(FilterCommands, NoLinesIsAnEmptyAnswerNotAFailure) {
+    cv::imwrite(folder / "flat.png", cv::Mat(60, 80, CV_8UC3, cv::Scalar::all(99)));
+    const ProgramResult text = tarvix({"lines", folder / "flat.png"});
+    EXPECT_EQ(text.status, 0);
+    EXPECT_EQ(text.out, "");
+    EXPECT_TRUE(
+        json::parse(tarvix({"lines", folder / "flat.png", "--json"}).out).at("segments").empty());
+}
+
+TEST_F(FilterCommands, ChessboardAsTextJsonAndPicture) {
+    const std::string board = test::photoPath("left01.jpg");
+    const ProgramResult text = tarvix({"chessboard", board, "--board", "9x6", "-o", out});
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_EQ(std::count(text.out.begin(), text.out.end(), '\n'), 54);
+    EXPECT_THAT(text.out, testing::MatchesRegex("([0-9]+\\.[0-9],[0-9]+\\.[0-9]\n)+"));
+    EXPECT_EQ(cv::imread(out).size(), cv::Size(640, 480));
+
+    const ProgramResult run = tarvix({"chessboard", board, "--board", "9x6", "--json"});
+    const json answer = json::parse(run.out);
+    EXPECT_EQ(answer.at("board"), json({9, 6}));
+    ASSERT_EQ(answer.at("corners").size(), 54U);
+    std::string again;
+    for (const json& corner : answer.at("corners")) {
+        char line[64];
+        std::snprintf(line, sizeof line, "%.1f,%.1f\n", corner[0].get<double>(),
+                      corner[1].get<double>());
+        again += line;
+    }
+    EXPECT_EQ(again, text.out);
+}
+
+TEST_F(FilterCommands, ChessboardFailuresAreOneLine) {
+    const std::string home = test::photoPath("home.jpg");
+    const ProgramResult none = tarvix({"chessboard", home, "--board", "9x6", "-o", out});
+    expectOneLine(none, 1);
+    EXPECT_THAT(none.err, HasSubstr("no chessboard of 9 x 6"));
+    EXPECT_FALSE(std::filesystem::exists(out));
+    expectOneLine(tarvix({"chessboard", home, "--board", "9x6", "--gray"}), 1);
+    expectOneLine(tarvix({"chessboard", home, "--board", "1x1"}), 1);
+    for (const char* bad : {"9", "9x", "x6", "9x6x2", "axb", "9 x 6", "99999999999x6"}) {
+        expectOneLine(tarvix({"chessboard", home, "--board", bad}), 2);
+    }
+    expectOneLine(tarvix({"chessboard", home}), 2);
+    std::ofstream(folder / "text.png") << "no picture\n";
+    for (const std::string& bad : {folder / "text.png", folder / "missing.png", folder.path()}) {
+        expectOneLine(tarvix({"chessboard", bad, "--board", "9x6"}), 1);
+    }
+}
+
+} // namespace

@@ -1,0 +1,41 @@
+#include "tests/support/decimal_comma.h"
+
+#include "tests/support/program.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+namespace test {
+
+namespace {
+
+bool selectDecimalComma(const char* name) {
+    return std::setlocale(LC_ALL, name) != nullptr &&
+           std::string_view(std::localeconv()->decimal_point) == ",";
+}
+
+} // namespace
+
+DecimalComma::DecimalComma() : m_before(std::setlocale(LC_ALL, nullptr)) {
+    for (const char* installed : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "German_Germany"}) {
+        if (selectDecimalComma(installed)) {
+            return;
+        }
+    }
+    runProgram("localedef", {"-i", "de_DE", "-f", "UTF-8", m_compiled / "de_DE.UTF-8"});
+    setenv("LOCPATH", m_compiled.path().c_str(), 1);
+    const bool selected = selectDecimalComma("de_DE.UTF-8");
+    unsetenv("LOCPATH");
+    if (!selected) {
+        std::setlocale(LC_ALL, m_before.c_str());
+        throw std::runtime_error("no locale with a decimal comma (package locales)");
+    }
+}
+
+DecimalComma::~DecimalComma() {
+    std::setlocale(LC_ALL, m_before.c_str());
+}
+
+} // namespace test
