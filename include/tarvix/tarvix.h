@@ -16,5 +16,6 @@
 //            gives null or 0. Some exports let exceptions pass out on purpose and say so.
 #pragma once
 
+#include <tarvix/calib.h>
 #include <tarvix/filters.h>
 #include <tarvix/geometry.h>

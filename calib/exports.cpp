@@ -1,0 +1,127 @@
+#include <tarvix/calib.h>
+
+#include "bridge/dib_bridge.h"
+#include "bridge/guard.h"
+#include "calib/calib_files.h"
+#include "calib/calibrate.h"
+#include "calib/meas3d.h"
+#include "calib/preview.h"
+#include "calib/stereo_calibrate.h"
+#include "calib/undistort.h"
+
+using namespace tarvix;
+
+namespace {
+
+// Reads by the bounds-checked accessor: a position past the end raises the class library's
+// invalid-argument exception.
+FileList listOf(const CStringArray& files) {
+    return {static_cast<int>(files.GetSize()),
+            [&files](int i) { return std::string(files.GetAt(i).GetString()); }};
+}
+
+} // namespace
+
+int tx_Calib(CStringArray& files, const char* folder, int boardW, int boardH, HWND preview) {
+    return showCvSwallowRest<int>(0, [&] {
+        const cv::Size pattern(boardW, boardH);
+        const CameraCalibration camera =
+            calibrateCamera(listOf(files), pattern, previewInto(preview, pattern));
+        MatrixWriter writer; // both files or none
+        writer.add(folder, cameraFile, camera.cameraMatrix);
+        writer.add(folder, distortionFile, camera.distCoeffs);
+        writer.commit();
+        return 1;
+    });
+}
+
+CDib* tx_UseCalib(CDib& image, const char* folder, float* outA, float* outB) {
+    return showCvSwallowRest<CDib*>(nullptr, [&] {
+        const cv::Mat cameraMatrix = needMatrix(folder, cameraFile);
+        const cv::Mat distCoeffs = needMatrix(folder, distortionFile);
+        refuseEmpty(cameraMatrix, cameraFile);
+        refuseEmpty(distCoeffs, distortionFile);
+        const Undistorted result = undistort(DibToMat(image), cameraMatrix, distCoeffs);
+        DibPtr dib(orFail(MatToDib(result.picture)));
+        if (outA != nullptr && outB != nullptr) {
+            // On purpose: the row from the width, the column from the height, and y before x.
+            const DibView view = viewOf(image);
+            *outA = mapSample(result.map2, view.width / 2, view.rows / 2);
+            *outB = mapSample(result.map1, view.width / 2, view.rows / 2);
+        }
+        return dib.release();
+    });
+}
+
+int tx_StereoCalib(CStringArray& files, const char* folder, int boardW, int boardH,
+                   float squareSize, HWND preview) {
+    return showCvSwallowRest<int>(0, [&] {
+        const cv::Size pattern(boardW, boardH);
+        const StereoCalibration pair = calibrateStereo(
+            findStereoViews(listOf(files), pattern, squareSize, previewInto(preview, pattern)));
+        // Each file by itself: those written before a failure stay.
+        const auto write = [folder](const CalibFile& file, const cv::Mat& matrix) {
+            MatrixWriter writer;
+            writer.add(folder, file, matrix);
+            writer.commit();
+        };
+        for (std::size_t i = 0; i < pair.cameras.size(); ++i) {
+            write(stereoCameraFiles[i].cameraMatrix, pair.cameras[i].cameraMatrix);
+            write(stereoCameraFiles[i].distortion, pair.cameras[i].distortion);
+            write(stereoCameraFiles[i].rotation, pair.cameras[i].rotation);
+            write(stereoCameraFiles[i].projection, pair.cameras[i].projection);
+        }
+        write(reprojectionFile, pair.reprojection);
+        return 1;
+    });
+}
+
+CDib* tx_UseStereoCalib(CDib& image, const char* folder, int camera) {
+    return showCvSwallowRest<CDib*>(nullptr, [&] {
+        const StereoCameraFiles& files = stereoCameraFiles[camera == 1 ? 0 : 1];
+        const cv::Mat cameraMatrix = needMatrix(folder, files.cameraMatrix);
+        const cv::Mat distortion = needMatrix(folder, files.distortion);
+        const cv::Mat rotation = needMatrix(folder, files.rotation);
+        const cv::Mat projection = needMatrix(folder, files.projection);
+        refuseEmpty(cameraMatrix, files.cameraMatrix);
+        refuseEmpty(distortion, files.distortion);
+        refuseEmpty(rotation, files.rotation);
+        refuseEmpty(projection, files.projection);
+        return orFail(
+            MatToDib(rectify(DibToMat(image), cameraMatrix, distortion, rotation, projection)));
+    });
+}
+
+tx_Meas3D::tx_Meas3D() : m_q(nullptr) {}
+
+tx_Meas3D::~tx_Meas3D() {
+    delete m_q;
+}
+
+// Shallow on purpose; m_q of this object is not released.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a copied pointer is safe
+tx_Meas3D& tx_Meas3D::operator=(const tx_Meas3D& other) {
+    m_q = other.m_q;
+    return *this;
+}
+
+// On purpose: an earlier matrix is not released (a shallow copy may still use it), and neither a
+// missing file nor an empty matrix is a failure. Everything raised ends silently.
+int tx_Meas3D::Init(const char* folder) {
+    m_q = nullptr;
+    return swallowAll<int>(0, [&] {
+        auto q = std::make_unique<cv::Mat>();
+        *q = readMatrix(pathIn(folder, reprojectionFile), reprojectionFile.key);
+        m_q = q.release();
+        return 1;
+    });
+}
+
+int tx_Meas3D::CalcXYZ(FPoint2D& p1, FPoint2D& p2, FPoint3D& out) {
+    if (m_q == nullptr || !isReprojectionMatrix(*m_q)) {
+        return 0;
+    }
+    const cv::Point3f point = reproject(*m_q, {p1.x, p1.y}, {p2.x, p2.y});
+    out = {point.x, point.y, point.z};
+    return 1;
+}
