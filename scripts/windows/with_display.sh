@@ -1,0 +1,33 @@
+#!/bin/bash
+# Runs a command with a virtual display and a fresh Wine folder, both gone afterwards:
+#   with_display.sh [--no-display] COMMAND [ARGUMENT...]
+# Wine decides for or against a display when its first program starts and keeps to it; hence the fresh folder,
+# a copy made of hard links.
+set -euo pipefail
+here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+. "$here/common.sh"
+display=(xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp")
+if [[ "${1-}" == --no-display ]]; then
+    display=(env -u DISPLAY)
+    shift
+else
+    need_command xvfb-run xvfb
+fi
+(($#)) || die "usage: with_display.sh [--no-display] COMMAND [ARGUMENT...]"
+wine_environment
+prepare_wine_template
+export TARVIX_WINEPREFIX
+TARVIX_WINEPREFIX="$(mktemp -d "$tarvix_cache/wine-run.XXXXXX")"
+clean_up() {
+    WINEPREFIX="$TARVIX_WINEPREFIX" wineserver -k 2>/dev/null || true
+    WINEPREFIX="$TARVIX_WINEPREFIX" wineserver -w 2>/dev/null || true
+    rm -rf "$TARVIX_WINEPREFIX"
+}
+trap clean_up EXIT
+trap 'exit 130' INT TERM
+cp -al "$wine_template/." "$TARVIX_WINEPREFIX/"
+# Wine writes these; the copy gets its own.
+for file in "$TARVIX_WINEPREFIX"/*.reg; do
+    cp --remove-destination "$wine_template/$(basename "$file")" "$file"
+done
+"${display[@]}" "$@"
