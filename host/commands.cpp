@@ -23,6 +23,7 @@ int report(const std::string& text) {
 int runCommand(std::vector<std::string> arguments) {
     CLI::App app("Tarvix's sample host: one sub-command for each operation of the module.",
                  "tarvix");
+    app.allow_windows_style_options(false); // a path may begin with a slash
     app.require_subcommand(1);
     app.set_version_flag("--version", std::string("Tarvix " TARVIX_VERSION ", OpenCV ") +
                                           cv::getVersionString());

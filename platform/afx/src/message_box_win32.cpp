@@ -16,7 +16,7 @@ int showMessageBox(const char* text, unsigned type) {
     title.erase(title.find_last_of('.') == std::string::npos ? title.size()
                                                              : title.find_last_of('.'));
     const int button = MessageBoxA(nullptr, text, title.c_str(), type);
-    return button != 0 ? button : printMessage(text); // 0: no desktop to show it on
+    return button > 0 ? button : printMessage(text); // not shown: there is no desktop
 }
 
 } // namespace tarvix::afx

@@ -1,0 +1,30 @@
+# The archive for users of the MinGW build: with it, a Windows machine needs nothing else. It holds the run-time
+# libraries of the compiler, OpenCV, and the licences of what is bundled.
+set(run_time_libraries)
+foreach(name IN ITEMS libstdc++-6 libgcc_s_seh-1 libwinpthread-1 libgomp-1)
+  execute_process(
+    COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=${name}.dll OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE
+                                                                                     COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT EXISTS "${path}")
+    message(FATAL_ERROR "The compiler's run-time library ${name}.dll is missing")
+  endif()
+  list(APPEND run_time_libraries "${path}")
+endforeach()
+list(REMOVE_DUPLICATES OpenCV_LIBS)
+install(FILES ${run_time_libraries} "$<TARGET_FILE:opencv_world>" DESTINATION "${CMAKE_INSTALL_BINDIR}"
+        COMPONENT Runtime)
+
+foreach(prefix IN LISTS TARVIX_WINDOWS_PREFIX)
+  install(DIRECTORY "${prefix}/licenses/" DESTINATION licenses COMPONENT Runtime)
+endforeach()
+configure_file("${PROJECT_SOURCE_DIR}/cmake/windows-readme.txt.in" "${PROJECT_BINARY_DIR}/README.txt" @ONLY
+               NEWLINE_STYLE DOS)
+install(FILES "${PROJECT_BINARY_DIR}/README.txt" DESTINATION . COMPONENT Runtime)
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_FILE_NAME "Tarvix-${PROJECT_VERSION}-win64")
+set(CPACK_PACKAGE_VENDOR "Tarvix")
+set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)

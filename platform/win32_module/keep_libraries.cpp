@@ -1,0 +1,20 @@
+// Part of the module where GNU's OpenMP run time serves it on Windows. Two kinds of libraries cannot be
+// loaded and freed again and again:
+//   - the OpenMP run time keeps its worker threads for the next parallel region and cannot end them. If it
+//     went with the module, the threads would stay behind and run into unmapped code;
+//   - OpenCV leaves its singletons and its threads' buffers behind on purpose, megabytes in each round.
+// So these stay loaded when a host frees the module, and the next load finds them again.
+#include <windows.h>
+
+namespace {
+
+[[maybe_unused]] const bool kept = [] {
+    bool all = true;
+    for (const char* name : {TARVIX_KEPT_LIBRARIES}) {
+        HMODULE ignored = nullptr;
+        all = GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN, name, &ignored) != FALSE && all;
+    }
+    return all;
+}();
+
+} // namespace
