@@ -1,0 +1,108 @@
+#include "tests/support/program.h"
+
+#include "tests/support/pictures.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include <windows.h>
+
+namespace test {
+
+namespace {
+
+constexpr DWORD kLimitMilliseconds = 900 * 1000;
+constexpr int kTimedOut = 124;
+constexpr int kCrashed = 128 + 11;
+
+std::string slurp(const std::string& path) {
+    std::ifstream file(path); // text: carriage returns go
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// One word as the run-time library of the called program takes the command line apart.
+std::string quoted(const std::string& word) {
+    std::string out = "\"";
+    std::size_t backslashes = 0;
+    for (const char c : word) {
+        if (c == '\\') {
+            ++backslashes;
+            continue;
+        }
+        // Backslashes count double before a quote only.
+        out.append(c == '"' ? 2 * backslashes + 1 : backslashes, '\\');
+        backslashes = 0;
+        out += c;
+    }
+    out.append(2 * backslashes, '\\');
+    return out + '"';
+}
+
+class Handle {
+public:
+    explicit Handle(HANDLE handle) : m_handle(handle) {
+        if (handle == nullptr || handle == INVALID_HANDLE_VALUE) {
+            throw std::runtime_error("cannot set up the program's run");
+        }
+    }
+    ~Handle() { CloseHandle(m_handle); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    operator HANDLE() const { return m_handle; }
+
+private:
+    HANDLE m_handle;
+};
+
+HANDLE openInherited(const std::string& path, DWORD access, DWORD disposition) {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    return CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                       disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+} // namespace
+
+ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments) {
+    const TempFolder folder;
+    std::string path = program;
+    std::replace(path.begin(), path.end(), '/', '\\');
+    std::string line = quoted(path);
+    for (const std::string& argument : arguments) {
+        line += ' ' + quoted(argument);
+    }
+    ProgramResult result;
+    {
+        const Handle in(openInherited("NUL", GENERIC_READ, OPEN_EXISTING));
+        const Handle out(openInherited(folder / "out", GENERIC_WRITE, CREATE_ALWAYS));
+        const Handle err(openInherited(folder / "err", GENERIC_WRITE, CREATE_ALWAYS));
+        STARTUPINFOA start{};
+        start.cb = sizeof start;
+        start.dwFlags = STARTF_USESTDHANDLES;
+        start.hStdInput = in;
+        start.hStdOutput = out;
+        start.hStdError = err;
+        PROCESS_INFORMATION started{};
+        if (!CreateProcessA(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                            &start, &started)) {
+            throw std::runtime_error("cannot start " + path);
+        }
+        const Handle process(started.hProcess);
+        const Handle thread(started.hThread);
+        if (WaitForSingleObject(process, kLimitMilliseconds) == WAIT_TIMEOUT) {
+            TerminateProcess(process, kTimedOut);
+            WaitForSingleObject(process, INFINITE);
+        }
+        DWORD code = 0;
+        GetExitCodeProcess(process, &code);
+        result.status = code >= 0x80000000U ? kCrashed : static_cast<int>(code);
+    }
+    result.out = slurp(folder / "out");
+    result.err = slurp(folder / "err");
+    return result;
+}
+
+} // namespace test

@@ -1,0 +1,160 @@
+// Windows has one screen, which is there all the time; windows on it are real ones.
+#include "tests/support/x_server.h"
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+
+#include <windows.h>
+
+namespace test {
+
+ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string>& value)
+    : m_name(std::move(name)) {
+    if (const char* const previous = std::getenv(m_name.c_str())) {
+        m_previous = previous;
+    }
+    _putenv_s(m_name.c_str(), value.value_or("").c_str()); // an empty value unsets it
+}
+
+ScopedEnvironment::~ScopedEnvironment() {
+    _putenv_s(m_name.c_str(), m_previous.value_or("").c_str());
+}
+
+XServer::XServer(int /*depth*/) {
+    if (GetSystemMetrics(SM_CXSCREEN) <= 0 || !IsWindow(GetDesktopWindow())) {
+        throw std::runtime_error("there is no desktop to show windows on");
+    }
+}
+
+XServer::~XServer() = default;
+
+void XServer::kill() {
+    throw std::logic_error("the desktop of Windows cannot be ended");
+}
+
+const cv::Vec3b XWindow::background{0x40, 0x80, 0xC0};
+
+struct XWindow::State {
+    HWND window = nullptr;
+};
+
+namespace {
+
+void dispatchMessages() {
+    MSG message;
+    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
+        TranslateMessage(&message);
+        DispatchMessageA(&message);
+    }
+}
+
+const char* windowClass() {
+    static const char* const name = [] {
+        const cv::Vec3b& c = XWindow::background;
+        WNDCLASSA description{};
+        description.lpfnWndProc = DefWindowProcA;
+        description.hInstance = GetModuleHandleA(nullptr);
+        description.hbrBackground = CreateSolidBrush(RGB(c[2], c[1], c[0]));
+        description.lpszClassName = "TarvixTestWindow";
+        if (RegisterClassA(&description) == 0) {
+            throw std::runtime_error("the window class is refused");
+        }
+        return description.lpszClassName;
+    }();
+    return name;
+}
+
+} // namespace
+
+XWindow::XWindow(int width, int height, int /*depth*/) : m_state(std::make_unique<State>()) {
+    m_state->window =
+        CreateWindowExA(0, windowClass(), "Tarvix test", WS_POPUP | WS_VISIBLE, 0, 0, width, height,
+                        nullptr, nullptr, GetModuleHandleA(nullptr), nullptr);
+    if (m_state->window == nullptr) {
+        throw std::runtime_error("the window is refused: is there a display?");
+    }
+    UpdateWindow(m_state->window);
+    dispatchMessages();
+}
+
+XWindow::~XWindow() {
+    destroy();
+}
+
+HWND XWindow::handle() const {
+    return m_state->window;
+}
+
+cv::Mat XWindow::pixels() const {
+    dispatchMessages();
+    RECT client{};
+    if (!GetClientRect(m_state->window, &client)) {
+        throw std::runtime_error("the window is gone");
+    }
+    cv::Mat shown(client.bottom, client.right, CV_8UC4);
+    BITMAPINFO info{};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = client.right;
+    info.bmiHeader.biHeight = -client.bottom; // top row first
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    const HDC windowDc = GetDC(m_state->window);
+    const HDC copyDc = CreateCompatibleDC(windowDc);
+    const HBITMAP copy = CreateCompatibleBitmap(windowDc, client.right, client.bottom);
+    const HGDIOBJ previous = SelectObject(copyDc, copy);
+    const bool copied =
+        BitBlt(copyDc, 0, 0, client.right, client.bottom, windowDc, 0, 0, SRCCOPY) != FALSE;
+    SelectObject(copyDc, previous);
+    const bool read = copied && GetDIBits(copyDc, copy, 0, static_cast<UINT>(client.bottom),
+                                          shown.data, &info, DIB_RGB_COLORS) == client.bottom;
+    DeleteObject(copy);
+    DeleteDC(copyDc);
+    ReleaseDC(m_state->window, windowDc);
+    if (!read) {
+        throw std::runtime_error("the window cannot be read");
+    }
+    cv::Mat bgr(shown.size(), CV_8UC3);
+    const std::array<int, 6> channels{0, 0, 1, 1, 2, 2};
+    cv::mixChannels(&shown, 1, &bgr, 1, channels.data(), 3);
+    return bgr;
+}
+
+cv::Mat XWindow::rawPixels() const {
+    throw std::logic_error("Windows does not tell how it stores a window");
+}
+
+void XWindow::destroy() {
+    if (m_state->window != nullptr) {
+        DestroyWindow(m_state->window);
+        dispatchMessages();
+    }
+}
+
+bool pressKeyInWindow(const std::string& title, const std::string& key, int limitSeconds) {
+    const WPARAM code = key == "Return"   ? WPARAM{VK_RETURN}
+                        : key == "Escape" ? WPARAM{VK_ESCAPE}
+                        : key == "space"  ? WPARAM{VK_SPACE}
+                                          : WPARAM{VkKeyScanA(key.at(0)) & 0xFFU};
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(limitSeconds);
+    while (std::chrono::steady_clock::now() < limit) {
+        const HWND window = FindWindowA(nullptr, title.c_str());
+        if (window != nullptr && IsWindowVisible(window)) {
+            // A dialog's keys go to the control that has the focus.
+            GUITHREADINFO gui{};
+            gui.cbSize = sizeof gui;
+            const DWORD thread = GetWindowThreadProcessId(window, nullptr);
+            const HWND focus =
+                GetGUIThreadInfo(thread, &gui) && gui.hwndFocus != nullptr ? gui.hwndFocus : window;
+            PostMessageA(focus, WM_KEYDOWN, code, 1);
+            PostMessageA(focus, WM_KEYUP, code, static_cast<LPARAM>(0xC0000001));
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+}
+
+} // namespace test

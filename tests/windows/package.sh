@@ -1,0 +1,62 @@
+#!/bin/bash
+# package.sh BUILD_FOLDER SOURCE_FOLDER PHOTOGRAPH: packs the archive for users, unpacks it into an empty folder and
+# uses it as a user does: the sample host with nothing else on the search path, and a host of our own, built
+# against the unpacked files alone.
+set -uo pipefail
+build="$1"
+source="$2"
+photograph="$3"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+fail() {
+    echo "FAILED: $*"
+    exit 1
+}
+run() { "$source/scripts/windows/wine_run.sh" --bare "$@"; }
+
+(cd "$build" && cpack --config CPackConfig.cmake -B "$work/packed") >"$work/log" 2>&1 || {
+    cat "$work/log"
+    fail "packing"
+}
+archive="$(ls "$work"/packed/*.zip)" || fail "there is no archive"
+unzip -q "$archive" -d "$work/a user's folder" || fail "unpacking"
+root="$(ls -d "$work/a user's folder"/Tarvix-*)" || fail "the archive's own folder is missing"
+
+for file in README.txt bin/Tarvix.dll bin/MorvelDib.dll bin/TarvixAfx.dll bin/tarvix.exe lib/libTarvix.dll.a \
+    include/tarvix/tarvix.h include/tarvix/platform/MorvelDib.h lib/cmake/Tarvix/TarvixConfig.cmake \
+    licenses/opencv.txt licenses/libjpeg-turbo.md licenses/libpng.txt licenses/zlib.txt licenses/gcc-runtime.txt \
+    licenses/mingw-w64-runtime.txt; do
+    [[ -s "$root/$file" ]] || fail "the archive has no $file"
+done
+grep -rqF "$source" "$root/lib/cmake" && fail "the CMake package names the source folder"
+
+cd "$root/bin" || exit 1
+run ./tarvix.exe --version >"$work/version" || fail "tarvix.exe --version"
+grep -q '^Tarvix ' "$work/version" || fail "tarvix.exe --version prints $(cat "$work/version")"
+cp "$photograph" "$work/a user's folder/in.jpg"
+cd "$work/a user's folder" || exit 1
+run "$root/bin/tarvix.exe" canny "in.jpg" --out "out.png" || fail "tarvix.exe canny"
+(($(identify -format '%k' out.png) == 2)) || fail "the edges are not a black and white picture"
+
+mkdir "$work/host" && cd "$work/host" || exit 1
+cp "$source/tests/windows/package_host.cpp" .
+cat >CMakeLists.txt <<'EOF'
+cmake_minimum_required(VERSION 3.25)
+project(host LANGUAGES CXX)
+find_package(Tarvix REQUIRED)
+add_executable(package_host package_host.cpp)
+target_link_libraries(package_host PRIVATE Tarvix::Tarvix)
+EOF
+{
+    cmake -S . -B build -G Ninja "-DCMAKE_TOOLCHAIN_FILE=$source/cmake/toolchains/x86_64-w64-mingw32.cmake" \
+        "-DTARVIX_WINDOWS_PREFIX=$root" && cmake --build build
+} >"$work/log" 2>&1 || {
+    cat "$work/log"
+    fail "a host cannot be built against the archive"
+}
+cp build/package_host.exe "$root/bin/"
+cd "$work/a user's folder" || exit 1
+run "$root/bin/package_host.exe" "in.jpg" \
+    >"$work/host.out" || fail "the host built against the archive fails: $(cat "$work/host.out")"
+tr -d '\r' <"$work/host.out" | grep -q '^edges: [1-9]' || fail "the host prints $(cat "$work/host.out")"
+echo "packed, unpacked, run, linked: $(basename "$archive"), $(stat -c %s "$archive") bytes"

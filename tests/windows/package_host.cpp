@@ -1,0 +1,21 @@
+// A host that knows only what the archive for users holds.
+#include <tarvix/tarvix.h>
+
+#include <cstdio>
+#include <memory>
+
+int main(int argc, char** argv) {
+    const std::unique_ptr<CDib> picture(tx_LoadFile(argc > 1 ? argv[1] : ""));
+    if (!picture) {
+        std::puts("the picture cannot be loaded");
+        return 1;
+    }
+    const std::unique_ptr<CDib> edges(tx_Canny(*picture, 50, 150, 3, 0));
+    const BITMAPINFOHEADER& header = edges->m_bmi.bmiHeader;
+    long count = 0;
+    for (unsigned long i = 0; i < header.biSizeImage; ++i) {
+        count += edges->m_pBits[i] == 255 ? 1 : 0;
+    }
+    std::printf("edges: %ld\n", count);
+    return 0;
+}
