@@ -1,11 +1,38 @@
 #include <tarvix/geometry.h>
 
 #include "bridge/dib_bridge.h"
+#include "geometry/converge.h"
+#include "geometry/converge_search.h"
+#include "geometry/dib_picture_view.h"
+#include "geometry/homography_warp.h"
 #include "geometry/projective_warp.h"
+
+#include <windows.h>
+
+#include <new>
 
 using namespace tarvix;
 
-// No handler in this file, on purpose: what OpenCV refuses passes out to the host.
+// No handler for OpenCV's exceptions in this file, on purpose: they pass out to the host.
+
+namespace {
+
+DibPtr newDib() {
+    try {
+        return std::make_unique<CDib>();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+// The picture to warp from. OpenCV's vectorised sampling keeps row steps in 16 bits and lets negative
+// ones through unchecked: beyond that, it would read elsewhere, so it gets a copy.
+cv::Mat sourceView(const DibView& image) {
+    const cv::Mat view = pictureViewOf(image);
+    return image.stride > 0x7fff ? view.clone() : view;
+}
+
+} // namespace
 
 CDib* tx_Projective(CDib& image, double* srcCorners, double* dstCorners) {
     const cv::Mat picture = DibToMat(image);
@@ -19,4 +46,58 @@ CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) 
     const ProjectiveCanvas canvas =
         fitCanvas(cornersFromArray(srcCorners), cornersFromArray(dstCorners));
     return MatToDib(coverageOnCanvas({picture.width, picture.rows}, canvas));
+}
+
+CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, double offsetX,
+                  double offsetY, int pitchOnly, double* result) {
+    cv::Mat picture = DibToMat(image);
+    // The clock is read around the work as it always was; nothing uses it.
+    LARGE_INTEGER frequency, start, end;
+    QueryPerformanceFrequency(&frequency);
+    QueryPerformanceCounter(&start);
+
+    const MarkedQuad marked{picture.size(), pointsFromArray(corners)};
+    const Pose pose = findPose(marked, focal);
+    const Corners corrected =
+        correctCorners(marked, pose, {scale, offsetX, offsetY, pitchOnly != 0});
+    warpOnWhite(picture, marked.corners, corrected);
+
+    if (result != nullptr) {
+        for (std::size_t i = 0; i < corrected.size(); ++i) {
+            result[2 * i] = corrected[i].x;
+            result[2 * i + 1] = corrected[i].y;
+        }
+        result[8] = pose.pitchDeg;
+        result[9] = pose.yawDeg;
+        result[10] = pose.rollDeg;
+        result[11] = pose.focalMm;
+    }
+    QueryPerformanceCounter(&end);
+    return MatToDib(picture);
+}
+
+CDib* tx_ConvergeScaled(CDib& image, double* corners, double* target) {
+    cv::Mat picture = DibToMat(image);
+    warpOnWhite(picture, pointsFromArray(corners), pointsFromArray(target));
+    return MatToDib(picture);
+}
+
+CDib* tx_PerspAlign(CDib& image, CDib& reference, double* imagePoints, double* referencePoints,
+                    int fill0, int fill1, int fill2) {
+    const DibView source = viewOf(image);
+    if (source.bits == nullptr || source.bitCount != 24) {
+        return nullptr;
+    }
+    DibPtr aligned = newDib();
+    if (aligned == nullptr) {
+        return nullptr;
+    }
+    const DibView frame = viewOf(reference);
+    if (aligned->Create(frame.width, frame.rows, 24, nullptr, nullptr) == 0) {
+        return nullptr;
+    }
+    cv::Mat destination = pictureViewOf(viewOf(*aligned));
+    warpInto(sourceView(source), destination, pointsFromArray(imagePoints),
+             pointsFromArray(referencePoints), cv::Scalar(fill0, fill1, fill2, 0));
+    return aligned.release();
 }

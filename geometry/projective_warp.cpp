@@ -1,25 +1,13 @@
 #include "geometry/projective_warp.h"
 
+#include "geometry/vect.h"
+
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cfloat>
-#include <climits>
-#include <cmath>
 
 namespace tarvix {
-
-namespace {
-
-// Truncation towards zero; saturates where the value leaves the range of int, not-a-number gives 0.
-int truncateToInt(double value) {
-    if (std::isnan(value)) {
-        return 0;
-    }
-    return static_cast<int>(std::clamp(value, double{INT_MIN}, double{INT_MAX}));
-}
-
-} // namespace
 
 CornersF cornersFromArray(const double* corners) {
     CornersF points;

@@ -1,0 +1,11 @@
+#include "geometry/converge_search.h"
+
+#include "geometry/converge_search_detail.h"
+
+namespace tarvix {
+
+Pose findPose(const MarkedQuad& quad, double focalMm) {
+    return converge_detail::PoseSearch<>(quad, focalMm).run();
+}
+
+} // namespace tarvix

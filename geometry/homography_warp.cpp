@@ -1,0 +1,29 @@
+#include "geometry/homography_warp.h"
+
+#include <opencv2/calib3d.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <vector>
+
+namespace tarvix {
+
+Corners pointsFromArray(const double* xy) {
+    return {cv::Point2d(xy[0], xy[1]), cv::Point2d(xy[2], xy[3]), cv::Point2d(xy[4], xy[5]),
+            cv::Point2d(xy[6], xy[7])};
+}
+
+void warpInto(const cv::Mat& source, cv::Mat& destination, const Corners& from, const Corners& to,
+              const cv::Scalar& fill) {
+    const std::vector<cv::Point2d> fromPoints(from.begin(), from.end());
+    const std::vector<cv::Point2d> toPoints(to.begin(), to.end());
+    const cv::Mat homography =
+        cv::findHomography(fromPoints, toPoints, 0, 3.0, cv::noArray(), 2000, 0.995);
+    cv::warpPerspective(source, destination, homography, destination.size(), cv::INTER_LINEAR,
+                        cv::BORDER_CONSTANT, fill);
+}
+
+void warpOnWhite(cv::Mat& picture, const Corners& from, const Corners& to) {
+    warpInto(picture, picture, from, to, cv::Scalar(255, 255, 255, 0));
+}
+
+} // namespace tarvix

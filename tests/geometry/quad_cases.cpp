@@ -1,0 +1,274 @@
+#include "tests/geometry/quad_cases.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace tarvix::test {
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+double uniform(std::mt19937_64& random, double from, double to) {
+    // Not std::uniform_real_distribution: its sequence differs between standard libraries.
+    const double unit = static_cast<double>(random() >> 11) * 0x1.0p-53;
+    return from + unit * (to - from);
+}
+
+template <class T, std::size_t N>
+T pick(std::mt19937_64& random, const T (&values)[N]) {
+    return values[random() % N];
+}
+
+bool inside(const MarkedQuad& quad) {
+    return std::all_of(quad.corners.begin(), quad.corners.end(), [&](const cv::Point2d& p) {
+        return p.x >= 0.0 && p.y >= 0.0 && p.x < quad.picture.width && p.y < quad.picture.height;
+    });
+}
+
+cv::Point2d randomPoint(std::mt19937_64& random, cv::Size size) {
+    return {uniform(random, -0.1, 1.1) * size.width, uniform(random, -0.1, 1.1) * size.height};
+}
+
+// Four points on an ellipse in order: convex.
+Corners randomConvex(std::mt19937_64& random, cv::Size size) {
+    double angle[4];
+    for (double& a : angle) {
+        a = uniform(random, 0.0, 6.28);
+    }
+    std::sort(std::begin(angle), std::end(angle));
+    const cv::Point2d centre = randomPoint(random, size);
+    const double rx = uniform(random, 0.05, 0.7) * size.width;
+    const double ry = uniform(random, 0.05, 0.7) * size.height;
+    Corners corners;
+    for (std::size_t i = 0; i < 4; ++i) {
+        corners[i] = {centre.x + rx * std::cos(angle[i]), centre.y + ry * std::sin(angle[i])};
+    }
+    return corners;
+}
+
+} // namespace
+
+MarkedQuad photograph(const SimulatedView& view) {
+    const cv::Matx33d back = rayRotation(view.pitchDeg, view.yawDeg, view.rollDeg).t();
+    const Lens lens(view.picture, view.focalMm);
+    const double cx = view.picture.width * 0.5;
+    const double cy = view.picture.height * 0.5;
+    const double sx[] = {-0.5, 0.5, 0.5, -0.5};
+    const double sy[] = {-0.5, -0.5, 0.5, 0.5};
+    MarkedQuad quad{view.picture, {}};
+    for (std::size_t i = 0; i < 4; ++i) {
+        const cv::Matx13d upright(view.centreX + sx[i] * view.width,
+                                  view.centreY + sy[i] * view.height, 1.0);
+        const cv::Matx13d ray = upright * back;
+        quad.corners[i] = {cx + lens.focalPx * ray(0) / ray(2),
+                           cy + lens.focalPx * ray(1) / ray(2)};
+    }
+    return quad;
+}
+
+MarkedQuad randomFacade(std::mt19937_64& random) {
+    const cv::Size sizes[] = {{1600, 1200}, {3000, 2000}, {4000, 3000}, {1080, 1920}, {6000, 4000}};
+    while (true) {
+        SimulatedView view;
+        view.picture = pick(random, sizes);
+        view.pitchDeg = uniform(random, -30.0, 30.0);
+        view.yawDeg = uniform(random, -30.0, 30.0);
+        view.rollDeg = uniform(random, -8.0, 8.0);
+        view.focalMm = uniform(random, 18.0, 45.0);
+        view.width = uniform(random, 0.2, 1.2);
+        view.height = uniform(random, 0.2, 1.2);
+        view.centreX = uniform(random, -0.7, 0.7);
+        view.centreY = uniform(random, -0.7, 0.7);
+        MarkedQuad quad = photograph(view);
+        if (!inside(quad)) {
+            continue;
+        }
+        for (cv::Point2d& p : quad.corners) {
+            p.x += uniform(random, -1.0, 1.0);
+            p.y += uniform(random, -1.0, 1.0);
+        }
+        return quad;
+    }
+}
+
+std::vector<QuadCase> hostileCases(std::uint64_t seed, int count) {
+    const cv::Size sizes[] = {{1, 1},       {2, 1},       {1, 7},        {17, 13},
+                              {35, 36},     {37, 20},     {640, 480},    {1600, 1200},
+                              {1080, 1920}, {4000, 3000}, {12000, 9000}, {3, 12000}};
+    const double focals[] = {0.0,    -0.0, 0.0,      1e-3,      0.5,    -4.5, -35.0,
+                             20.0,   35.0, 35.0,     50.0,      1000.0, 1e9,  1e300,
+                             -1e300, nan,  infinity, -infinity, 5e-324};
+    const double extremes[] = {0.0,    -0.0,  1e-300, 5e-324, 1e15,  1e20,     1e100,
+                               -1e100, 1e154, 1e155,  1e200,  1e300, 1e308,    -1e308,
+                               1e38,   4e38,  -1e12,  1e10,   nan,   infinity, -infinity};
+    const double units[] = {1e-320, 1e-200, 1e-30, 1e-16, 1e-8, 1e-3,  1e3,
+                            1e7,    1e12,   1e18,  1e30,  1e77, 1e150, 1e305};
+    std::mt19937_64 random(seed);
+    std::vector<QuadCase> cases;
+    for (int i = 0; i < count; ++i) {
+        QuadCase c;
+        c.focalMm = pick(random, focals);
+        MarkedQuad& quad = c.quad;
+        quad.picture = pick(random, sizes);
+        const cv::Size size = quad.picture;
+        Corners& p = quad.corners;
+        const int kind = i % 16;
+        switch (kind) {
+        case 0:
+            c.name = "facade";
+            quad = randomFacade(random);
+            c.focalMm = random() % 2 == 0 ? 0.0 : uniform(random, 18.0, 45.0);
+            break;
+        case 1:
+            c.name = "facade, extreme pose";
+            {
+                SimulatedView view;
+                view.picture = size;
+                view.pitchDeg = uniform(random, -65.0, 65.0);
+                view.yawDeg = uniform(random, -65.0, 65.0);
+                view.rollDeg = uniform(random, -60.0, 60.0);
+                view.focalMm = uniform(random, 2.0, 60.0);
+                view.width = uniform(random, 0.01, 2.0);
+                view.height = uniform(random, 0.01, 2.0);
+                quad = photograph(view);
+            }
+            c.focalMm = random() % 2 == 0 ? 0.0 : 35.0;
+            break;
+        case 2:
+            c.name = "convex";
+            p = randomConvex(random, size);
+            break;
+        case 3:
+            c.name = "any four points";
+            for (cv::Point2d& q : p) {
+                q = randomPoint(random, size);
+            }
+            break;
+        case 4:
+            c.name = "self-crossing";
+            p = randomConvex(random, size);
+            std::swap(p[1], p[2]);
+            break;
+        case 5:
+            c.name = "reversed winding";
+            quad = randomFacade(random);
+            std::swap(p[1], p[3]);
+            break;
+        case 6:
+            c.name = "on a line, whole steps";
+            {
+                const cv::Point2d origin(static_cast<double>(random() % 100),
+                                         static_cast<double>(random() % 100));
+                const cv::Point2d step(static_cast<double>(random() % 9),
+                                       static_cast<double>(random() % 9));
+                for (cv::Point2d& q : p) {
+                    q = origin + step * static_cast<double>(random() % 12);
+                }
+            }
+            break;
+        case 7:
+            c.name = "on a line, fractions";
+            {
+                const cv::Point2d a = randomPoint(random, size);
+                const cv::Point2d b = randomPoint(random, size);
+                for (cv::Point2d& q : p) {
+                    q = a + (b - a) * uniform(random, 0.0, 1.0);
+                }
+            }
+            break;
+        case 8:
+            c.name = "repeated points";
+            p = randomConvex(random, size);
+            p[random() % 4] = p[random() % 4];
+            if (random() % 2 == 0) {
+                p[random() % 4] = p[random() % 4];
+            }
+            if (random() % 8 == 0) {
+                p.fill(p[0]);
+            }
+            break;
+        case 9:
+            c.name = "zero area, self-crossing";
+            {
+                const double w = uniform(random, 0.1, 0.9) * size.width;
+                const double h = uniform(random, 0.1, 0.9) * size.height;
+                p = {cv::Point2d(0, 0), cv::Point2d(w, h), cv::Point2d(w, 0), cv::Point2d(0, h)};
+            }
+            break;
+        case 10:
+            c.name = "an extreme coordinate";
+            p = randomConvex(random, size);
+            for (std::uint64_t n = random() % 3 + 1; n > 0; --n) {
+                (random() % 2 == 0 ? p[random() % 4].x : p[random() % 4].y) =
+                    pick(random, extremes);
+            }
+            break;
+        case 11:
+            c.name = "all scaled";
+            p = randomConvex(random, cv::Size(1, 1));
+            {
+                const double unit = pick(random, units);
+                for (cv::Point2d& q : p) {
+                    q *= unit;
+                    if (random() % 2 == 0) {
+                        q += cv::Point2d(size.width * 0.5, size.height * 0.5);
+                    }
+                }
+            }
+            break;
+        case 12:
+            c.name = "sliver";
+            p = randomConvex(random, size);
+            {
+                const double thin = std::pow(10.0, uniform(random, -17.0, -1.0));
+                for (cv::Point2d& q : p) {
+                    q.y = size.height * uniform(random, 0.49, 0.51) +
+                          (q.y - size.height * 0.5) * thin;
+                }
+            }
+            break;
+        case 13:
+            c.name = "rectangle";
+            {
+                const double w = std::floor(uniform(random, 0.1, 0.5) * size.width);
+                const double h = std::floor(uniform(random, 0.1, 0.5) * size.height);
+                const double x = random() % 2 == 0 ? 0.0 : std::floor(uniform(random, -w, w));
+                const double y = random() % 2 == 0 ? 0.0 : std::floor(uniform(random, -h, h));
+                const cv::Point2d m(size.width * 0.5 + x, size.height * 0.5 + y);
+                p = {cv::Point2d(m.x - w, m.y - h), cv::Point2d(m.x + w, m.y - h),
+                     cv::Point2d(m.x + w, m.y + h), cv::Point2d(m.x - w, m.y + h)};
+            }
+            break;
+        case 14:
+            c.name = "near rectangle";
+            {
+                const double w = 0.3 * size.width;
+                const double h = 0.3 * size.height;
+                const double shake = std::pow(10.0, uniform(random, -15.0, -1.0)) * size.width;
+                const cv::Point2d m(size.width * 0.5, size.height * 0.5);
+                p = {cv::Point2d(m.x - w, m.y - h), cv::Point2d(m.x + w, m.y - h),
+                     cv::Point2d(m.x + w, m.y + h), cv::Point2d(m.x - w, m.y + h)};
+                for (cv::Point2d& q : p) {
+                    q.x += uniform(random, -shake, shake);
+                    q.y += uniform(random, -shake, shake);
+                }
+            }
+            break;
+        default:
+            c.name = "concave";
+            p = randomConvex(random, size);
+            p[random() % 4] = (p[0] + p[1] + p[2] + p[3]) * 0.25 +
+                              cv::Point2d(uniform(random, -0.05, 0.05) * size.width, 0.0);
+            break;
+        }
+        c.name += " " + std::to_string(i);
+        cases.push_back(c);
+    }
+    return cases;
+}
+
+} // namespace tarvix::test

@@ -1,0 +1,368 @@
+// tx_Converge, tx_ConvergeScaled and tx_PerspAlign, called as a host calls them.
+#include "geometry/converge.h"
+#include "geometry/converge_search.h"
+#include "geometry/vect.h"
+#include "tests/support/pictures.h"
+#include "tests/support/test_host.h"
+
+#include <tarvix/tarvix.h>
+
+#include <gmock/gmock.h>
+#include <opencv2/calib3d.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+
+namespace {
+
+using test::Dib;
+using test::dibOf;
+using test::identical;
+using test::matOf;
+using Points = std::array<double, 8>;
+
+Points box(double left, double top, double right, double bottom) {
+    return {left, top, right, top, right, bottom, left, bottom};
+}
+
+const Points tilted = {70, 40, 176, 48, 202, 144, 46, 138}; // in 240 x 180
+const cv::Vec3b white(255, 255, 255);
+
+class ConvergeExports : public testing::Test {
+protected:
+    void TearDown() override {
+        EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before);
+        EXPECT_TRUE(host.messages.empty());
+    }
+    test::TestHost host;
+    Points corners = tilted;
+    std::array<double, 12> result{};
+
+private:
+    long m_before = morvel_dib_testing::liveObjects();
+};
+
+std::vector<unsigned char> storedBytes(const CDib& dib) {
+    const BITMAPINFOHEADER& h = dib.m_bmi.bmiHeader;
+    const std::size_t stride = static_cast<std::size_t>((h.biWidth * h.biBitCount + 31) / 32 * 4);
+    return {dib.m_pBits, dib.m_pBits + stride * static_cast<std::size_t>(std::abs(h.biHeight))};
+}
+
+// The correction
+
+TEST_F(ConvergeExports, ConvergeIsSearchCorrectionAndWarp) {
+    for (const int type : {CV_8UC1, CV_8UC3}) {
+        cv::Mat scene = test::scene(180, 240);
+        if (type == CV_8UC1) {
+            cv::cvtColor(scene, scene, cv::COLOR_BGR2GRAY);
+        }
+        const Dib source = dibOf(scene);
+        const Dib out(tx_Converge(*source, corners.data(), 0.0, 1.25, 6.0, -4.0, 0, result.data()));
+        ASSERT_NE(out, nullptr);
+
+        const tarvix::MarkedQuad quad{{240, 180}, tarvix::pointsFromArray(corners.data())};
+        const tarvix::Pose pose = tarvix::findPose(quad, 0.0);
+        const tarvix::Corners to = tarvix::correctCorners(quad, pose, {1.25, 6.0, -4.0, false});
+        for (std::size_t i = 0; i < 4; ++i) {
+            EXPECT_EQ(result[2 * i], to[i].x);
+            EXPECT_EQ(result[2 * i + 1], to[i].y);
+        }
+        EXPECT_EQ(result[8], pose.pitchDeg);
+        EXPECT_EQ(result[9], pose.yawDeg);
+        EXPECT_EQ(result[10], pose.rollDeg);
+        EXPECT_EQ(result[11], pose.focalMm);
+
+        const std::vector<cv::Point2d> f(quad.corners.begin(), quad.corners.end());
+        const std::vector<cv::Point2d> t(to.begin(), to.end());
+        cv::Mat expected;
+        cv::warpPerspective(scene, expected, cv::findHomography(f, t), {240, 180}, cv::INTER_LINEAR,
+                            cv::BORDER_CONSTANT, cv::Scalar::all(255));
+        EXPECT_TRUE(identical(matOf(*out), expected));
+        EXPECT_EQ(corners, tilted);
+        EXPECT_TRUE(identical(matOf(*source), scene)); // the input is not modified
+    }
+}
+
+TEST_F(ConvergeExports, ACentredRectangleWithKnownFocalOnlyMoves) {
+    Points rectangle = box(70, 50, 170, 130);
+    const Dib source = dibOf(test::scene(180, 240));
+    const Dib out(tx_Converge(*source, rectangle.data(), 36.0, 1.5, 10.0, -5.0, 0, result.data()));
+    ASSERT_NE(out, nullptr);
+    for (std::size_t i = 8; i < 11; ++i) {
+        EXPECT_NEAR(result[i], 0.0, 7.46e-9); // the steps miss 0 by that
+    }
+    EXPECT_EQ(result[11], 36.0);
+    const Points expected = box(120 - 75 + 10, 90 - 60 - 5, 120 + 75 + 10, 90 + 60 - 5);
+    for (std::size_t i = 0; i < 8; ++i) {
+        EXPECT_NEAR(result[i], expected[i], 1e-6);
+    }
+}
+
+TEST_F(ConvergeExports, FocalIsTheCallersUnlessItWasZero) {
+    const Dib source = dibOf(test::scene(180, 240));
+    Dib(tx_Converge(*source, corners.data(), 35.0, 1, 0, 0, 0, result.data()));
+    EXPECT_EQ(result[11], 35.0);
+    Dib(tx_Converge(*source, corners.data(), 0.0, 1, 0, 0, 0, result.data()));
+    EXPECT_NE(result[11], 0.0);
+}
+
+TEST_F(ConvergeExports, PitchOnlyChangesOnlyTheFinalCorrection) {
+    const Dib source = dibOf(test::scene(180, 240));
+    std::array<double, 12> full{};
+    const Dib a(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, full.data()));
+    for (const int pitchOnly : {1, -7}) {
+        const Dib b(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, pitchOnly, result.data()));
+        for (std::size_t i = 8; i < 12; ++i) {
+            EXPECT_EQ(result[i], full[i]);
+        }
+        EXPECT_NE(result[9], 0.0); // yaw and roll are still reported
+        EXPECT_NE(result[10], 0.0);
+        EXPECT_NE(result[0], full[0]);
+        EXPECT_FALSE(identical(matOf(*a), matOf(*b)));
+    }
+}
+
+TEST_F(ConvergeExports, ScaleTwoDoublesAndThePictureKeepsItsSize) {
+    const Dib source = dibOf(test::scene(180, 240));
+    std::array<double, 12> one{};
+    const Dib a(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, one.data()));
+    const Dib b(tx_Converge(*source, corners.data(), 30.0, 2, 0, 0, 0, result.data()));
+    const cv::Point2f c = tarvix::PolygonCentroid(tarvix::pointsFromArray(corners.data()));
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_NEAR(result[2 * i] - c.x, 2 * (one[2 * i] - c.x), 1e-9);
+        EXPECT_NEAR(result[2 * i + 1] - c.y, 2 * (one[2 * i + 1] - c.y), 1e-9);
+    }
+    EXPECT_EQ(matOf(*b).size(), cv::Size(240, 180));
+}
+
+TEST_F(ConvergeExports, ANullResultIsAllowed) {
+    const Dib source = dibOf(test::scene(180, 240));
+    const Dib a(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, nullptr));
+    const Dib b(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, result.data()));
+    EXPECT_TRUE(identical(matOf(*a), matOf(*b)));
+}
+
+TEST_F(ConvergeExports, TheResultIsFilledEvenWhenTheFinalConversionFails) {
+    const Dib source = dibOf(test::scene(180, 240));
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(tx_Converge(*source, corners.data(), 35.0, 1, 0, 0, 0, result.data()), nullptr);
+    EXPECT_EQ(result[11], 35.0);
+    EXPECT_NE(result[0], 0.0);
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(tx_ConvergeScaled(*source, corners.data(), corners.data()), nullptr);
+}
+
+TEST_F(ConvergeExports, UnsupportedBitmapsAndImpossibleCornersPassOpenCvsExceptionOut) {
+    for (const int bits : {1, 4, 16, 32}) {
+        const Dib source = test::makeDib(240, 180, bits);
+        EXPECT_THROW(tx_Converge(*source, corners.data(), 35.0, 1, 0, 0, 0, result.data()),
+                     cv::Exception);
+        EXPECT_THROW(tx_ConvergeScaled(*source, corners.data(), corners.data()), cv::Exception);
+    }
+    CDib empty;
+    EXPECT_THROW(tx_Converge(empty, corners.data(), 0.0, 1, 0, 0, 0, nullptr), cv::Exception);
+    EXPECT_EQ(result[11], 0.0); // untouched
+    Points point{};
+    const Dib source = dibOf(test::scene(180, 240));
+    EXPECT_THROW(tx_ConvergeScaled(*source, point.data(), corners.data()), cv::Exception);
+}
+
+// The scaled correction
+
+TEST_F(ConvergeExports, ScaledWithIdenticalCornersGivesThePicture) {
+    for (const int type : {CV_8UC1, CV_8UC3}) {
+        const cv::Mat picture = test::noise(31, 37, type);
+        Points p = {3, 2, 30, 4, 33, 29, 1, 25};
+        const Dib out(tx_ConvergeScaled(*dibOf(picture), p.data(), p.data()));
+        ASSERT_NE(out, nullptr);
+        EXPECT_EQ(out->m_bmi.bmiHeader.biBitCount, type == CV_8UC1 ? 8 : 24);
+        EXPECT_TRUE(identical(matOf(*out), picture));
+    }
+}
+
+TEST_F(ConvergeExports, ScaledByOneHalfShrinksIntoTheTopLeftQuarterOnWhite) {
+    const cv::Mat picture(60, 80, CV_8UC3, cv::Scalar(10, 20, 30));
+    Points from = box(0, 0, 80, 60);
+    Points to = box(0, 0, 40, 30);
+    const Dib out(tx_ConvergeScaled(*dibOf(picture), from.data(), to.data()));
+    const cv::Mat m = matOf(*out);
+    EXPECT_EQ(m.size(), picture.size());
+    EXPECT_EQ(m.at<cv::Vec3b>(20, 30), cv::Vec3b(10, 20, 30));
+    EXPECT_EQ(m.at<cv::Vec3b>(20, 50), white);
+    EXPECT_EQ(m.at<cv::Vec3b>(40, 30), white);
+    EXPECT_EQ(m.at<cv::Vec3b>(59, 79), white);
+}
+
+TEST_F(ConvergeExports, ScaledAppliesWhatTheSearchFound) {
+    const Dib source = dibOf(test::scene(180, 240));
+    const Dib searched(tx_Converge(*source, corners.data(), 0.0, 1, 0, 0, 0, result.data()));
+    const Dib applied(tx_ConvergeScaled(*source, corners.data(), result.data()));
+    EXPECT_TRUE(identical(matOf(*searched), matOf(*applied)));
+}
+
+TEST_F(ConvergeExports, WhiteHereBlackInTheFourPointWarpTheCallersColourInTheAlignment) {
+    const Dib source = dibOf(cv::Mat(60, 80, CV_8UC3, cv::Scalar(10, 20, 30)));
+    Points from = box(0, 0, 80, 60);
+    Points to = {10, 0, 40, 5, 30, 30, 0, 25};
+    const Dib scaled(tx_ConvergeScaled(*source, from.data(), to.data()));
+    const Dib projective(tx_Projective(*source, from.data(), to.data()));
+    const Dib aligned(tx_PerspAlign(*source, *source, from.data(), to.data(), 1, 2, 3));
+    EXPECT_EQ(matOf(*scaled).at<cv::Vec3b>(0, 0), white);
+    EXPECT_EQ(matOf(*projective).at<cv::Vec3b>(0, 0), cv::Vec3b(0, 0, 0));
+    EXPECT_EQ(matOf(*aligned).at<cv::Vec3b>(0, 0), cv::Vec3b(1, 2, 3));
+}
+
+// The alignment
+
+TEST_F(ConvergeExports, AlignRefusesAllButColourImages) {
+    const Dib colour = dibOf(test::scene(180, 240));
+    for (const int bits : {1, 4, 8, 16, 32}) {
+        const Dib image = test::makeDib(240, 180, bits);
+        EXPECT_EQ(tx_PerspAlign(*image, *colour, corners.data(), corners.data(), 0, 0, 0), nullptr);
+        const Dib out(tx_PerspAlign(*colour, *image, corners.data(), corners.data(), 0, 0, 0));
+        ASSERT_NE(out, nullptr); // the reference may be anything
+        EXPECT_TRUE(identical(matOf(*out), matOf(*colour)));
+    }
+    CDib empty;
+    EXPECT_EQ(tx_PerspAlign(empty, *colour, corners.data(), corners.data(), 0, 0, 0), nullptr);
+    EXPECT_EQ(tx_PerspAlign(*colour, empty, corners.data(), corners.data(), 0, 0, 0), nullptr);
+}
+
+TEST_F(ConvergeExports, AlignWithIdenticalPointsCopiesTheImageAtEveryWidth) {
+    for (int width = 8; width < 17; ++width) {
+        const cv::Mat picture = test::noise(13, width, CV_8UC3, 3);
+        Points p = {0, 0, 7, 1, 6, 11, 1, 12};
+        const Dib out(tx_PerspAlign(*dibOf(picture), *test::makeDib(width, -13, 8), p.data(),
+                                    p.data(), 9, 9, 9));
+        ASSERT_NE(out, nullptr);
+        EXPECT_EQ(out->m_bmi.bmiHeader.biBitCount, 24);
+        EXPECT_EQ(out->m_bmi.bmiHeader.biHeight, 13);
+        EXPECT_TRUE(identical(matOf(*out), picture)) << width;
+    }
+}
+
+TEST_F(ConvergeExports, AlignIntoALargerFrameFillsWithTheColourBlueFirst) {
+    const cv::Mat picture = test::noise(13, 21, CV_8UC3);
+    Points p = {0, 0, 20, 1, 18, 11, 1, 12};
+    const Dib out(
+        tx_PerspAlign(*dibOf(picture), *test::makeDib(50, 40, 32), p.data(), p.data(), 255, 0, 0));
+    const cv::Mat m = matOf(*out);
+    ASSERT_EQ(m.size(), cv::Size(50, 40));
+    EXPECT_TRUE(identical(m(cv::Rect(0, 0, 21, 13)).clone(), picture));
+    EXPECT_EQ(m.at<cv::Vec3b>(39, 49), cv::Vec3b(255, 0, 0));
+    EXPECT_EQ(m.at<cv::Vec3b>(20, 5), cv::Vec3b(255, 0, 0));
+}
+
+TEST_F(ConvergeExports, AlignTouchesNoPaddingAndSamplesNone) {
+    for (const int width : {33, 34, 35}) { // 1 to 3 bytes of padding
+        cv::Mat picture(29, width, CV_8UC3, cv::Scalar(40, 50, 60));
+        const Dib image = dibOf(picture); // poisoned padding
+        const std::vector<unsigned char> before = storedBytes(*image);
+        Points from = box(0, 0, width - 1, 28);
+        Points to = box(-8, -8, width + 8, 40); // enlarged: reaches past every edge
+        const Dib out(tx_PerspAlign(*image, *image, from.data(), to.data(), 40, 50, 60));
+        ASSERT_NE(out, nullptr);
+        EXPECT_TRUE(identical(matOf(*out), picture)) << width;
+        EXPECT_EQ(storedBytes(*image), before);
+        // A new bitmap is all zero; the fill colour must not have spilled into the padding.
+        const std::vector<unsigned char> bytes = storedBytes(*out);
+        const std::size_t stride = bytes.size() / 29;
+        for (std::size_t row = 0; row < 29; ++row) {
+            for (std::size_t i = static_cast<std::size_t>(width) * 3; i < stride; ++i) {
+                EXPECT_EQ(bytes[row * stride + i], 0);
+            }
+        }
+    }
+}
+
+TEST_F(ConvergeExports, AlignTakesRowsAsStoredBottomUp) {
+    const cv::Mat picture = test::noise(13, 21, CV_8UC3);
+    const Dib topDown = test::makeDib(21, -13, 24);
+    const Dib bottomUp = dibOf(picture);
+    const std::vector<unsigned char> bytes = storedBytes(*bottomUp);
+    std::copy(bytes.begin(), bytes.end(), topDown->m_pBits);
+    Points p = {0, 0, 20, 1, 18, 11, 1, 12};
+    const Dib out(tx_PerspAlign(*topDown, *bottomUp, p.data(), p.data(), 0, 0, 0));
+    EXPECT_TRUE(identical(matOf(*out), picture));
+}
+
+TEST_F(ConvergeExports, AlignEqualsTheWarpOfACopy) {
+    for (const int width : {641, 11003, 20001}) { // rows of less and of more than 32767 bytes
+        const cv::Mat picture = test::noise(90, width, CV_8UC3);
+        Points from = {1, 2, width - 5.0, 3, width - 9.0, 85, 4, 80};
+        Points to = {12, 9, width * 0.9, 0, width * 0.8, 99, -3, 70};
+        std::vector<cv::Point2d> f, t;
+        for (std::size_t i = 0; i < 4; ++i) {
+            f.emplace_back(from[2 * i], from[2 * i + 1]);
+            t.emplace_back(to[2 * i], to[2 * i + 1]);
+        }
+        cv::Mat expected;
+        cv::warpPerspective(picture, expected, cv::findHomography(f, t), {width, 100},
+                            cv::INTER_LINEAR, cv::BORDER_CONSTANT, cv::Scalar(7, 8, 9));
+        const Dib out(tx_PerspAlign(*dibOf(picture), *test::makeDib(width, 100, 1), from.data(),
+                                    to.data(), 7, 8, 9));
+        ASSERT_NE(out, nullptr);
+        EXPECT_TRUE(identical(matOf(*out), expected)) << width;
+    }
+}
+
+TEST_F(ConvergeExports, AlignFailuresLeaveNothingBehind) {
+    const Dib image = dibOf(test::scene(180, 240));
+    morvel_dib_testing::failConstruction(1);
+    EXPECT_EQ(tx_PerspAlign(*image, *image, corners.data(), corners.data(), 0, 0, 0), nullptr);
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(tx_PerspAlign(*image, *image, corners.data(), corners.data(), 0, 0, 0), nullptr);
+    Points point{};
+    EXPECT_THROW(tx_PerspAlign(*image, *image, point.data(), corners.data(), 0, 0, 0),
+                 cv::Exception); // the new bitmap is freed: TearDown counts
+}
+
+// Sees every allocation of a matrix.
+class WatchingAllocator : public cv::MatAllocator {
+public:
+    WatchingAllocator() { cv::Mat::setDefaultAllocator(this); }
+    ~WatchingAllocator() override { cv::Mat::setDefaultAllocator(nullptr); }
+    WatchingAllocator(const WatchingAllocator&) = delete;
+    WatchingAllocator& operator=(const WatchingAllocator&) = delete;
+
+    cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+        cv::UMatData* u =
+            cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
+        if (data == nullptr) {
+            std::size_t seen = largest;
+            while (u->size > seen && !largest.compare_exchange_weak(seen, u->size)) {
+            }
+            ++count;
+        }
+        return u;
+    }
+    bool allocate(cv::UMatData* u, cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+        return cv::Mat::getStdAllocator()->allocate(u, flags, usage);
+    }
+    void deallocate(cv::UMatData* u) const override { cv::Mat::getStdAllocator()->deallocate(u); }
+
+    mutable std::atomic<std::size_t> largest = 0;
+    mutable std::atomic<int> count = 0;
+};
+
+TEST_F(ConvergeExports, AlignMakesNoIntermediatePicture) {
+    const Dib image = test::makeDib(1203, 901, 24);
+    const Dib reference = test::makeDib(1001, 803, 24);
+    constexpr std::size_t pictureBytes = 1000 * 800 * 3;
+    Points from = {100, 100, 1000, 130, 1100, 800, 50, 850};
+    Points to = box(0, 0, 1000, 800);
+    const WatchingAllocator watch;
+    const Dib aligned(tx_PerspAlign(*image, *reference, from.data(), to.data(), 0, 0, 0));
+    ASSERT_NE(aligned, nullptr);
+    EXPECT_GT(watch.count, 0); // the homography's
+    EXPECT_LT(watch.largest, pictureBytes / 100);
+    // The watch does see pictures: the scaled correction copies the bitmap.
+    const Dib scaled(tx_ConvergeScaled(*image, from.data(), to.data()));
+    EXPECT_GE(watch.largest, pictureBytes);
+}
+
+} // namespace

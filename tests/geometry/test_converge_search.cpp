@@ -1,0 +1,285 @@
+// The fast search against the plain scan, bit for bit; what is on purpose in its results; and wrong
+// rules, which must show.
+#include "geometry/converge_search.h"
+#include "geometry/converge_search_detail.h"
+#include "tests/geometry/literal_scan.h"
+#include "tests/geometry/quad_cases.h"
+
+#include <gmock/gmock.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+namespace {
+
+using namespace tarvix;
+using namespace tarvix::test;
+using converge_detail::PoseSearch;
+using converge_detail::SearchRules;
+
+std::array<std::uint64_t, 4> bits(const Pose& p) {
+    return {std::bit_cast<std::uint64_t>(p.pitchDeg), std::bit_cast<std::uint64_t>(p.yawDeg),
+            std::bit_cast<std::uint64_t>(p.rollDeg), std::bit_cast<std::uint64_t>(p.focalMm)};
+}
+
+std::string text(const Pose& p) {
+    return std::to_string(p.pitchDeg) + " " + std::to_string(p.yawDeg) + " " +
+           std::to_string(p.rollDeg) + " " + std::to_string(p.focalMm);
+}
+
+MarkedQuad rectangle(cv::Size picture, double halfWidth, double halfHeight) {
+    const cv::Point2d c(picture.width * 0.5, picture.height * 0.5);
+    return {picture,
+            {cv::Point2d(c.x - halfWidth, c.y - halfHeight),
+             cv::Point2d(c.x + halfWidth, c.y - halfHeight),
+             cv::Point2d(c.x + halfWidth, c.y + halfHeight),
+             cv::Point2d(c.x - halfWidth, c.y + halfHeight)}};
+}
+
+TEST(LiteralScan, CountsItsEvaluations) {
+    long count = 0;
+    const MarkedQuad quad = rectangle({1000, 800}, 200, 150);
+    literalScan(quad, 0.0, &count);
+    EXPECT_EQ(count, 24202); // 6875 + 25 + 9261 + 21 + 8000 + 20: 0.05f takes 20 steps, not 21
+    literalScan(quad, 35.0, &count);
+    EXPECT_EQ(count, 625 + 25 + 441 + 21 + 400 + 20);
+}
+
+TEST(Search, EqualsThePlainScanToTheBit) {
+    int differences = 0;
+    for (const QuadCase& c : hostileCases(2024, 3200)) {
+        const Pose fast = findPose(c.quad, c.focalMm);
+        const Pose plain = literalScan(c.quad, c.focalMm);
+        if (bits(fast) != bits(plain) && ++differences < 10) {
+            ADD_FAILURE() << c.name << " in " << c.quad.picture << ", focal " << c.focalMm << ": "
+                          << text(fast) << " instead of " << text(plain);
+        }
+    }
+    EXPECT_EQ(differences, 0);
+}
+
+TEST(Search, EqualsThePlainScanForFacades) {
+    std::mt19937_64 random(11);
+    for (int i = 0; i < 150; ++i) {
+        const MarkedQuad quad = randomFacade(random);
+        for (const double focal : {0.0, 24.0, 35.0}) {
+            EXPECT_EQ(bits(findPose(quad, focal)), bits(literalScan(quad, focal))) << i;
+        }
+    }
+}
+
+TEST(Search, ErrorsEqualThePlainScansErrors) {
+    for (const QuadCase& c : hostileCases(7, 400)) {
+        const double focal = c.focalMm == 0.0 ? 26.0 : c.focalMm;
+        const Corners q =
+            projectOntoCentroid(c.quad, PolygonCentroid(c.quad.corners),
+                                rayRotation(12.5, -7.0, 3.0), Lens(c.quad.picture, focal));
+        const auto same = [](double a, double b) {
+            return a == b || (std::isnan(a) && std::isnan(b));
+        };
+        EXPECT_TRUE(
+            same(RightAngleError(q), literalRightAngleError(c.quad, 12.5, -7.0, 3.0, focal)))
+            << c.name;
+        EXPECT_TRUE(
+            same(AxisAlignmentError(q), literalAxisAlignmentError(c.quad, 12.5, -7.0, 3.0, focal)))
+            << c.name;
+    }
+}
+
+// What is on purpose.
+
+TEST(Search, TheStep005fMissesZero) {
+    const Pose pose = findPose(rectangle({1200, 900}, 300, 200), 35.0);
+    for (const double angle : {pose.pitchDeg, pose.yawDeg, pose.rollDeg}) {
+        EXPECT_NEAR(std::abs(angle), 7.45e-9, 0.01e-9); // -0.5 + 10 * 0.05f
+    }
+    EXPECT_EQ(pose.focalMm, 35.0);
+}
+
+TEST(Search, AFaceOnRectangleWithUnknownFocalTakesTheFirstCandidates) {
+    // The error is 0 for every focal length: 1, then 1 - 5, then -4 - 0.5.
+    EXPECT_EQ(findPose(rectangle({1200, 900}, 300, 200), 0.0).focalMm, -4.5);
+}
+
+TEST(Search, FineStagesMayTryZeroAndNegativeFocalLengths) {
+    // Seen from so close that the coarse scan ends at its lowest focal length.
+    SimulatedView view;
+    view.picture = {1200, 900};
+    view.pitchDeg = 20;
+    view.yawDeg = -15;
+    view.focalMm = 0.5;
+    view.width = 0.5;
+    view.height = 0.4;
+    MarkedQuad quad = photograph(view);
+    const Pose pose = findPose(quad, 0.0);
+    EXPECT_EQ(bits(pose), bits(literalScan(quad, 0.0)));
+    EXPECT_LT(pose.focalMm, 1.0);
+}
+
+TEST(Search, BelowOnePixelOfFocalLengthTheAnglesStay) {
+    const MarkedQuad quad{{30, 20}, {cv::Point2d(3, 4), {25, 2}, {27, 18}, {5, 15}}};
+    for (const double focal : {1.0, -1.0, 0.01, 5e-324}) {
+        EXPECT_EQ(bits(findPose(quad, focal)), bits(Pose{0, 0, 0, focal}));
+    }
+    EXPECT_NE(findPose(quad, 1.3).pitchDeg, 0.0); // 1.08 pixels
+}
+
+TEST(Search, WhatCannotBeMeasuredKeepsTheStartingValues) {
+    const MarkedQuad line{{640, 480}, {cv::Point2d(10, 10), {20, 20}, {30, 30}, {40, 40}}};
+    EXPECT_EQ(bits(findPose(line, 0.0)), bits(Pose{}));
+    EXPECT_EQ(bits(findPose(line, 28.0)), bits(Pose{0, 0, 0, 28.0}));
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_TRUE(std::isnan(findPose(rectangle({640, 480}, 99, 88), nan).focalMm));
+}
+
+TEST(Search, MinusZeroIsUnknownToo) {
+    std::mt19937_64 random(3);
+    const MarkedQuad quad = randomFacade(random);
+    EXPECT_EQ(bits(findPose(quad, -0.0)), bits(findPose(quad, 0.0)));
+}
+
+// The bounds that refuse candidates.
+
+TEST(Bounds, NeverExceedTheErrorByMoreThanTheMargins) {
+    using Screen = converge_detail::Screen<SearchRules>;
+    std::mt19937_64 random(17);
+    const auto uniform = [&](double from, double to) {
+        return from + static_cast<double>(random() % 1000001) * 1e-6 * (to - from);
+    };
+    long trusted = 0;
+    double worst = 0.0;
+    for (const QuadCase& c : hostileCases(99, 2000)) {
+        const Screen screen(c.quad);
+        const cv::Point2f centroid = PolygonCentroid(c.quad.corners);
+        for (int i = 0; i < 40; ++i) {
+            const double pitch = uniform(-66, 66);
+            const double yaw = uniform(-66, 66);
+            const double roll = uniform(-66, 66);
+            const Lens near(c.quad.picture, uniform(0.1, 50));
+            const Lens far(c.quad.picture, uniform(0.1, 50));
+            const auto rotated = screen.rotate(RotationX(pitch), RotationY(yaw));
+            if (!screen.trustedAt(rotated, near.focalPx) ||
+                !screen.trustedAt(rotated, far.focalPx)) {
+                continue;
+            }
+            ++trusted;
+            const Screen::Edges a(rotated, near.focalPx);
+            const Screen::Edges b(rotated, far.focalPx);
+            const converge_detail::CosineSum between = Screen::between(a, b);
+            const double t = uniform(0, 1);
+            Lens lens = near;
+            lens.focalPx = near.focalPx + t * (far.focalPx - near.focalPx);
+            lens.perspective = PerspectiveMatrix(truncateToInt(lens.focalPx),
+                                                 truncateToInt(lens.focalPx), lens.focalPx);
+            const converge_detail::CosineSum at = Screen::at(Screen::Edges(rotated, lens.focalPx));
+            const double error = RightAngleError(projectOntoCentroid(
+                                     c.quad, centroid, rayRotation(pitch, yaw, roll), lens)) *
+                                 pi / 180.0;
+            const double exact = at.numerator / at.denominator;
+            worst = std::max(worst, exact - error);
+            EXPECT_LE(between.numerator / between.denominator, exact + 1e-9) << c.name;
+        }
+    }
+    EXPECT_GT(trusted, 5000);
+    EXPECT_LT(worst, 1e-8); // far below the proven 4.4e-5
+}
+
+TEST(Bounds, ZeroLengthEdgesAreNeverRefused) {
+    // RightAngleError takes the cosine at an edge of length 0 as 0.
+    const Corners q = {cv::Point2d(0, 0), {10, 0}, {10, 0}, {3, 7}};
+    EXPECT_FALSE(converge_detail::exactlyAbove<SearchRules>(q, 0.0));
+    const Corners repeated = {cv::Point2d(5, 5), {5, 5}, {5, 5}, {5, 5}};
+    EXPECT_EQ(RightAngleError(repeated), 0.0);
+    EXPECT_FALSE(converge_detail::exactlyAbove<SearchRules>(repeated, 0.0));
+}
+
+TEST(Bounds, OverflowUnderflowAndNotANumberAreNeverRefused) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    for (const double unit : {1e80, 1e150, 1e200, 1e-200, 1e-35, nan}) {
+        const Corners q = {cv::Point2d(0, 0), {2 * unit, 0}, {3 * unit, unit}, {0, unit}};
+        EXPECT_FALSE(converge_detail::exactlyAbove<SearchRules>(q, 1.0)) << unit;
+    }
+    const Corners plain = {cv::Point2d(0, 0), {2, 0}, {3, 1}, {0, 1}};
+    EXPECT_TRUE(converge_detail::exactlyAbove<SearchRules>(plain, 1.0));
+}
+
+// Wrong rules, which the comparison with the plain scan must notice.
+
+template <class Rules>
+int differencesWith() {
+    int differences = 0;
+    const auto compare = [&](const MarkedQuad& quad, double focal) {
+        differences +=
+            bits(PoseSearch<Rules>(quad, focal).run()) != bits(literalScan(quad, focal)) ? 1 : 0;
+    };
+    for (const QuadCase& c : hostileCases(5, 320)) {
+        compare(c.quad, c.focalMm);
+    }
+    for (const double size : {100.0, 150.0}) {
+        compare(rectangle({1200, 900}, 3 * size, size), 35.0);
+        compare(rectangle({1200, 900}, size, size), 0.0);
+    }
+    return differences;
+}
+
+struct NegativeExactMargin : SearchRules {
+    static constexpr double exactMargin = -1e-2;
+};
+struct NegativeScreenMargin : SearchRules {
+    static constexpr double screenMargin = -1e-2;
+};
+struct NoMargins : SearchRules {
+    static constexpr double exactMargin = 0.0;
+    static constexpr double screenMargin = 0.0;
+};
+struct NoDepthGuard : SearchRules {
+    static constexpr double depthGuard = -1e300;
+};
+struct LessOrEqual : SearchRules {
+    static constexpr bool lastOfEqualsWins = true;
+};
+
+TEST(Mutants, TheRightRulesMakeNoDifference) {
+    EXPECT_EQ(differencesWith<SearchRules>(), 0);
+}
+TEST(Mutants, ANegativeMarginOfTheExactBoundShows) {
+    EXPECT_GT(differencesWith<NegativeExactMargin>(), 0);
+}
+TEST(Mutants, ANegativeMarginOfTheLinearBoundShows) {
+    EXPECT_GT(differencesWith<NegativeScreenMargin>(), 0);
+}
+TEST(Mutants, NoMarginsShow) {
+    EXPECT_GT(differencesWith<NoMargins>(), 0);
+}
+TEST(Mutants, AMissingDepthGuardShows) {
+    // A corner on the horizon is projected so far away that moving by the centroid makes the others
+    // coincide: RightAngleError then counts nothing at them, the linear bound does.
+    const double pitch = 45.0;
+    const cv::Matx33d x = RotationX(pitch);
+    const cv::Matx33d y = RotationY(0.0);
+    double worst = 0.0;
+    for (int i = 1; i < 200; ++i) {
+        MarkedQuad quad{{1200, 900}, {cv::Point2d(595, 445), {610, 445}, {}, {592, 460}}};
+        const Lens lens(quad.picture, 36.0);
+        quad.corners[2] = {1500.0, 450.0 + lens.focalPx * x(1, 1) / x(2, 1) + i * 1e-12};
+        const converge_detail::Screen<NoDepthGuard> open(quad);
+        const auto rotated = open.rotate(x, y);
+        ASSERT_TRUE(open.trustedAt(rotated, lens.focalPx));
+        EXPECT_FALSE(converge_detail::Screen<SearchRules>(quad).trustedAt(
+            converge_detail::Screen<SearchRules>(quad).rotate(x, y), lens.focalPx));
+        const auto sum =
+            open.at(converge_detail::Screen<NoDepthGuard>::Edges(rotated, lens.focalPx));
+        const double error = RightAngleError(projectOntoCentroid(
+            quad, PolygonCentroid(quad.corners), rayRotation(pitch, 0.0, 0.0), lens));
+        if (std::isfinite(error)) {
+            worst = std::max(worst, sum.numerator / sum.denominator - error * pi / 180.0);
+        }
+    }
+    EXPECT_GT(worst, SearchRules::screenMargin);
+}
+TEST(Mutants, LessOrEqualShows) {
+    EXPECT_GT(differencesWith<LessOrEqual>(), 0);
+}
+
+} // namespace
