@@ -2,6 +2,9 @@
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
+# Compilations are kept by ccache in its own folder, the same ones for every checkout.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=time_macros
+
 say() { printf '==> %s\n' "$*"; }
 die() { printf 'tarvix: %s\n' "$*" >&2; exit 1; }
 
