@@ -17,5 +17,6 @@
 #pragma once
 
 #include <tarvix/calib.h>
+#include <tarvix/features.h>
 #include <tarvix/filters.h>
 #include <tarvix/geometry.h>

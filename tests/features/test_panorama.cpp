@@ -1,0 +1,206 @@
+// tx_Stitch, called as a host calls it.
+#include <tarvix/tarvix.h>
+
+#include "tests/support/pictures.h"
+#include "tests/support/test_host.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/calib3d.hpp>
+#include <opencv2/features2d.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using test::Dib;
+using testing::IsEmpty;
+
+class Stitch : public testing::Test {
+protected:
+    void SetUp() override { cv::theRNG().state = 4711; }
+    void TearDown() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before); }
+
+    std::string save(const std::string& name, const cv::Mat& picture) {
+        cv::imwrite(folder / name, picture);
+        return folder / name;
+    }
+
+    static Dib run(const std::vector<std::string>& paths) {
+        CStringArray files;
+        for (const std::string& path : paths) {
+            files.Add(path.c_str());
+        }
+        return Dib(tx_Stitch(files));
+    }
+
+    // Three views that overlap by more than half.
+    std::vector<std::string> overlapping();
+
+    test::TempFolder folder;
+    test::TestHost host;
+
+private:
+    long m_before = morvel_dib_testing::liveObjects();
+};
+
+// The photograph hangs as a poster before a camera that turns about its centre.
+constexpr double focal = 700; // pixels
+const cv::Size viewSize(480, 400);
+
+const cv::Mat& poster() {
+    static const cv::Mat photograph = [] {
+        cv::Mat large;
+        cv::resize(test::photo("building.jpg"), large, {}, 1.25, 1.25, cv::INTER_CUBIC);
+        return large;
+    }();
+    return photograph;
+}
+
+cv::Mat cameraView(double yawDegrees) {
+    const double yaw = yawDegrees * CV_PI / 180;
+    const cv::Matx33d turn(std::cos(yaw), 0, std::sin(yaw), 0, 1, 0, -std::sin(yaw), 0,
+                           std::cos(yaw));
+    const cv::Matx33d camera(focal, 0, viewSize.width / 2.0, 0, focal, viewSize.height / 2.0, 0, 0,
+                             1);
+    const cv::Matx33d screen(focal, 0, poster().cols / 2.0, 0, focal, poster().rows / 2.0, 0, 0, 1);
+    cv::Mat image;
+    cv::warpPerspective(poster(), image, screen * turn * camera.inv(), viewSize,
+                        cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_REFLECT);
+    return image;
+}
+
+std::vector<std::string> Stitch::overlapping() {
+    return {save("a.png", cameraView(-14)), save("b.png", cameraView(0)),
+            save("c.png", cameraView(14))};
+}
+
+TEST_F(Stitch, ThreeOverlappingViewsGiveAWiderPanorama) {
+    const std::vector<std::string> files = overlapping();
+    const Dib panorama = run(files);
+    ASSERT_NE(panorama, nullptr);
+    EXPECT_THAT(host.messages, IsEmpty());
+    EXPECT_EQ(panorama->m_bmi.bmiHeader.biBitCount, 24);
+    const cv::Mat whole = test::matOf(*panorama);
+    EXPECT_GT(whole.cols, viewSize.width * 5 / 4);
+
+    // It contains the scene: where the source's features are found again in the panorama, the
+    // panorama shows the source. The stitcher projects onto a sphere, so compare piece by piece.
+    const auto orb = cv::ORB::create(3000);
+    std::vector<cv::KeyPoint> a, b;
+    cv::Mat da, db;
+    orb->detectAndCompute(poster(), cv::noArray(), a, da);
+    orb->detectAndCompute(whole, cv::noArray(), b, db);
+    std::vector<cv::DMatch> matches;
+    cv::BFMatcher(cv::NORM_HAMMING, true).match(da, db, matches);
+    std::vector<cv::Point2f> from, to;
+    for (const cv::DMatch& m : matches) {
+        if (m.distance < 40) {
+            from.push_back(a[static_cast<std::size_t>(m.queryIdx)].pt);
+            to.push_back(b[static_cast<std::size_t>(m.trainIdx)].pt);
+        }
+    }
+    ASSERT_GT(from.size(), 50U);
+    std::vector<unsigned char> inliers;
+    const cv::Mat panoramaFromPoster = cv::findHomography(from, to, cv::RANSAC, 12, inliers);
+    ASSERT_FALSE(panoramaFromPoster.empty());
+    EXPECT_GT(cv::countNonZero(inliers), static_cast<int>(from.size()) / 2);
+    // The scene's points at 14 degrees to either side lie in the panorama.
+    const float side = static_cast<float>(focal * std::tan(14 * CV_PI / 180));
+    const auto x = static_cast<float>(poster().cols) / 2, y = static_cast<float>(poster().rows) / 2;
+    std::vector<cv::Point2f> ends = {{x - side, y}, {x, y}, {x + side, y}};
+    cv::perspectiveTransform(ends, ends, panoramaFromPoster);
+    for (const cv::Point2f& p : ends) {
+        EXPECT_TRUE(cv::Rect({0, 0}, whole.size()).contains(p)) << p;
+    }
+    EXPECT_LT(ends[0].x, ends[1].x);
+    EXPECT_LT(ends[1].x, ends[2].x);
+    // And piece by piece it is the scene: small enough that the stitcher's sphere is flat.
+    const cv::Size piece(64, 64);
+    int textured = 0;
+    for (float dx = -side; dx <= side; dx += 50) {
+        for (float dy = -120; dy <= 120; dy += 60) {
+            const cv::Mat wanted = poster()(cv::Rect(cv::Point2f(x + dx - 32, y + dy - 32), piece));
+            cv::Scalar mean, deviation;
+            cv::meanStdDev(wanted, mean, deviation);
+            if (deviation[1] < 30) {
+                continue; // flat: found anywhere
+            }
+            cv::Mat likeness;
+            cv::matchTemplate(whole, wanted, likeness, cv::TM_CCOEFF_NORMED);
+            double best = 0;
+            cv::minMaxLoc(likeness, nullptr, &best);
+            EXPECT_GT(best, 0.7) << dx << ", " << dy;
+            ++textured;
+        }
+    }
+    EXPECT_GT(textured, 20);
+}
+
+TEST_F(Stitch, ViewsThatDoNotOverlapGiveNullSilently) {
+    EXPECT_EQ(
+        run({save("a.png", test::photo("home.jpg")), save("b.png", test::photo("fruits.jpg"))}),
+        nullptr);
+    EXPECT_EQ(run({save("c.png", cv::Mat(200, 300, CV_8UC3, cv::Scalar::all(90))),
+                   save("d.png", test::noise(200, 300, CV_8UC3))}),
+              nullptr);
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(Stitch, NoneAndOneGiveNullSilently) {
+    EXPECT_EQ(run({}), nullptr);
+    EXPECT_EQ(run({save("a.png", cameraView(0))}), nullptr);
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(Stitch, IdenticalPicturesGiveTheSceneOrNullSilently) {
+    const std::string file = save("a.png", cameraView(0));
+    const Dib panorama = run({file, file});
+    if (panorama != nullptr) {
+        EXPECT_NEAR(test::matOf(*panorama).cols, viewSize.width, viewSize.width / 4);
+    }
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(Stitch, AFileThatCannotBeReadGivesNullSilentlyInEveryPosition) {
+    const std::vector<std::string> good = overlapping();
+    std::ofstream(folder / "text.png") << "no picture\n";
+    std::ofstream(folder / "empty.png");
+    std::filesystem::create_directory(folder / "directory.png");
+    for (const std::string& bad : {folder / "missing.png", folder / "text.png",
+                                   folder / "empty.png", folder / "directory.png", std::string()}) {
+        for (std::size_t at = 0; at <= good.size(); ++at) {
+            std::vector<std::string> files = good;
+            files.insert(files.begin() + static_cast<std::ptrdiff_t>(at), bad);
+            EXPECT_EQ(run(files), nullptr) << bad << at;
+        }
+        EXPECT_EQ(run({bad}), nullptr);
+    }
+    EXPECT_THAT(host.messages, IsEmpty());
+}
+
+TEST_F(Stitch, TinyAndExtremePicturesGiveNullWithOneMessageAtMost) {
+    const std::string good = save("a.png", cameraView(0));
+    for (const cv::Size size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(20000, 10)}) {
+        const std::string bad = save("b.png", test::noise(size.height, size.width, CV_8UC3));
+        for (const auto& files :
+             {std::vector{good, bad}, std::vector{bad, good}, std::vector{bad, bad}}) {
+            host.messages.clear();
+            EXPECT_EQ(run(files), nullptr) << size;
+            EXPECT_LE(host.messages.size(), 1U);
+        }
+    }
+}
+
+TEST_F(Stitch, RefusedCreateGivesNullSilently) {
+    const std::vector<std::string> files = overlapping();
+    morvel_dib_testing::failCreate(1);
+    EXPECT_EQ(run(files), nullptr);
+    EXPECT_THAT(host.messages, IsEmpty());
+    morvel_dib_testing::failCreate(0);
+}
+
+} // namespace
