@@ -4,6 +4,8 @@
 //     went with the module, the threads would stay behind and run into unmapped code;
 //   - OpenCV leaves its singletons and its threads' buffers behind on purpose, megabytes in each round.
 // So these stay loaded when a host frees the module, and the next load finds them again.
+#include <initializer_list>
+
 #include <windows.h>
 
 namespace {
