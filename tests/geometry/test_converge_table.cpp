@@ -53,10 +53,9 @@ TEST(ConvergeTable, SamePoseToTheLastBit) {
         ASSERT_TRUE(parse(line, row)) << line;
         ++rows;
         const tarvix::MarkedQuad quad{{row.width, row.height},
-                                      tarvix::CornersFromArray(row.input.data())};
-        const tarvix::Pose pose = tarvix::FindPose(quad, row.input[8]);
-        const std::array<double, 4> found{pose.pitch_deg, pose.yaw_deg, pose.roll_deg,
-                                          pose.focal_mm};
+                                      tarvix::pointsFromArray(row.input.data())};
+        const tarvix::Pose pose = tarvix::findPose(quad, row.input[8]);
+        const std::array<double, 4> found{pose.pitchDeg, pose.yawDeg, pose.rollDeg, pose.focalMm};
         for (std::size_t i = 0; i < found.size(); ++i) {
             EXPECT_EQ(std::bit_cast<std::uint64_t>(found.at(i)),
                       std::bit_cast<std::uint64_t>(row.output.at(i)))
