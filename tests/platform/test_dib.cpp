@@ -5,6 +5,7 @@
 #include "tests/platform/neighbour.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
@@ -12,7 +13,6 @@
 #include <new>
 #include <thread>
 #include <type_traits>
-#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -167,7 +167,7 @@ TEST_F(Dib, ACreateThatFailsChangesNothing) {
     CDib dib;
     ASSERT_NE(dib.CreateGray(3, 2), 0);
     dib.m_pBits[0] = 77;
-    const HBITMAP handle = dib.m_hBitmap;
+    auto* const handle = dib.m_hBitmap;
     EXPECT_EQ(dib.Create(0, 2, 24, nullptr, nullptr), 0);
     failCreate(1);
     EXPECT_EQ(dib.Create(4, 4, 24, nullptr, nullptr), 0);
@@ -269,9 +269,9 @@ TEST_F(Dib, FailsTheNthConstructionOnce) {
 
 TEST_F(Dib, CountsFromAllThreads) {
     const long objects = liveObjects();
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([] {
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread([] {
             for (int n = 0; n < 1000; ++n) {
                 CDib dib;
                 dib.CreateGray(n % 7, 3);

@@ -26,7 +26,7 @@ class BoxCloser {
 public:
     explicit BoxCloser(XServer& server)
         : m_closed(std::async(std::launch::async, [&server] {
-              const bool closed = closeWindow(title, "Return", limitSeconds);
+              const bool closed = closeWindow(title, test::returnKey, limitSeconds);
               if (!closed) {
                   server.kill();
               }

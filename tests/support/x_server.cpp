@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -64,8 +65,9 @@ struct Child {
     int output; // the reading end of its pipe
 };
 
-// Starts the program with a pipe on descriptor 3 or 1, everything else silent. It ends with us.
-Child start(std::vector<std::string> arguments, int pipeDescriptor) {
+// Starts the program with a pipe on descriptor 3, otherwise silent. It ends with the calling
+// thread.
+Child start(std::vector<std::string> arguments) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
@@ -84,7 +86,7 @@ Child start(std::vector<std::string> arguments, int pipeDescriptor) {
         for (int descriptor = 0; descriptor < 3; ++descriptor) {
             dup2(nowhere, descriptor);
         }
-        dup2(output, pipeDescriptor);
+        dup2(output, 3);
         execvp(pointers.front(), pointers.data());
         _exit(127);
     }
@@ -131,24 +133,6 @@ int waitFor(int process) {
     return status;
 }
 
-// Runs a program found on PATH and gives what it wrote to standard output; nullopt when it could
-// not be run, failed, or was still running after the limit (it is ended then).
-std::optional<std::string> runProgram(const std::vector<std::string>& arguments, int limitSeconds) {
-    const Child child = start(arguments, 1);
-    std::string output;
-    const bool ended =
-        readUntil(child.output, output, limitSeconds, [](const std::string&) { return false; });
-    close(child.output);
-    if (!ended) {
-        ::kill(child.process, SIGKILL);
-    }
-    const int status = waitFor(child.process);
-    if (!ended || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        return std::nullopt;
-    }
-    return output;
-}
-
 struct VisualOfDepth {
     std::uint8_t depth;
     const xcb_visualtype_t* visual;
@@ -191,6 +175,83 @@ std::uint32_t pixelOf(const cv::Vec3b& colour, const xcb_visualtype_t& visual) {
     return pixel;
 }
 
+template <class IsDone>
+bool repeatUntil(int limitSeconds, IsDone isDone) {
+    const auto end = Clock::now() + std::chrono::seconds(limitSeconds);
+    while (!isDone()) {
+        if (Clock::now() > end) {
+            return false;
+        }
+        usleep(50'000);
+    }
+    return true;
+}
+
+std::string titleOf(const Connection& connection, xcb_window_t window) {
+    const ReplyOf<xcb_get_property_reply_t> name(xcb_get_property_reply(
+        connection.get(),
+        xcb_get_property(connection.get(), 0, window, XCB_ATOM_WM_NAME, XCB_ATOM_ANY, 0, 1000),
+        nullptr));
+    if (!name) {
+        return {}; // gone meanwhile
+    }
+    return {static_cast<const char*>(xcb_get_property_value(name.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(name.get()))};
+}
+
+// The window of this title that is on the screen, or 0.
+xcb_window_t findVisible(const Connection& connection, const std::string& title) {
+    const ReplyOf<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
+        connection.get(), xcb_query_tree(connection.get(), screenOf(connection).root), nullptr));
+    if (!tree) {
+        return 0;
+    }
+    const xcb_window_t* const windows = xcb_query_tree_children(tree.get());
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+        const ReplyOf<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+            connection.get(), xcb_get_window_attributes(connection.get(), windows[i]), nullptr));
+        if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
+            titleOf(connection, windows[i]) == title) {
+            return windows[i];
+        }
+    }
+    return 0;
+}
+
+xcb_keycode_t keyCode(const Connection& connection, std::uint32_t symbol) {
+    const xcb_setup_t* const setup = xcb_get_setup(connection.get());
+    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+    const ReplyOf<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
+        connection.get(), xcb_get_keyboard_mapping(connection.get(), setup->min_keycode, count),
+        nullptr));
+    if (mapping) {
+        const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(mapping.get());
+        for (int i = 0; i < count; ++i) {
+            if (symbols[i * mapping->keysyms_per_keycode] == symbol) {
+                return static_cast<xcb_keycode_t>(setup->min_keycode + i);
+            }
+        }
+    }
+    throw std::runtime_error("the keyboard has no such key");
+}
+
+// Sends the press and the release to the window. It may go in between: that error is nobody's.
+void pressKey(const Connection& connection, xcb_window_t window, xcb_keycode_t code) {
+    for (const int type : {XCB_KEY_PRESS, XCB_KEY_RELEASE}) {
+        xcb_key_press_event_t event{};
+        event.response_type = static_cast<std::uint8_t>(type);
+        event.detail = code;
+        event.root = screenOf(connection).root;
+        event.event = window;
+        event.same_screen = 1;
+        std::array<char, 32> bytes{};
+        static_assert(sizeof event <= sizeof bytes);
+        std::memcpy(bytes.data(), &event, sizeof event);
+        xcb_send_event(connection.get(), 0, window, XCB_EVENT_MASK_NO_EVENT, bytes.data());
+    }
+    xcb_flush(connection.get());
+}
+
 } // namespace
 
 ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string>& value)
@@ -217,8 +278,7 @@ XServer::XServer(int depth) {
     // -noreset: the server must not forget everything when the last client of a moment leaves.
     const Child server =
         start({"Xvfb", "-displayfd", "3", "-screen", "0", "1600x1200x" + std::to_string(depth),
-               "-nolisten", "tcp", "-noreset"},
-              3);
+               "-nolisten", "tcp", "-noreset"});
     m_process = server.process;
     std::string number;
     readUntil(server.output, number, 30,
@@ -380,27 +440,19 @@ HWND XPixmap::handle() const {
 }
 
 bool waitForWindow(const std::string& title, int limitSeconds) {
-    return runProgram({"xdotool", "search", "--sync", "--onlyvisible", "--name", "^" + title + "$"},
-                      limitSeconds)
-        .has_value();
+    const Connection connection = connect();
+    return repeatUntil(limitSeconds, [&] { return findVisible(connection, title) != 0; });
 }
 
-bool closeWindow(const std::string& title, const std::string& key, int limitSeconds) {
-    if (!waitForWindow(title, limitSeconds)) {
-        return false;
-    }
-    const auto end = Clock::now() + std::chrono::seconds(limitSeconds);
-    do {
-        const auto found = runProgram(
-            {"xdotool", "search", "--onlyvisible", "--name", "^" + title + "$"}, limitSeconds);
-        if (!found) {
-            return true;
-        }
-        // Fails when the window goes between the key's press and its release.
-        runProgram({"xdotool", "key", "--window", found->substr(0, found->find('\n')), key},
-                   limitSeconds);
-    } while (Clock::now() < end);
-    return false;
+bool closeWindow(const std::string& title, std::uint32_t keySymbol, int limitSeconds) {
+    const Connection connection = connect();
+    xcb_window_t window = 0;
+    const auto find = [&] { return (window = findVisible(connection, title)) != 0; };
+    const xcb_keycode_t code = keyCode(connection, keySymbol);
+    return repeatUntil(limitSeconds, find) && repeatUntil(limitSeconds, [&] {
+               pressKey(connection, window, code);
+               return !find();
+           });
 }
 
 } // namespace test

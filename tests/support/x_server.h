@@ -1,6 +1,7 @@
 // A display of the test's own, and windows on it.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -87,8 +88,10 @@ private:
 // Waits until a window of this title is visible. False when none appears within the limit.
 bool waitForWindow(const std::string& title, int limitSeconds);
 
-// Waits for such a window and presses a key in it (an X11 key name: "Return") until it is gone.
-// False when that did not happen within the limit.
-bool closeWindow(const std::string& title, const std::string& key, int limitSeconds);
+const std::uint32_t returnKey = 0xff0d; // X11's symbol of the key
+
+// Waits for such a window, then presses the key in it until it is gone. False when either did not
+// happen within the limit.
+bool closeWindow(const std::string& title, std::uint32_t keySymbol, int limitSeconds);
 
 } // namespace test

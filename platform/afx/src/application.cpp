@@ -14,8 +14,8 @@ std::atomic<CWinApp*> application{nullptr};
 namespace tarvix::afx {
 
 int printMessage(const char* text) {
-    std::fprintf(stderr, "%s\n", text);
-    std::fflush(stderr);
+    static_cast<void>(std::fprintf(stderr, "%s\n", text));
+    static_cast<void>(std::fflush(stderr));
     return okButton;
 }
 

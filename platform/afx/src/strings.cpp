@@ -62,6 +62,7 @@ char CString::operator[](int index) const {
     return GetAt(index);
 }
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): variadic as the class library's own
 void CString::Format(LPCSTR format, ...) {
     if (format == nullptr) {
         AfxThrowInvalidArgException();
@@ -83,7 +84,7 @@ void CString::Format(LPCSTR format, ...) {
         va_end(again);
         throw;
     }
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    static_cast<void>(std::vsnprintf(text.data(), text.size() + 1, format, again));
     va_end(again);
     m_text.swap(text);
 }

@@ -128,6 +128,7 @@ int CDib::Create(int width, int height, int bitCount, RGBQUAD* palette, CDib* pa
     return 1;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): hosts link to the declaration as it is
 int CDib::BitBlt(HWND window, int xDest, int yDest, int width, int height, int xSrc, int ySrc,
                  DWORD rop) {
     if (m_hBitmap == nullptr || window == nullptr || width <= 0 || height <= 0) {

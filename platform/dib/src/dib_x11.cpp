@@ -125,8 +125,8 @@ public:
     RowReader(const CDib& dib, int row) : m_dib(dib), m_bitCount(dib.m_bmi.bmiHeader.biBitCount) {
         const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
         const int stored = header.biHeight > 0 ? header.biHeight - 1 - row : row;
-        m_row =
-            dib.m_pBits + static_cast<std::size_t>(stored) * rowStride(header.biWidth, m_bitCount);
+        m_row = dib.m_pBits +
+                static_cast<std::size_t>(stored) * rowStride(header.biWidth, header.biBitCount);
     }
 
     RGBQUAD operator()(int x) const {
