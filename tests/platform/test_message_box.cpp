@@ -78,7 +78,7 @@ TEST(MessageBox, IsShownWhateverThePlatformOfTheHostsWindows) {
 TEST(MessageBox, LeavesTheLocaleAlone) {
     const ScopedEnvironment language("LC_ALL", "C.UTF-8");
     XServer server;
-    std::setlocale(LC_ALL, "C");
+    ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
     BoxCloser closer(server);
     EXPECT_EQ(AfxMessageBox("text"), IDOK);
     EXPECT_TRUE(closer.hasClosed());

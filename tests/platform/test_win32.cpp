@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <shlwapi.h>
 #include <windows.h>
@@ -17,6 +18,7 @@
 namespace {
 
 using test::ScopedEnvironment;
+using test::windowHandle;
 using test::XPixmap;
 using test::XServer;
 using test::XWindow;
@@ -237,17 +239,17 @@ TEST_F(ClientRect, FailsQuietlyForWhatIsNoWindow) {
     XWindow window(10, 10);
     EXPECT_FALSE(GetClientRect(window.handle(), nullptr));
     EXPECT_TRUE(isRefused(nullptr));
-    EXPECT_TRUE(isRefused(reinterpret_cast<HWND>(std::uintptr_t{0x7fffffff})));
+    EXPECT_TRUE(isRefused(windowHandle(0x7fffffff)));
     // Not cut down to the id in its low half.
     const auto beyond = reinterpret_cast<std::uintptr_t>(window.handle()) | std::uintptr_t{1} << 32;
-    EXPECT_TRUE(isRefused(reinterpret_cast<HWND>(beyond)));
+    EXPECT_TRUE(isRefused(windowHandle(beyond)));
     EXPECT_TRUE(isRefused(XPixmap(10, 10).handle()));
     window.destroy();
     EXPECT_TRUE(isRefused(window.handle()));
 }
 
 TEST_F(ClientRect, FailsQuietlyWithoutADisplay) {
-    const auto window = reinterpret_cast<HWND>(std::uintptr_t{0x200001});
+    const auto window = windowHandle(0x200001);
     {
         const ScopedEnvironment none("DISPLAY", std::nullopt);
         EXPECT_TRUE(isRefused(window));

@@ -1,6 +1,7 @@
 // CDib::BitBlt into windows of a real X server; the windows' pixels are read back and compared.
 #include "tests/support/x_server.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -16,6 +17,7 @@
 namespace {
 
 using test::ScopedEnvironment;
+using test::windowHandle;
 using test::XPixmap;
 using test::XServer;
 using test::XWindow;
@@ -68,8 +70,9 @@ private:
             return {palette[index].rgbBlue, palette[index].rgbGreen, palette[index].rgbRed};
         }
         if (bitCount == 16) {
-            row[2 * x] = static_cast<BYTE>(value);
-            row[2 * x + 1] = static_cast<BYTE>(value >> 8);
+            BYTE* const pixel = row + std::ptrdiff_t{x} * 2;
+            pixel[0] = static_cast<BYTE>(value);
+            pixel[1] = static_cast<BYTE>(value >> 8);
             cv::Vec3b colour;
             for (int i = 0; i < 3; ++i) {
                 const auto five = value >> (5 * i) & 31U;
@@ -78,7 +81,7 @@ private:
             return colour;
         }
         for (int i = 0; i < bitCount / 8; ++i) {
-            row[x * (bitCount / 8) + i] = static_cast<BYTE>(value >> (8 * i));
+            row[std::ptrdiff_t{x} * (bitCount / 8) + i] = static_cast<BYTE>(value >> (8 * i));
         }
         return {static_cast<BYTE>(value), static_cast<BYTE>(value >> 8),
                 static_cast<BYTE>(value >> 16)};
@@ -241,11 +244,11 @@ TEST_F(Drawing, FailsQuietlyForWhatIsNoWindow) {
         return testing::internal::GetCapturedStderr().empty() && refused;
     };
     EXPECT_TRUE(fails(nullptr));
-    EXPECT_TRUE(fails(reinterpret_cast<HWND>(std::uintptr_t{0x7fffffff})));
+    EXPECT_TRUE(fails(windowHandle(0x7fffffff)));
     EXPECT_TRUE(fails(XPixmap(4, 4).handle()));
     XWindow window(4, 4);
     const auto beyond = reinterpret_cast<std::uintptr_t>(window.handle()) | std::uintptr_t{1} << 32;
-    EXPECT_TRUE(fails(reinterpret_cast<HWND>(beyond)));
+    EXPECT_TRUE(fails(windowHandle(beyond)));
     EXPECT_FALSE(fails(window.handle()));
     window.destroy();
     EXPECT_TRUE(fails(window.handle()));

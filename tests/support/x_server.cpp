@@ -55,11 +55,6 @@ xcb_screen_t& screenOf(const Connection& connection) {
     return *xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
 }
 
-HWND asHandle(std::uint32_t id) {
-    return reinterpret_cast<HWND>(
-        static_cast<std::uintptr_t>(id)); // NOLINT(performance-no-int-to-ptr)
-}
-
 struct Child {
     int process;
     int output; // the reading end of its pipe
@@ -73,6 +68,7 @@ Child start(std::vector<std::string> arguments) {
         throw std::runtime_error("no pipe");
     }
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }
@@ -226,9 +222,9 @@ xcb_keycode_t keyCode(const Connection& connection, std::uint32_t symbol) {
         nullptr));
     if (mapping) {
         const xcb_keysym_t* const symbols = xcb_get_keyboard_mapping_keysyms(mapping.get());
-        for (int i = 0; i < count; ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             if (symbols[i * mapping->keysyms_per_keycode] == symbol) {
-                return static_cast<xcb_keycode_t>(setup->min_keycode + i);
+                return static_cast<xcb_keycode_t>(setup->min_keycode + static_cast<int>(i));
             }
         }
     }
@@ -253,6 +249,10 @@ void pressKey(const Connection& connection, xcb_window_t window, xcb_keycode_t c
 }
 
 } // namespace
+
+HWND windowHandle(std::uintptr_t id) {
+    return reinterpret_cast<HWND>(id); // NOLINT(performance-no-int-to-ptr): what a handle is
+}
 
 ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string>& value)
     : m_name(std::move(name)) {
@@ -355,7 +355,7 @@ XWindow::XWindow(int width, int height, int depth) : m_state(std::make_unique<St
 XWindow::~XWindow() = default; // the server destroys what a connection leaves
 
 HWND XWindow::handle() const {
-    return asHandle(m_state->window);
+    return windowHandle(m_state->window);
 }
 
 cv::Mat XWindow::rawPixels() const {
@@ -436,7 +436,7 @@ XPixmap::XPixmap(int width, int height) : m_state(std::make_unique<State>()) {
 XPixmap::~XPixmap() = default;
 
 HWND XPixmap::handle() const {
-    return asHandle(m_state->pixmap);
+    return windowHandle(m_state->pixmap);
 }
 
 bool waitForWindow(const std::string& title, int limitSeconds) {

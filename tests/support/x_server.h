@@ -42,6 +42,9 @@ private:
     std::optional<ScopedEnvironment> m_display;
 };
 
+// The window handle of an X11 id.
+HWND windowHandle(std::uintptr_t id);
+
 // A mapped window at the top-left corner of the screen. Throws std::runtime_error when the server
 // refuses.
 class XWindow {
