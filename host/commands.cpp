@@ -30,6 +30,7 @@ int runCommand(std::vector<std::string> arguments) {
     app.footer("Exit status: 0 done, 1 the operation failed (one line says why), 2 bad usage.");
     addFilterCommands(app);
     addGeometryCommands(app);
+    addCalibCommands(app);
     addGalleryCommand(app);
 
     application().forgetMessages();

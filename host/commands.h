@@ -32,6 +32,9 @@ std::vector<GalleryEntry> filterGallery();
 void addGeometryCommands(CLI::App& app);
 std::vector<GalleryEntry> geometryGallery();
 
+void addCalibCommands(CLI::App& app);
+std::vector<GalleryEntry> calibGallery();
+
 void addGalleryCommand(CLI::App& app);
 
 } // namespace host

@@ -199,7 +199,7 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
         throw Failure("cannot make the folder '" + results.string() + "': " + error.message());
     }
     std::vector<GalleryEntry> entries;
-    for (const auto& family : {filterGallery(), geometryGallery()}) {
+    for (const auto& family : {filterGallery(), geometryGallery(), calibGallery()}) {
         entries.insert(entries.end(), family.begin(), family.end());
     }
     Page page(photos, results);
