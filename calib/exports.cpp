@@ -92,18 +92,14 @@ CDib* tx_UseStereoCalib(CDib& image, const char* folder, int camera) {
     });
 }
 
-tx_Meas3D::tx_Meas3D() : m_q(nullptr) {}
+tx_Meas3D::tx_Meas3D() = default;
 
 tx_Meas3D::~tx_Meas3D() {
     delete m_q;
 }
 
-// Shallow on purpose; m_q of this object is not released.
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a copied pointer is safe
-tx_Meas3D& tx_Meas3D::operator=(const tx_Meas3D& other) {
-    m_q = other.m_q;
-    return *this;
-}
+// Shallow on purpose; the matrix this object held is not released.
+tx_Meas3D& tx_Meas3D::operator=(const tx_Meas3D& other) = default;
 
 // On purpose: an earlier matrix is not released (a shallow copy may still use it), and neither a
 // missing file nor an empty matrix is a failure. Everything raised ends silently.

@@ -94,5 +94,5 @@ public:
     int CalcXYZ(FPoint2D& p1, FPoint2D& p2, FPoint3D& out);
 
 private:
-    cv::Mat* m_q; // owned; null until Init succeeds
+    cv::Mat* m_q = nullptr; // owned; null until Init succeeds
 };
