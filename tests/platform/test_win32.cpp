@@ -249,7 +249,7 @@ TEST_F(ClientRect, FailsQuietlyForWhatIsNoWindow) {
 }
 
 TEST_F(ClientRect, FailsQuietlyWithoutADisplay) {
-    const auto window = windowHandle(0x200001);
+    auto* const window = windowHandle(0x200001);
     {
         const ScopedEnvironment none("DISPLAY", std::nullopt);
         EXPECT_TRUE(isRefused(window));
