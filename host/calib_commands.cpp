@@ -482,14 +482,14 @@ std::vector<GalleryEntry> calibGallery() {
           "OUT/calibration"},
          {"PHOTOS/left12.jpg"},
          {"OUT/undistorted.png"},
-         calib},
+         {calib}},
         {"A rectified pair",
          "Two cameras' pictures of one moment, warped so that matching points lie in one row.",
          {"rectify", "PHOTOS/left01.jpg", "--right", "PHOTOS/right01.jpg", "-o",
           "OUT/rectified.png", "--calib", "OUT/stereo"},
          {"PHOTOS/left01.jpg", "PHOTOS/right01.jpg"},
          {"OUT/rectified.png"},
-         stereo},
+         {stereo}},
     };
 }
 

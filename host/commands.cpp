@@ -31,6 +31,7 @@ int runCommand(std::vector<std::string> arguments) {
     addFilterCommands(app);
     addGeometryCommands(app);
     addCalibCommands(app);
+    addFeatureCommands(app);
     addGalleryCommand(app);
 
     application().forgetMessages();

@@ -19,7 +19,7 @@ struct GalleryEntry {
     std::vector<std::string> command; // "canny", "PHOTOS/building.jpg", "-o", "OUT/canny.png", ...
     std::vector<std::string> before;  // pictures to show: "PHOTOS/..." or "OUT/..."
     std::vector<std::string> after;
-    std::vector<std::string> prepare; // a command that must run first, not shown; may be empty
+    std::vector<std::vector<std::string>> prepare; // commands that must run first, not shown
 };
 // PHOTOS/ stands for the folder of photographs, OUT/ for the gallery's own folder of results.
 
@@ -34,6 +34,9 @@ std::vector<GalleryEntry> geometryGallery();
 
 void addCalibCommands(CLI::App& app);
 std::vector<GalleryEntry> calibGallery();
+
+void addFeatureCommands(CLI::App& app);
+std::vector<GalleryEntry> featureGallery();
 
 void addGalleryCommand(CLI::App& app);
 

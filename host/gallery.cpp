@@ -199,7 +199,8 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
         throw Failure("cannot make the folder '" + results.string() + "': " + error.message());
     }
     std::vector<GalleryEntry> entries;
-    for (const auto& family : {filterGallery(), geometryGallery(), calibGallery()}) {
+    for (const auto& family :
+         {filterGallery(), geometryGallery(), calibGallery(), featureGallery()}) {
         entries.insert(entries.end(), family.begin(), family.end());
     }
     Page page(photos, results);
@@ -208,7 +209,10 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
         const GalleryEntry& entry = entries[i];
         std::cout << '[' << i + 1 << '/' << entries.size() << "] " << entry.title << " ... "
                   << std::flush;
-        int status = entry.prepare.empty() ? 0 : runQuietly(page.placed(entry.prepare));
+        int status = 0;
+        for (std::size_t k = 0; status == 0 && k < entry.prepare.size(); ++k) {
+            status = runQuietly(page.placed(entry.prepare[k]));
+        }
         const auto start = std::chrono::steady_clock::now();
         if (status == 0) {
             status = runQuietly(page.placed(entry.command));

@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -22,11 +23,24 @@ public:
     void forgetMessages() { m_messageShown = false; }
 
 private:
+    friend class HeldMessages;
     bool m_messageShown = false;
+    std::vector<std::string>* m_held = nullptr;
 };
 
 // The one application object of the process.
 Application& application();
+
+// While it lives, the module's messages are kept here instead of being shown: for a call that may
+// fail.
+class HeldMessages {
+public:
+    HeldMessages() { application().m_held = &texts; }
+    ~HeldMessages() { application().m_held = nullptr; }
+    HeldMessages(const HeldMessages&) = delete;
+    HeldMessages& operator=(const HeldMessages&) = delete;
+    std::vector<std::string> texts;
+};
 
 // The text on one line: OpenCV's messages span several.
 std::string oneLine(const std::string& text);

@@ -8,6 +8,10 @@
 namespace host {
 
 int Application::DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) {
+    if (m_held != nullptr) {
+        m_held->push_back(oneLine(text));
+        return IDOK;
+    }
     std::cerr << "tarvix: " << oneLine(text) << '\n';
     m_messageShown = true;
     return IDOK;

@@ -133,6 +133,7 @@ TEST_F(CommandLine, AnExistingFileSurvivesAFailedWrite) {
 // Every sub-command that reads a picture, with what it needs besides the picture.
 const std::vector<std::vector<std::string>>& pictureCommands() {
     static const std::vector<std::vector<std::string>> commands = {
+        {"keypoints"},
         {"load"},
         {"canny"},
         {"denoise", "--search", "7"},

@@ -1,0 +1,143 @@
+// The sub-commands keypoints, match, register and stitch, run as a user runs them.
+#include "tests/support/pictures.h"
+#include "tests/support/program.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using nlohmann::json;
+using test::ProgramResult;
+using testing::HasSubstr;
+
+ProgramResult tarvix(const std::vector<std::string>& arguments) {
+    return test::runProgram(TARVIX_PROGRAM, arguments);
+}
+
+void expectOneLine(const ProgramResult& run, int status) {
+    EXPECT_EQ(run.status, status) << run.err;
+    EXPECT_EQ(run.out, "");
+    const std::size_t said = run.err.find("tarvix: ");
+    ASSERT_NE(said, std::string::npos) << run.err;
+    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
+}
+
+class FeatureCommands : public testing::Test {
+protected:
+    // A window of a photograph with its top-left corner at (x, y).
+    std::string window(const std::string& name, int x, int y) {
+        cv::imwrite(folder / name, test::photo("building.jpg")(cv::Rect(x, y, 440, 400)));
+        return folder / name;
+    }
+    [[nodiscard]] int filesIn(const std::string& directory) const {
+        int count = 0;
+        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory)) {
+            ++count;
+        }
+        return count;
+    }
+
+    test::TempFolder folder;
+    std::string out = folder / "out.png";
+    std::string home = test::photoPath("home.jpg");
+};
+
+TEST_F(FeatureCommands, KeypointsByNameAndNumber) {
+    for (const char* detector : {"mser", "ORB", "brisk", "akaze", "1"}) {
+        std::filesystem::remove(out);
+        EXPECT_EQ(tarvix({"keypoints", home, "-o", out, "--detector", detector}).status, 0);
+        EXPECT_EQ(cv::imread(out).size(), test::photo("home.jpg").size()) << detector;
+    }
+    EXPECT_EQ(tarvix({"keypoints", home, "-o", out, "--gray"}).status, 0);
+    expectOneLine(tarvix({"keypoints", home, "-o", out, "--detector", "sift"}), 2);
+    expectOneLine(tarvix({"keypoints", home, "-o", out, "--detector", "9"}), 2);
+}
+
+TEST_F(FeatureCommands, MatchIsSideBySide) {
+    const std::string box = test::photoPath("box.png");
+    EXPECT_EQ(tarvix({"match", box, home, "-o", out, "--descriptor", "brisk"}).status, 0);
+    EXPECT_EQ(cv::imread(out).cols, test::photo("box.png").cols + test::photo("home.jpg").cols);
+    expectOneLine(tarvix({"match", box, folder / "missing.png", "-o", out}), 1);
+    expectOneLine(tarvix({"match", box, "-o", out}), 2);
+}
+
+TEST_F(FeatureCommands, StitchAndItsFailures) {
+    const std::string a = window("a.png", 20, 90), b = window("b.png", 200, 110),
+                      c = window("c.png", 400, 80);
+    const ProgramResult run = tarvix({"stitch", a, b, c, "-o", out});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_GT(cv::imread(out).cols, 600);
+    std::filesystem::remove(out);
+    expectOneLine(tarvix({"stitch", a, "-o", out}), 1);
+    expectOneLine(tarvix({"stitch", a, home, "-o", out}), 1);
+    const ProgramResult missing = tarvix({"stitch", a, b, folder / "missing.png", "-o", out});
+    expectOneLine(missing, 1);
+    EXPECT_THAT(missing.err, HasSubstr("missing.png"));
+    EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST_F(FeatureCommands, RegisterIntoAFolder) {
+    const std::string a = window("a.png", 200, 100), b = window("b.png", 140, 130);
+    const ProgramResult run =
+        tarvix({"register", a, b, "-o", folder / "new/set", "--overlay", out, "--json"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const json answer = json::parse(run.out);
+    const cv::Size canvas(answer.at("canvas")[0].get<int>(), answer.at("canvas")[1].get<int>());
+    EXPECT_NEAR(canvas.width, 500, 2);
+    EXPECT_NEAR(canvas.height, 430, 2);
+    ASSERT_EQ(answer.at("pictures").size(), 2U);
+    for (const json& picture : answer.at("pictures")) {
+        EXPECT_EQ(cv::imread(picture.at("output").get<std::string>()).size(), canvas);
+    }
+    EXPECT_EQ(filesIn(folder / "new/set"), 2) << "only the results stay";
+    EXPECT_EQ(cv::imread(out).size(), canvas);
+}
+
+TEST_F(FeatureCommands, RegisterSaysWhatWasLeftOut) {
+    const std::string a = window("a.png", 200, 100), b = window("b.png", 140, 130);
+    cv::imwrite(folder / "one.png", cv::Mat(1, 1, CV_8UC3, cv::Scalar::all(9)));
+    const std::string pattern = folder / "set/view-{}.bmp";
+    const ProgramResult run = tarvix({"register", a, home, folder / "one.png", b, "-o", pattern});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_THAT(run.out, HasSubstr("left out " + home + ": too few good matches"));
+    EXPECT_THAT(run.out, HasSubstr("left out " + (folder / "one.png") + ": "));
+    EXPECT_EQ(filesIn(folder / "set"), 2);
+    EXPECT_FALSE(cv::imread(folder / "set/view-00.bmp").empty());
+    EXPECT_FALSE(cv::imread(folder / "set/view-03.bmp").empty());
+
+    const json answer = json::parse(tarvix({"register", a, home, b, "-o", pattern, "--json"}).out);
+    EXPECT_TRUE(answer.at("pictures")[1].at("output").is_null());
+    EXPECT_THAT(answer.at("pictures")[1].at("reason").get<std::string>(), HasSubstr("too few"));
+}
+
+TEST_F(FeatureCommands, RegisterAloneWritesThePicture) {
+    const std::string a = window("a.png", 200, 100);
+    EXPECT_EQ(tarvix({"register", a, "-o", folder / "set"}).status, 0);
+    EXPECT_TRUE(test::identical(cv::imread(folder / "set/registered-00.png"), cv::imread(a)));
+}
+
+TEST_F(FeatureCommands, RegisterFailuresAreOneLineAndLeaveNothing) {
+    const std::string a = window("a.png", 200, 100);
+    const std::string set = folder / "set";
+    const ProgramResult none = tarvix({"register", a, home, "-o", set});
+    expectOneLine(none, 1);
+    EXPECT_THAT(none.err, HasSubstr("too few good matches"));
+    EXPECT_EQ(filesIn(set), 0);
+    expectOneLine(tarvix({"register", a, folder / "missing.png", "-o", set}), 1);
+    std::ofstream(folder / "text.png") << "no picture\n";
+    expectOneLine(tarvix({"register", folder / "text.png", a, "-o", set}), 1);
+    expectOneLine(tarvix({"register", a, "-o", folder / "x-{}.nosuchformat"}), 1);
+    std::ofstream(folder / "file") << "in the way\n";
+    expectOneLine(tarvix({"register", a, "-o", folder / "file"}), 1);
+    expectOneLine(tarvix({"register", "-o", set}), 2);
+    expectOneLine(tarvix({"register", a}), 2);
+}
+
+} // namespace
