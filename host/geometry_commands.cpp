@@ -57,8 +57,8 @@ std::vector<GalleryEntry> geometryGallery() {
           "0,384", "--to", "90,0", "470,60", "400,330", "0,250"},
          {"OUT/mask-warp.png"},
          {"OUT/mask.png"},
-         {"warp", "PHOTOS/home.jpg", "-o", "OUT/mask-warp.png", "--from", "0,0", "512,0", "512,384",
-          "0,384", "--to", "90,0", "470,60", "400,330", "0,250"}},
+         {{"warp", "PHOTOS/home.jpg", "-o", "OUT/mask-warp.png", "--from", "0,0", "512,0",
+           "512,384", "0,384", "--to", "90,0", "470,60", "400,330", "0,250"}}},
     };
 }
 
