@@ -18,5 +18,6 @@
 
 #include <tarvix/calib.h>
 #include <tarvix/features.h>
+#include <tarvix/faces.h>
 #include <tarvix/filters.h>
 #include <tarvix/geometry.h>

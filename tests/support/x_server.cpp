@@ -157,6 +157,67 @@ std::uint8_t channel(std::uint32_t pixel, std::uint32_t mask) {
     return static_cast<std::uint8_t>((value * 255 + highest / 2) / highest);
 }
 
+// A window and how its pixels are stored.
+struct Surface {
+    Connection connection;
+    xcb_window_t window = 0;
+    int width = 0, height = 0, depth = 0;
+    xcb_visualtype_t visual{};
+};
+
+// The pixel values as the server stores them, CV_32SC1.
+cv::Mat readRaw(const Surface& surface) {
+    const ReplyOf<xcb_get_image_reply_t> image(xcb_get_image_reply(
+        surface.connection.get(),
+        xcb_get_image(surface.connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, surface.window, 0, 0,
+                      static_cast<std::uint16_t>(surface.width),
+                      static_cast<std::uint16_t>(surface.height), ~0U),
+        nullptr));
+    if (!image) {
+        throw std::runtime_error("the window's pixels cannot be read");
+    }
+    const xcb_setup_t* const setup = xcb_get_setup(surface.connection.get());
+    const xcb_format_t* const formats = xcb_setup_pixmap_formats(setup);
+    const xcb_format_t* const format =
+        std::find_if(formats, formats + xcb_setup_pixmap_formats_length(setup),
+                     [&](const xcb_format_t& one) { return one.depth == surface.depth; });
+    const auto pixelBytes = static_cast<std::size_t>(format->bits_per_pixel / 8);
+    const auto padding = static_cast<std::size_t>(format->scanline_pad / 8);
+    const std::size_t stride =
+        (static_cast<std::size_t>(surface.width) * pixelBytes + padding - 1) / padding * padding;
+    const bool isBigEndian = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST;
+    const std::uint8_t* const data = xcb_get_image_data(image.get());
+
+    cv::Mat pixels(surface.height, surface.width, CV_32SC1);
+    for (int y = 0; y < surface.height; ++y) {
+        for (int x = 0; x < surface.width; ++x) {
+            const std::uint8_t* const bytes = data + static_cast<std::size_t>(y) * stride +
+                                              static_cast<std::size_t>(x) * pixelBytes;
+            std::uint32_t pixel = 0;
+            for (std::size_t i = 0; i < pixelBytes; ++i) {
+                pixel = pixel << 8 | bytes[isBigEndian ? i : pixelBytes - 1 - i];
+            }
+            pixels.at<int>(y, x) = static_cast<int>(pixel);
+        }
+    }
+    return pixels;
+}
+
+// CV_8UC3, blue, green, red.
+cv::Mat readColours(const Surface& surface) {
+    const cv::Mat raw = readRaw(surface);
+    cv::Mat picture(raw.size(), CV_8UC3);
+    for (int y = 0; y < raw.rows; ++y) {
+        for (int x = 0; x < raw.cols; ++x) {
+            const auto pixel = static_cast<std::uint32_t>(raw.at<int>(y, x));
+            picture.at<cv::Vec3b>(y, x) = {channel(pixel, surface.visual.blue_mask),
+                                           channel(pixel, surface.visual.green_mask),
+                                           channel(pixel, surface.visual.red_mask)};
+        }
+    }
+    return picture;
+}
+
 std::uint32_t pixelOf(const cv::Vec3b& colour, const xcb_visualtype_t& visual) {
     const std::array<std::uint32_t, 3> masks{visual.blue_mask, visual.green_mask, visual.red_mask};
     std::uint32_t pixel = 0;
@@ -312,12 +373,7 @@ void XServer::kill() {
     }
 }
 
-struct XWindow::State {
-    Connection connection;
-    xcb_window_t window = 0;
-    int width = 0, height = 0, depth = 0;
-    xcb_visualtype_t visual{};
-};
+struct XWindow::State : Surface {};
 
 const cv::Vec3b XWindow::background(0x31, 0xc6, 0x84);
 
@@ -359,56 +415,11 @@ HWND XWindow::handle() const {
 }
 
 cv::Mat XWindow::rawPixels() const {
-    const State& state = *m_state;
-    const ReplyOf<xcb_get_image_reply_t> image(xcb_get_image_reply(
-        state.connection.get(),
-        xcb_get_image(state.connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, state.window, 0, 0,
-                      static_cast<std::uint16_t>(state.width),
-                      static_cast<std::uint16_t>(state.height), ~0U),
-        nullptr));
-    if (!image) {
-        throw std::runtime_error("the window's pixels cannot be read");
-    }
-    const xcb_setup_t* const setup = xcb_get_setup(state.connection.get());
-    const xcb_format_t* const formats = xcb_setup_pixmap_formats(setup);
-    const xcb_format_t* const format =
-        std::find_if(formats, formats + xcb_setup_pixmap_formats_length(setup),
-                     [&](const xcb_format_t& one) { return one.depth == state.depth; });
-    const auto pixelBytes = static_cast<std::size_t>(format->bits_per_pixel / 8);
-    const auto padding = static_cast<std::size_t>(format->scanline_pad / 8);
-    const std::size_t stride =
-        (static_cast<std::size_t>(state.width) * pixelBytes + padding - 1) / padding * padding;
-    const bool isBigEndian = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST;
-    const std::uint8_t* const data = xcb_get_image_data(image.get());
-
-    cv::Mat pixels(state.height, state.width, CV_32SC1);
-    for (int y = 0; y < state.height; ++y) {
-        for (int x = 0; x < state.width; ++x) {
-            const std::uint8_t* const bytes = data + static_cast<std::size_t>(y) * stride +
-                                              static_cast<std::size_t>(x) * pixelBytes;
-            std::uint32_t pixel = 0;
-            for (std::size_t i = 0; i < pixelBytes; ++i) {
-                pixel = pixel << 8 | bytes[isBigEndian ? i : pixelBytes - 1 - i];
-            }
-            pixels.at<int>(y, x) = static_cast<int>(pixel);
-        }
-    }
-    return pixels;
+    return readRaw(*m_state);
 }
 
 cv::Mat XWindow::pixels() const {
-    const xcb_visualtype_t& visual = m_state->visual;
-    const cv::Mat raw = rawPixels();
-    cv::Mat picture(raw.size(), CV_8UC3);
-    for (int y = 0; y < raw.rows; ++y) {
-        for (int x = 0; x < raw.cols; ++x) {
-            const auto pixel = static_cast<std::uint32_t>(raw.at<int>(y, x));
-            picture.at<cv::Vec3b>(y, x) = {channel(pixel, visual.blue_mask),
-                                           channel(pixel, visual.green_mask),
-                                           channel(pixel, visual.red_mask)};
-        }
-    }
-    return picture;
+    return readColours(*m_state);
 }
 
 void XWindow::destroy() {
@@ -437,6 +448,19 @@ XPixmap::~XPixmap() = default;
 
 HWND XPixmap::handle() const {
     return windowHandle(m_state->pixmap);
+}
+
+cv::Mat screenPicture() {
+    Surface screen;
+    screen.connection = connect();
+    const xcb_screen_t& root = screenOf(screen.connection);
+    screen.window = root.root;
+    screen.width = root.width_in_pixels;
+    screen.height = root.height_in_pixels;
+    const VisualOfDepth found = findVisual(screen.connection, 0);
+    screen.depth = found.depth;
+    screen.visual = *found.visual;
+    return readColours(screen);
 }
 
 bool waitForWindow(const std::string& title, int limitSeconds) {

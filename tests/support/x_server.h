@@ -88,6 +88,9 @@ private:
     std::unique_ptr<State> m_state;
 };
 
+// What the whole screen shows, CV_8UC3, blue, green, red.
+cv::Mat screenPicture();
+
 // Waits until a window of this title is visible. False when none appears within the limit.
 bool waitForWindow(const std::string& title, int limitSeconds);
 

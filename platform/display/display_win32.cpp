@@ -1,0 +1,11 @@
+#include "platform/display/display.h"
+
+namespace tarvix {
+
+// Every process has a window station; where none of its desktops can be seen, windows are still
+// made, and a call that fails raises an exception.
+bool canShowWindows() {
+    return true;
+}
+
+} // namespace tarvix

@@ -1,0 +1,69 @@
+// A host with the cascades that lie beside it:
+//   faces_probe find PICTURE    tx_FindFaces on the picture in grey, in an array that held
+//   something faces_probe track           tx_TrackFace
+// Prints one line for each message, each face and the result.
+#include <tarvix/tarvix.h>
+
+#include <afxwin.h>
+#include <opencv2/imgproc.hpp>
+
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <string>
+
+namespace {
+
+class Host : public CWinApp {
+public:
+    int DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) override {
+        std::string line = text;
+        for (char& c : line) {
+            c = c == '\n' ? ' ' : c;
+        }
+        std::cout << "message " << line << std::endl;
+        return IDOK;
+    }
+};
+
+std::unique_ptr<CDib> inGrey(CDib& colour) {
+    const BITMAPINFOHEADER& header = colour.m_bmi.bmiHeader;
+    const auto stride = static_cast<std::size_t>((header.biWidth * 3 + 3) / 4 * 4);
+    cv::Mat grey;
+    cv::cvtColor(cv::Mat(header.biHeight, header.biWidth, CV_8UC3, colour.m_pBits, stride), grey,
+                 cv::COLOR_BGR2GRAY);
+    auto result = std::make_unique<CDib>();
+    result->CreateGray(header.biWidth, header.biHeight);
+    for (int row = 0; row < grey.rows; ++row) {
+        std::memcpy(result->m_pBits + row * ((grey.cols + 3) / 4 * 4), grey.ptr(row),
+                    static_cast<std::size_t>(grey.cols));
+    }
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Host host;
+    const std::string what = argc > 1 ? argv[1] : "";
+    if (what == "find" && argc > 2) {
+        const std::unique_ptr<CDib> colour(tx_LoadFile(argv[2]));
+        const std::unique_ptr<CDib> grey = inGrey(*colour);
+        CArray<RECT, RECT&> faces;
+        faces.SetSize(3);
+        const int result = tx_FindFaces(*grey, faces);
+        for (INT_PTR i = 0; i < faces.GetSize(); ++i) {
+            const RECT& face = faces[i];
+            std::cout << "face " << face.left << ' ' << face.top << ' ' << face.right << ' '
+                      << face.bottom << '\n';
+        }
+        std::cout << "result " << result << std::endl;
+        return 0;
+    }
+    if (what == "track") {
+        const int result = tx_TrackFace(nullptr);
+        std::cout << "result " << result << std::endl;
+        return 0;
+    }
+    return 2;
+}
