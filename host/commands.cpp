@@ -29,6 +29,7 @@ int runCommand(std::vector<std::string> arguments) {
                                           cv::getVersionString());
     app.footer("Exit status: 0 done, 1 the operation failed (one line says why), 2 bad usage.");
     addFilterCommands(app);
+    addFacesCommands(app);
     addGeometryCommands(app);
     addCalibCommands(app);
     addFeatureCommands(app);

@@ -29,6 +29,9 @@ int runCommand(std::vector<std::string> arguments);
 void addFilterCommands(CLI::App& app);
 std::vector<GalleryEntry> filterGallery();
 
+void addFacesCommands(CLI::App& app);
+std::vector<GalleryEntry> facesGallery();
+
 void addGeometryCommands(CLI::App& app);
 std::vector<GalleryEntry> geometryGallery();
 

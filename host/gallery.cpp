@@ -200,7 +200,7 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
     }
     std::vector<GalleryEntry> entries;
     for (const auto& family :
-         {filterGallery(), geometryGallery(), calibGallery(), featureGallery()}) {
+         {filterGallery(), facesGallery(), geometryGallery(), calibGallery(), featureGallery()}) {
         entries.insert(entries.end(), family.begin(), family.end());
     }
     Page page(photos, results);

@@ -5,6 +5,7 @@
 #include <tarvix/tarvix.h>
 
 #include <afxwin.h>
+#include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <cstring>
@@ -45,6 +46,7 @@ std::unique_ptr<CDib> inGrey(CDib& colour) {
 
 int main(int argc, char** argv) {
     Host host;
+    cv::setNumThreads(1); // with more, the order of OpenCV's detections changes from run to run
     const std::string what = argc > 1 ? argv[1] : "";
     if (what == "find" && argc > 2) {
         const std::unique_ptr<CDib> colour(tx_LoadFile(argv[2]));

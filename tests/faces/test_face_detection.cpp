@@ -4,6 +4,7 @@
 #include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
+#include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
 namespace {
@@ -98,6 +99,9 @@ TEST(DrawOutline, OfAnEmptyRectangleIsNothing) {
 
 class Detection : public testing::Test {
 protected:
+    // With more threads, the order of OpenCV's detections changes from call to call.
+    Detection() { cv::setNumThreads(1); }
+
     cv::CascadeClassifier classifier{TARVIX_HAAR_CASCADES "/haarcascade_frontalface_alt.xml"};
 };
 

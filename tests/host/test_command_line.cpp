@@ -49,8 +49,8 @@ TEST_F(CommandLine, UnknownCommandIsBadUsage) {
 TEST_F(CommandLine, HelpAndVersion) {
     const ProgramResult help = tarvix({"--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char* command :
-         {"canny", "denoise", "patch", "load", "lines", "chessboard", "warp", "mask", "gallery"}) {
+    for (const char* command : {"canny", "denoise", "patch", "load", "lines", "chessboard", "faces",
+                                "track", "warp", "mask", "gallery"}) {
         EXPECT_THAT(help.out, HasSubstr(command));
     }
     const ProgramResult one = tarvix({"canny", "--help"});
@@ -139,6 +139,7 @@ const std::vector<std::vector<std::string>>& pictureCommands() {
         {"denoise", "--search", "7"},
         {"lines"},
         {"patch", "--width", "3", "--height", "3", "--center", "1,1"},
+        {"faces"},
         {"warp", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
         {"mask", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
     };

@@ -1,0 +1,104 @@
+#include "host/arguments.h"
+#include "host/commands.h"
+#include "host/host.h"
+#include "host/pictures.h"
+
+#include <tarvix/tarvix.h>
+
+#include <nlohmann/json.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+void drawFaces(cv::Mat& picture, const CArray<RECT, RECT&>& faces) {
+    const int thickness = std::max(2, std::min(picture.cols, picture.rows) / 150);
+    for (INT_PTR i = 0; i < faces.GetSize(); ++i) {
+        // The last pixels that belong to the face.
+        const cv::Point last(faces[i].right - 1, faces[i].bottom - 1);
+        cv::rectangle(picture, {faces[i].left, faces[i].top}, last, {60, 220, 40}, thickness);
+    }
+}
+
+void print(const CArray<RECT, RECT&>& faces, bool asJson) {
+    nlohmann::json list = nlohmann::json::array();
+    for (INT_PTR i = 0; i < faces.GetSize(); ++i) {
+        const RECT& face = faces[i];
+        if (asJson) {
+            list.push_back({{"left", face.left},
+                            {"top", face.top},
+                            {"right", face.right},
+                            {"bottom", face.bottom}});
+        } else {
+            std::cout << face.left << ',' << face.top << ' ' << face.right << ',' << face.bottom
+                      << '\n';
+        }
+    }
+    if (asJson) {
+        std::cout << nlohmann::json{{"faces", std::move(list)}} << '\n';
+    }
+}
+
+void addFaces(CLI::App& app) {
+    struct Options {
+        std::string in, out;
+        bool json = false;
+    };
+    auto o = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand(
+        "faces", "Find frontal faces and print them, one left,top right,bottom a line (pixels; "
+                 "right and bottom lie one beyond)");
+    command->add_option("IN", o->in, "Picture file to read")->required();
+    command->add_option("-o,--out,--draw", o->out, "Write the picture with the faces framed");
+    command->add_flag("--json", o->json, "Print one JSON object instead of lines of text");
+    command->callback([o] {
+        const Picture grey = loadPicture(o->in, true); // the export searches 8-bit bitmaps
+        CArray<RECT, RECT&> faces;
+        tx_FindFaces(*grey, faces);
+        if (application().messageShown()) {
+            throw Failure(""); // the message has said why
+        }
+        if (!o->out.empty()) {
+            cv::Mat drawn = toMatrix(*loadPicture(o->in, false));
+            drawFaces(drawn, faces);
+            saveMatrix(drawn, o->out);
+        }
+        print(faces, o->json);
+    });
+}
+
+void addTrack(CLI::App& app) {
+    CLI::App* command = app.add_subcommand(
+        "track", "Show camera 0 with the largest face framed, until a key is pressed in the "
+                 "window; ends at once when there is no camera");
+    command->callback([] {
+        if (tx_TrackFace(nullptr) == 0) {
+            throw Failure(""); // the message has said why
+        }
+    });
+}
+
+} // namespace
+
+void addFacesCommands(CLI::App& app) {
+    addFaces(app);
+    addTrack(app);
+}
+
+std::vector<GalleryEntry> facesGallery() {
+    return {
+        {"Faces",
+         "A frontal face found by its light and dark regions.",
+         {"faces", "PHOTOS/messi5.jpg", "-o", "OUT/faces.png"},
+         {"PHOTOS/messi5.jpg"},
+         {"OUT/faces.png"},
+         {}},
+    };
+}
+
+} // namespace host
