@@ -17,7 +17,7 @@
 #pragma once
 
 #include <tarvix/calib.h>
-#include <tarvix/features.h>
 #include <tarvix/faces.h>
+#include <tarvix/features.h>
 #include <tarvix/filters.h>
 #include <tarvix/geometry.h>
