@@ -3,6 +3,7 @@
 
 #include "filters/chessboard.h"
 #include "tests/support/decimal_comma.h"
+#include "tests/support/pattern.h"
 #include "tests/support/pictures.h"
 #include "tests/support/test_host.h"
 
@@ -98,7 +99,7 @@ TEST_F(FindChessboard, FiftyFourCornersFiftyThreeSeparatorsOneDecimalEach) {
     std::string pair;
     int corners = 0;
     while (std::getline(in, pair, ';')) {
-        EXPECT_THAT(pair, testing::MatchesRegex("[0-9]+\\.[0-9],[0-9]+\\.[0-9]"));
+        EXPECT_THAT(pair + '\n', test::LinesMatch("[0-9]+\\.[0-9],[0-9]+\\.[0-9]"));
         ++corners;
     }
     EXPECT_EQ(corners, 54);

@@ -77,8 +77,9 @@ TEST(Rotation, SignsAndPlaces) {
 TEST(Rotation, TheOneAboutXCarriesSinglePrecision) {
     // On purpose: the pitch has single-precision sine and cosine, yaw and roll double.
     EXPECT_NEAR(RotationX(90)(1, 1), -4.371139e-08, 1e-14);
-    EXPECT_NEAR(RotationY(90)(0, 0), 6.123234e-17, 1e-22);
-    EXPECT_NEAR(RotationZ(90)(0, 0), 6.123234e-17, 1e-22);
+    // C libraries reduce the angle with more or fewer digits of pi.
+    EXPECT_NEAR(RotationY(90)(0, 0), 6.123234e-17, 1e-20);
+    EXPECT_NEAR(RotationZ(90)(0, 0), 6.123234e-17, 1e-20);
     for (const double t : {-60.0, -12.3, 0.05, 7.0, 33.3}) {
         const cv::Matx33d x = RotationX(t);
         const auto narrow = static_cast<float>(t * pi / 180.0);

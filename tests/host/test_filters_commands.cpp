@@ -1,4 +1,5 @@
 // The sub-commands lines and chessboard, run as a user runs them.
+#include "tests/support/pattern.h"
 #include "tests/support/pictures.h"
 #include "tests/support/program.h"
 
@@ -41,7 +42,7 @@ TEST_F(FilterCommands, LinesAsTextJsonAndPicture) {
     cv::imwrite(folder / "bar.png", picture);
     const ProgramResult text = tarvix({"lines", folder / "bar.png"});
     EXPECT_EQ(text.status, 0) << text.err;
-    EXPECT_THAT(text.out, testing::MatchesRegex("([0-9]+,[0-9]+ [0-9]+,[0-9]+\n)+"));
+    EXPECT_THAT(text.out, test::LinesMatch("[0-9]+,[0-9]+ [0-9]+,[0-9]+"));
 
     const ProgramResult run = tarvix({"lines", folder / "bar.png", "--json", "-o", out});
     EXPECT_EQ(run.status, 0) << run.err;
@@ -72,7 +73,7 @@ TEST_F(FilterCommands, ChessboardAsTextJsonAndPicture) {
     const ProgramResult text = tarvix({"chessboard", board, "--board", "9x6", "-o", out});
     EXPECT_EQ(text.status, 0) << text.err;
     EXPECT_EQ(std::count(text.out.begin(), text.out.end(), '\n'), 54);
-    EXPECT_THAT(text.out, testing::MatchesRegex("([0-9]+\\.[0-9],[0-9]+\\.[0-9]\n)+"));
+    EXPECT_THAT(text.out, test::LinesMatch("[0-9]+\\.[0-9],[0-9]+\\.[0-9]"));
     EXPECT_EQ(cv::imread(out).size(), cv::Size(640, 480));
 
     const ProgramResult run = tarvix({"chessboard", board, "--board", "9x6", "--json"});

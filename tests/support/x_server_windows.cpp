@@ -31,8 +31,15 @@ XServer::XServer(int /*depth*/) {
 
 XServer::~XServer() = default;
 
+// The desktop cannot be ended; its windows can.
 void XServer::kill() {
-    throw std::logic_error("the desktop of Windows cannot be ended");
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND window, LPARAM) -> BOOL {
+            DestroyWindow(window);
+            return TRUE;
+        },
+        0);
 }
 
 const cv::Vec3b XWindow::background{0x40, 0x80, 0xC0};

@@ -1,0 +1,29 @@
+// Text against regular expressions. GoogleTest's own matchers know brackets and groups on some
+// systems only.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <sstream>
+#include <string>
+
+namespace test {
+
+// Every line of a text that has lines, all ended, matches as a whole.
+MATCHER_P(LinesMatch, pattern, std::string("every line matches ") + pattern) {
+    if (arg.empty() || arg.back() != '\n') {
+        return false;
+    }
+    const std::regex expression(pattern);
+    std::istringstream lines(arg);
+    for (std::string line; std::getline(lines, line);) {
+        if (!std::regex_match(line, expression)) {
+            *result_listener << "where the line is \"" << line << '"';
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace test
