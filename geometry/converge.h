@@ -52,12 +52,13 @@ Corners ProjectCorners(const MarkedQuad& quad, const cv::Matx33d& rotation, cons
 Corners projectOntoCentroid(const MarkedQuad& quad, const cv::Point2f& centroid,
                             const cv::Matx33d& rotation, const Lens& lens);
 
-// Sum over the corners of the deviation from a right angle, in degrees; 0 for any rectangle,
-// whichever way it winds.
-double RightAngleError(const Corners& projected);
+// Of projected corners: sum over the corners of the deviation from a right angle, in degrees; 0 for
+// any rectangle, whichever way it winds.
+double RightAngleError(const Corners& q);
 
-// How far the edges 0-3 and 1-2 are from vertical, 0-1 and 3-2 from horizontal, in pixels.
-double AxisAlignmentError(const Corners& projected);
+// Of projected corners: how far the edges 0-3 and 1-2 are from vertical, 0-1 and 3-2 from
+// horizontal, in pixels.
+double AxisAlignmentError(const Corners& q);
 
 // How the corrected corners are made of the projected ones.
 struct CorrectionOptions {

