@@ -27,6 +27,7 @@ using testing::MatchesRegex;
 namespace fs = std::filesystem;
 
 constexpr int limitSeconds = 90;
+constexpr std::uint32_t escapeKey = 0xff1b;
 
 // A photograph's face, enlarged.
 cv::Mat face(double scale) {
@@ -117,7 +118,8 @@ test::ProgramResult track(const std::string& program = TARVIX_FACES_PROBE) {
 // The host at work. Whoever ends the scope early waits until the camera's frames are used up.
 class Tracking {
 public:
-    test::ProgramResult pressKey(const std::string& key) {
+    // An X11 key symbol.
+    test::ProgramResult pressKey(std::uint32_t key) {
         EXPECT_TRUE(test::closeWindow("TrackFace", key, limitSeconds)) << key;
         return m_run.get();
     }
@@ -149,7 +151,7 @@ TEST(TrackFace, OutlinesOnlyTheLargestFaceUntilAKeyIsPressed) {
     const EmulatedCamera camera({frame}, AfterLastFrame::repeat);
     Tracking tracking;
     EXPECT_TRUE(waitUntilScreenHolds(outlined(frame, found[0])));
-    expectSilentOne(tracking.pressKey("Escape"));
+    expectSilentOne(tracking.pressKey(escapeKey));
 }
 
 TEST(TrackFace, OfEqualFacesOutlinesTheOneReportedFirst) {
@@ -170,7 +172,7 @@ TEST(TrackFace, OfEqualFacesOutlinesTheOneReportedFirst) {
     const EmulatedCamera camera({frame}, AfterLastFrame::repeat);
     Tracking tracking;
     EXPECT_TRUE(waitUntilScreenHolds(outlined(frame, found[0])));
-    expectSilentOne(tracking.pressKey("q"));
+    expectSilentOne(tracking.pressKey('q'));
 }
 
 TEST(TrackFace, ShowsAPlainFrameUnchangedAfterAFace) {
@@ -180,7 +182,7 @@ TEST(TrackFace, ShowsAPlainFrameUnchangedAfterAFace) {
     const EmulatedCamera camera({twoFaces(), wall}, AfterLastFrame::repeat);
     Tracking tracking;
     EXPECT_TRUE(waitUntilScreenHolds(wall));
-    expectSilentOne(tracking.pressKey("space"));
+    expectSilentOne(tracking.pressKey(' '));
 }
 
 TEST(TrackFace, WithoutACameraReturnsOneInSilence) {

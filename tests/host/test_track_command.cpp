@@ -29,7 +29,7 @@ TEST(TrackCommand, EndsWithAKey) {
     const test::XServer display;
     const EmulatedCamera camera({wall}, test::AfterLastFrame::repeat);
     std::future<ProgramResult> run = std::async(std::launch::async, track);
-    EXPECT_TRUE(test::closeWindow("TrackFace", "Return", 90));
+    EXPECT_TRUE(test::closeWindow("TrackFace", test::returnKey, 90));
     const ProgramResult result = run.get();
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out, "");
