@@ -18,6 +18,7 @@
 #include <numeric>
 #include <optional>
 #include <random>
+#include <utility>
 
 namespace host {
 
@@ -139,7 +140,7 @@ private:
 // The names of the results: a folder, or a pattern in which {} stands for the picture's number.
 class OutputNames {
 public:
-    OutputNames(const std::string& folderOrPattern, std::size_t count)
+    OutputNames(std::string folderOrPattern, std::size_t count)
         : m_pattern(folderOrPattern),
           m_digits(std::max<std::size_t>(2, std::to_string(count == 0 ? 0 : count - 1).size())) {
         if (m_pattern.find("{}") == std::string::npos) {
