@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Fails when clang-format would change a source file. Usage: scripts/clang_format.sh [--fix]
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+command -v clang-format >/dev/null || die "clang-format is missing: install the package clang-format"
+cd "$root"
+mapfile -t files < <(git ls-files '*.h' '*.cpp')
+if [ "${1:-}" = --fix ]; then
+  clang-format -i "${files[@]}"
+else
+  clang-format --dry-run --Werror "${files[@]}" || die "formatting: run scripts/clang_format.sh --fix"
+fi
+say "formatting: ${#files[@]} files"
