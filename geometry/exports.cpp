@@ -25,8 +25,8 @@ DibPtr newDib() {
     }
 }
 
-// The picture to warp from. OpenCV's vectorised sampling keeps row steps in 16 bits and lets negative
-// ones through unchecked: beyond that, it would read elsewhere, so it gets a copy.
+// The picture to warp from. OpenCV's vectorised sampling keeps row steps in 16 bits and lets
+// negative ones through unchecked: beyond that, it would read elsewhere, so it gets a copy.
 cv::Mat sourceView(const DibView& image) {
     const cv::Mat view = pictureViewOf(image);
     return image.stride > 0x7fff ? view.clone() : view;

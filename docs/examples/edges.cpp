@@ -13,7 +13,8 @@ int main(int argc, char** argv) {
     const std::unique_ptr<CDib> edges(tx_Canny(*picture, 80, 200, 3, 0)); // may throw cv::Exception
     const BITMAPINFOHEADER& header = edges->m_bmi.bmiHeader;
     for (int y = 0; y < header.biHeight && y < 64; ++y) { // stored rows run from the bottom up
-        const BYTE* row = edges->m_pBits + (header.biHeight - 1 - y) * ((header.biWidth + 3) / 4 * 4);
+        const BYTE* row =
+            edges->m_pBits + (header.biHeight - 1 - y) * ((header.biWidth + 3) / 4 * 4);
         for (int x = 0; x < header.biWidth && x < 64; ++x) {
             std::cout << (row[x] != 0 ? '#' : '.');
         }

@@ -1,8 +1,10 @@
-// Part of the module where GNU's OpenMP run time serves it on Windows. Two kinds of libraries cannot be
-// loaded and freed again and again:
-//   - the OpenMP run time keeps its worker threads for the next parallel region and cannot end them. If it
+// Part of the module where GNU's OpenMP run time serves it on Windows. Two kinds of libraries
+// cannot be loaded and freed again and again:
+//   - the OpenMP run time keeps its worker threads for the next parallel region and cannot end
+//   them. If it
 //     went with the module, the threads would stay behind and run into unmapped code;
-//   - OpenCV leaves its singletons and its threads' buffers behind on purpose, megabytes in each round.
+//   - OpenCV leaves its singletons and its threads' buffers behind on purpose, megabytes in each
+//   round.
 // So these stay loaded when a host frees the module, and the next load finds them again.
 #include <initializer_list>
 

@@ -20,8 +20,7 @@
 #endif
 
 #if defined(__MINGW32__)
-#define TARVIX_AFX_PRINTF(text, first)                                                             \
-    __attribute__((format(__MINGW_PRINTF_FORMAT, text, first)))
+#define TARVIX_AFX_PRINTF(text, first) __attribute__((format(__MINGW_PRINTF_FORMAT, text, first)))
 #elif defined(__GNUC__)
 #define TARVIX_AFX_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #else

@@ -22,6 +22,6 @@ public:
 // The application object, or NULL.
 TARVIX_AFX_API CWinApp* AfxGetApp();
 
-// Shows text through the application object, or in a box of the same kind when there is none. Blocks the
-// calling thread, which may be any, until the box is closed.
+// Shows text through the application object, or in a box of the same kind when there is none.
+// Blocks the calling thread, which may be any, until the box is closed.
 TARVIX_AFX_API int AfxMessageBox(LPCSTR text, UINT type = MB_OK, UINT helpId = 0);
