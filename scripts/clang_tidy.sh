@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Runs clang-tidy over all our sources of a build folder's compile database; any warning is an error. A source
+# is skipped when it was silent before and nothing that counts has changed since: clang-tidy, its settings, the
+# compile flags, the source and every file it includes.
+#   scripts/clang_tidy.sh [BUILD_FOLDER [PATH...]]
+# BUILD_FOLDER is build/release when not given, configured first when missing; with PATHs (host, bridge/guard.cpp),
+# only sources there are checked.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+for tool in clang-tidy clang++ python3; do
+  command -v $tool >/dev/null || die "$tool is missing: install the packages clang, clang-tidy and python3"
+done
+build=${1:-$root/build/release}
+if [ ! -e "$build/compile_commands.json" ]; then
+  [ $# -eq 0 ] || die "no compile_commands.json in $build: configure it with cmake first"
+  say "configuring build/release"
+  (cd "$root" && quietly cmake --preset release) || die "cmake could not configure preset release"
+fi
+cache=${TARVIX_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/tarvix}/clang-tidy
+exec python3 "$root/scripts/clang_tidy.py" "$root" "$(cd "$build" && pwd)" "$cache" "$(nproc)" "${@:2}"
