@@ -96,7 +96,8 @@ def check(entry, settings):
     command = ["clang-tidy", "--quiet", "-p", str(BUILD), f"--header-filter={header_filter()}", entry["file"]]
     run = subprocess.run(command, capture_output=True, text=True)
     if run.returncode != 0 or "warning:" in run.stdout or "error:" in run.stdout:
-        return run.stdout or run.stderr or f"{entry['file']}: clang-tidy failed\n"
+        how = f"signal {-run.returncode}" if run.returncode < 0 else f"status {run.returncode}"
+        return run.stdout or f"{entry['file']}: clang-tidy ended with {how}\n{run.stderr}"
     if key is not None:
         # Written whole under a name of its own first: other checkouts may be at it, too.
         half = CACHE / f"{key}.{os.getpid()}"
@@ -140,7 +141,7 @@ def main():
                 print(result, end="", flush=True)
     checked = counts["silent"] + bad
     print(f"==> clang-tidy: {len(entries)} sources, {checked} checked, {counts['unchanged']} unchanged, "
-          f"{bad} with warnings")
+          f"{bad} not silent")
     return 1 if bad else 0
 
 
