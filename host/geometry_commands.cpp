@@ -51,7 +51,7 @@ void saveOverlay(const CDib& picture, const double* corners, const cv::Scalar& c
     const int thickness = static_cast<int>(std::lround(2 * unit));
     constexpr int fraction = 4; // bits after the point
     std::vector<cv::Point> points;
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         const double x = corners[2 * i];
         const double y = corners[2 * i + 1];
         if (!(std::abs(x) < 1e6 && std::abs(y) < 1e6)) { // also not-a-number
@@ -61,8 +61,8 @@ void saveOverlay(const CDib& picture, const double* corners, const cv::Scalar& c
                             static_cast<int>(std::lround(y * (1 << fraction))));
     }
     cv::polylines(m, points, true, colour, thickness, cv::LINE_AA, fraction);
-    for (int i = 0; i < 4; ++i) {
-        const auto& p = points[static_cast<std::size_t>(i)];
+    for (std::size_t i = 0; i < 4; ++i) {
+        const auto& p = points[i];
         cv::circle(m, p, static_cast<int>(6 * unit * (1 << fraction)), colour, cv::FILLED,
                    cv::LINE_AA, fraction);
         const cv::Point at(p.x >> fraction, p.y >> fraction);
