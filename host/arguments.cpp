@@ -56,8 +56,8 @@ CLI::Option* addCorners(CLI::App& command, const std::string& name, std::array<d
 CLI::Option* addBoard(CLI::App& command, std::array<int, 2>& board) {
     const auto read = [&board](const std::string& text) {
         const std::size_t x = text.find('x');
-        const std::string rest = x == std::string::npos ? std::string() : text.substr(x + 1);
-        board = {parseCount(text.substr(0, x), text), parseCount(rest, text)};
+        const std::string down = x == std::string::npos ? std::string() : text.substr(x + 1);
+        board = {parseCount(text.substr(0, x), text), parseCount(down, text)};
         return true;
     };
     return command

@@ -29,15 +29,20 @@ private:
     long m_before = morvel_dib_testing::liveObjects();
 };
 
-struct Found {
-    int count = 0;
-    std::unique_ptr<POINT[]> points;
-};
+// The segments that the export hands over, x1, y1, x2, y2.
+using Found = std::vector<cv::Vec4i>;
 
 Found find(const cv::Mat& picture) {
     POINT* points = nullptr;
-    const int count = tx_FindLines(*test::dibOf(picture), points);
-    return {count, std::unique_ptr<POINT[]>(points)};
+    const auto count = static_cast<std::size_t>(tx_FindLines(*test::dibOf(picture), points));
+    const std::unique_ptr<POINT[]> owned(points);
+    Found found;
+    for (std::size_t i = 0; i < count; ++i) {
+        const POINT a = points[2 * i], b = points[2 * i + 1];
+        found.emplace_back(static_cast<int>(a.x), static_cast<int>(a.y), static_cast<int>(b.x),
+                           static_cast<int>(b.y));
+    }
+    return found;
 }
 
 // The calls written out with bare numbers: the oracle.
@@ -47,24 +52,13 @@ std::vector<cv::Vec4i> literal(const cv::Mat& source, int conversion = 7) {
     const double t = cv::threshold(grey, binary, 0.0, 255.0, 8);
     cv::Canny(grey, edges, t / 3.0, t, 3, false);
     std::vector<cv::Vec4i> segments;
-    cv::HoughLinesP(edges, segments, 1.0, 0.017453292519943295, 50,
-                    std::min(source.cols, source.rows) / 10, 10.0);
+    const int shortest = std::min(source.cols, source.rows) / 10;
+    cv::HoughLinesP(edges, segments, 1.0, 0.017453292519943295, 50, shortest, 10.0);
     return segments;
 }
 
-void expectEqual(const Found& found, const std::vector<cv::Vec4i>& expected) {
-    ASSERT_EQ(found.count, static_cast<int>(expected.size()));
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        const cv::Vec4i& e = expected[i];
-        EXPECT_EQ(found.points[2 * i].x, e[0]);
-        EXPECT_EQ(found.points[2 * i].y, e[1]);
-        EXPECT_EQ(found.points[2 * i + 1].x, e[2]);
-        EXPECT_EQ(found.points[2 * i + 1].y, e[3]);
-    }
-}
-
 cv::Mat background(cv::Size size) {
-    return cv::Mat(size, CV_8UC3, cv::Scalar(230, 235, 225));
+    return {size, CV_8UC3, cv::Scalar(230, 235, 225)};
 }
 
 TEST_F(FindLines, PhotographsEqualTheLiteralCalls) {
@@ -72,7 +66,7 @@ TEST_F(FindLines, PhotographsEqualTheLiteralCalls) {
         const cv::Mat picture = test::photo(name);
         const std::vector<cv::Vec4i> expected = literal(picture);
         ASSERT_FALSE(expected.empty()) << name;
-        expectEqual(find(picture), expected);
+        EXPECT_EQ(find(picture), expected);
     }
 }
 
@@ -84,22 +78,22 @@ TEST_F(FindLines, ExchangedColourWeights) {
     right.setTo(cv::Scalar(76, 0, 0)); // 0.299 * 76 = 0.114 * 200: as grey as the left side
     EXPECT_TRUE(literal(picture, cv::COLOR_RGB2GRAY).empty());
     EXPECT_FALSE(literal(picture, cv::COLOR_BGR2GRAY).empty());
-    EXPECT_EQ(find(picture).count, 0);
+    EXPECT_TRUE(find(picture).empty());
     // Equal luminance, but an edge with the exchanged weights.
     picture.setTo(cv::Scalar(200, 0, 0));
     right.setTo(cv::Scalar(0, 0, 76));
     EXPECT_TRUE(literal(picture, cv::COLOR_BGR2GRAY).empty());
-    EXPECT_GT(find(picture).count, 0);
+    EXPECT_FALSE(find(picture).empty());
 }
 
 TEST_F(FindLines, BarGivesSegmentsAlongItsEdgesInTopDownCoordinates) {
     cv::Mat picture = background({640, 480});
     cv::rectangle(picture, {0, 100}, {639, 119}, {30, 30, 30}, cv::FILLED);
     const Found found = find(picture);
-    ASSERT_GE(found.count, 2);
+    ASSERT_GE(found.size(), 2U);
     bool top = false, bottom = false;
-    for (int i = 0; i < found.count; ++i) {
-        const POINT a = found.points[2 * i], b = found.points[2 * i + 1];
+    for (const cv::Vec4i& segment : found) {
+        const cv::Point a(segment[0], segment[1]), b(segment[2], segment[3]);
         EXPECT_LE(std::abs(a.y - b.y), 2);
         EXPECT_GE(std::abs(a.x - b.x), 48);
         const bool atTop = std::abs(a.y - 100) <= 2, atBottom = std::abs(a.y - 119) <= 2;
@@ -118,8 +112,8 @@ TEST_F(FindLines, GridGivesBothDirections) {
     }
     const Found found = find(picture);
     int level = 0, upright = 0;
-    for (int i = 0; i < found.count; ++i) {
-        const POINT a = found.points[2 * i], b = found.points[2 * i + 1];
+    for (const cv::Vec4i& segment : found) {
+        const cv::Point a(segment[0], segment[1]), b(segment[2], segment[3]);
         level += std::abs(a.y - b.y) <= 2 ? 1 : 0;
         upright += std::abs(a.x - b.x) <= 2 ? 1 : 0;
     }
@@ -131,16 +125,16 @@ TEST_F(FindLines, CircleHasNoLongSegment) {
     cv::Mat picture = background({500, 500});
     cv::circle(picture, {250, 250}, 180, {20, 20, 20}, cv::FILLED);
     const Found found = find(picture);
-    for (int i = 0; i < found.count; ++i) {
-        const POINT a = found.points[2 * i], b = found.points[2 * i + 1];
+    for (const cv::Vec4i& segment : found) {
+        const cv::Point a(segment[0], segment[1]), b(segment[2], segment[3]);
         EXPECT_LT(std::hypot(a.x - b.x, a.y - b.y), 120);
     }
-    expectEqual(found, literal(picture));
+    EXPECT_EQ(found, literal(picture));
 }
 
 TEST_F(FindLines, NoiseEqualsTheLiteralCalls) {
     const cv::Mat picture = test::noise(160, 220, CV_8UC3);
-    expectEqual(find(picture), literal(picture));
+    EXPECT_EQ(find(picture), literal(picture));
 }
 
 TEST_F(FindLines, NothingFoundStillGivesAnArrayToFree) {
@@ -172,7 +166,7 @@ TEST_F(FindLines, ALineShorterThanTheShortestIsLeftOut) {
     for (const int side : {1200, 600}) {
         cv::Mat picture = background({side, side});
         cv::rectangle(picture, {100, 100}, {180, 104}, {0, 0, 0}, cv::FILLED);
-        EXPECT_EQ(find(picture).count > 0, side == 600) << side;
+        EXPECT_EQ(find(picture).empty(), side == 1200) << side;
     }
 }
 
@@ -180,8 +174,8 @@ TEST_F(FindLines, NarrowPictureUsesItsOwnShortestLength) {
     cv::Mat picture = background({25, 1000});
     cv::rectangle(picture, {10, 100}, {14, 800}, {0, 0, 0}, cv::FILLED);
     const Found found = find(picture);
-    EXPECT_GT(found.count, 0);
-    expectEqual(found, literal(picture));
+    EXPECT_FALSE(found.empty());
+    EXPECT_EQ(found, literal(picture));
 }
 
 TEST_F(FindLines, EightBitPictureRaisesOpenCvsExceptionToTheHost) {
@@ -206,7 +200,7 @@ TEST_F(FindLines, TinyPictures) {
     for (int width = 1; width <= 9; ++width) {
         for (int height = 1; height <= 9; ++height) {
             const cv::Mat picture = test::noise(height, width, CV_8UC3);
-            expectEqual(find(picture), literal(picture));
+            EXPECT_EQ(find(picture), literal(picture));
         }
     }
 }
