@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <sstream>
 
@@ -63,11 +62,10 @@ std::vector<cv::Point2f> literal(cv::Mat source, cv::Size board, cv::Mat& drawn)
 
 std::string printed(const std::vector<cv::Point2f>& corners) {
     std::string text;
-    for (std::size_t i = 0; i < corners.size(); ++i) {
-        char one[128];
-        std::snprintf(one, sizeof one, "%s%.1f,%.1f", i > 0 ? ";" : "", double{corners[i].x},
-                      double{corners[i].y});
-        text += one;
+    for (const cv::Point2f& corner : corners) {
+        CString one;
+        one.Format("%s%.1f,%.1f", text.empty() ? "" : ";", double{corner.x}, double{corner.y});
+        text += one.GetString();
     }
     return text;
 }
@@ -119,13 +117,16 @@ TEST_F(FindChessboard, CornersOfADrawnBoardAreWhereTheyWereDrawn) {
     ASSERT_NE(result, nullptr);
     const std::vector<cv::Point2d> corners = pointsOf(text);
     ASSERT_EQ(corners.size(), 54U);
-    for (int i = 0; i < 54; ++i) {
-        // The edge between two pixels lies half a pixel before the second one's centre. The board
-        // looks the same when turned by half a turn.
-        const cv::Point2d expected(99.5 + 40 * (i % 9), 99.5 + 40 * (i / 9));
-        const cv::Point2d turned(519.0 - expected.x, 399.0 - expected.y);
-        const std::size_t at = static_cast<std::size_t>(i);
-        EXPECT_LE(std::min(cv::norm(corners[at] - expected), cv::norm(corners[at] - turned)), 0.3);
+    std::size_t at = 0;
+    for (int row = 0; row < 6; ++row) {
+        for (int column = 0; column < 9; ++column, ++at) {
+            // The edge between two pixels lies half a pixel before the second one's centre. The
+            // board looks the same when turned by half a turn.
+            const cv::Point2d expected(99.5 + 40 * column, 99.5 + 40 * row);
+            const cv::Point2d turned(519.0 - expected.x, 399.0 - expected.y);
+            EXPECT_LE(std::min(cv::norm(corners[at] - expected), cv::norm(corners[at] - turned)),
+                      0.3);
+        }
     }
 }
 
@@ -249,9 +250,9 @@ TEST_F(FindChessboard, TheDecimalPointIsAPointWhateverTheLocale) {
     CString plain;
     const Dib first(tx_FindChessboard(*source, 9, 6, plain));
     const test::DecimalComma comma;
-    char check[16];
-    std::snprintf(check, sizeof check, "%.1f", 1.5);
-    ASSERT_STREQ(check, "1,5") << "the locale is not in force";
+    CString check;
+    check.Format("%.1f", 1.5);
+    ASSERT_EQ(check, "1,5") << "the locale is not in force";
     const Dib second(tx_FindChessboard(*source, 9, 6, text));
     EXPECT_EQ(text, plain.GetString());
     EXPECT_THAT(text.GetString(), HasSubstr("."));

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
+#include <sstream>
 
 namespace {
 
@@ -80,14 +82,12 @@ TEST_F(FilterCommands, ChessboardAsTextJsonAndPicture) {
     const json answer = json::parse(run.out);
     EXPECT_EQ(answer.at("board"), json({9, 6}));
     ASSERT_EQ(answer.at("corners").size(), 54U);
-    std::string again;
+    std::ostringstream again;
+    again << std::fixed << std::setprecision(1);
     for (const json& corner : answer.at("corners")) {
-        char line[64];
-        std::snprintf(line, sizeof line, "%.1f,%.1f\n", corner[0].get<double>(),
-                      corner[1].get<double>());
-        again += line;
+        again << corner[0].get<double>() << ',' << corner[1].get<double>() << '\n';
     }
-    EXPECT_EQ(again, text.out);
+    EXPECT_EQ(again.str(), text.out);
 }
 
 TEST_F(FilterCommands, ChessboardFailuresAreOneLine) {

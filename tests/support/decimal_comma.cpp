@@ -16,6 +16,10 @@ bool selectDecimalComma(const char* name) {
            std::string_view(std::localeconv()->decimal_point) == ",";
 }
 
+void restore(const std::string& name) {
+    [[maybe_unused]] const char* now = std::setlocale(LC_ALL, name.c_str());
+}
+
 } // namespace
 
 DecimalComma::DecimalComma() : m_before(std::setlocale(LC_ALL, nullptr)) {
@@ -29,13 +33,13 @@ DecimalComma::DecimalComma() : m_before(std::setlocale(LC_ALL, nullptr)) {
     const bool selected = selectDecimalComma("de_DE.UTF-8");
     unsetenv("LOCPATH");
     if (!selected) {
-        std::setlocale(LC_ALL, m_before.c_str());
+        restore(m_before);
         throw std::runtime_error("no locale with a decimal comma (package locales)");
     }
 }
 
 DecimalComma::~DecimalComma() {
-    std::setlocale(LC_ALL, m_before.c_str());
+    restore(m_before);
 }
 
 } // namespace test
