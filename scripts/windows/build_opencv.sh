@@ -50,10 +50,9 @@ mkdir -p "$work/apt/lists/partial" "$work/apt/cache/archives/partial" "$work/dow
 . /etc/os-release
 apt_options=()
 write_apt_sources() {
-    local mirror=http://deb.debian.org/debian security=http://deb.debian.org/debian-security
-    local found
+    local found mirror='' security=''
     found="$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 2>/dev/null | sort -u || true)"
-    # The mirror the machine uses, when it names one.
+    # The archives that the machine itself uses.
     local site
     while read -r site; do
         case "${site%/}" in
@@ -61,10 +60,11 @@ write_apt_sources() {
             */debian-security) security="${site%/}" ;;
         esac
     done <<<"$found"
+    [[ -n "$mirror" ]] || die "apt names no Debian archive on this machine; check its sources and run apt-get update"
     local signed="[signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]"
     cat >"$work/apt/sources.list" <<EOF
 deb-src $signed $mirror $VERSION_CODENAME main
-deb-src $signed $security $VERSION_CODENAME-security main
+${security:+deb-src $signed $security $VERSION_CODENAME-security main}
 EOF
     apt_options=(-o "Dir::Etc::SourceList=$work/apt/sources.list" -o Dir::Etc::SourceParts=-
         -o "Dir::State::Lists=$work/apt/lists" -o "Dir::Cache=$work/apt/cache" -o APT::Sandbox::User=root)
