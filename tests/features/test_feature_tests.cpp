@@ -47,9 +47,9 @@ cv::Mat changed(const cv::Mat& a, const cv::Mat& b) {
 }
 
 cv::Mat sample(bool grey) {
-    cv::Mat small;
-    cv::resize(test::photo("box_in_scene.png", grey), small, {}, 0.6, 0.6, cv::INTER_AREA);
-    return small;
+    cv::Mat shrunk;
+    cv::resize(test::photo("box_in_scene.png", grey), shrunk, {}, 0.6, 0.6, cv::INTER_AREA);
+    return shrunk;
 }
 
 // ---- the table
@@ -124,16 +124,16 @@ TEST_F(DetectorTest, EveryDetectorDrawsItsKeypointsForBothDepths) {
             tarvix::createDetector(detector)->detect(picture, keypoints);
             ASSERT_GT(keypoints.size(), 5U);
             // Something is drawn at every keypoint, and nothing far from all of them.
-            cv::Mat near(picture.size(), CV_8UC1, cv::Scalar(0));
+            cv::Mat allowed(picture.size(), CV_8UC1, cv::Scalar(0));
             const cv::Mat mask = changed(drawn, coloured(picture));
             int touched = 0;
             for (const cv::KeyPoint& k : keypoints) {
-                cv::circle(near, k.pt, 6, cv::Scalar(255), cv::FILLED);
+                cv::circle(allowed, k.pt, 6, cv::Scalar(255), cv::FILLED);
                 const cv::Rect around(cv::Point(k.pt) - cv::Point(5, 5), cv::Size(11, 11));
                 touched += cv::countNonZero(mask(around & cv::Rect({0, 0}, mask.size()))) > 0;
             }
             EXPECT_GE(touched, static_cast<int>(keypoints.size()) * 99 / 100);
-            EXPECT_EQ(cv::countNonZero(mask & ~near), 0);
+            EXPECT_EQ(cv::countNonZero(mask & ~allowed), 0);
             EXPECT_TRUE(identical(test::matOf(*source), picture)) << "the input was changed";
         }
     }

@@ -109,7 +109,7 @@ TEST_F(Stitch, ThreeOverlappingViewsGiveAWiderPanorama) {
     ASSERT_FALSE(panoramaFromPoster.empty());
     EXPECT_GT(cv::countNonZero(inliers), static_cast<int>(from.size()) / 2);
     // The scene's points at 14 degrees to either side lie in the panorama.
-    const float side = static_cast<float>(focal * std::tan(14 * CV_PI / 180));
+    const auto side = static_cast<float>(focal * std::tan(14 * CV_PI / 180));
     const auto x = static_cast<float>(poster().cols) / 2, y = static_cast<float>(poster().rows) / 2;
     std::vector<cv::Point2f> ends = {{x - side, y}, {x, y}, {x + side, y}};
     cv::perspectiveTransform(ends, ends, panoramaFromPoster);
@@ -121,9 +121,11 @@ TEST_F(Stitch, ThreeOverlappingViewsGiveAWiderPanorama) {
     // And piece by piece it is the scene: small enough that the stitcher's sphere is flat.
     const cv::Size piece(64, 64);
     int textured = 0;
-    for (float dx = -side; dx <= side; dx += 50) {
-        for (float dy = -120; dy <= 120; dy += 60) {
-            const cv::Mat wanted = poster()(cv::Rect(cv::Point2f(x + dx - 32, y + dy - 32), piece));
+    const int reach = cvFloor(side);
+    const cv::Point middle(poster().cols / 2, poster().rows / 2);
+    for (int dx = -reach; dx <= reach; dx += 50) {
+        for (int dy = -120; dy <= 120; dy += 60) {
+            const cv::Mat wanted = poster()(cv::Rect(middle + cv::Point(dx - 32, dy - 32), piece));
             cv::Scalar mean, deviation;
             cv::meanStdDev(wanted, mean, deviation);
             if (deviation[1] < 30) {

@@ -15,7 +15,6 @@
 #include <bit>
 #include <climits>
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -28,7 +27,6 @@ using testing::IsEmpty;
 // The random numbers of the descriptor index, the same from here on in every run.
 void seed() {
     cv::theRNG().state = 20240;
-    std::srand(1);
 }
 
 class MatchImages : public testing::Test {
@@ -682,10 +680,10 @@ TEST(ProjectedOutline, FixedPairsOfCorners) {
 
 TEST(ProjectedOutline, SaturatesAndTakesNotANumberAsZero) {
     const double nan = std::nan("");
-    const cv::Rect far =
+    const cv::Rect distant =
         tarvix::projectedOutline(cv::Mat(cv::Matx33d(1e30, 0, -1e30, 0, 1, 0, 0, 0, 1)), {10, 10});
-    EXPECT_EQ(far.x, INT_MIN);
-    EXPECT_EQ(far.width, INT_MAX);
+    EXPECT_EQ(distant.x, INT_MIN);
+    EXPECT_EQ(distant.width, INT_MAX);
     const cv::Rect none =
         tarvix::projectedOutline(cv::Mat(cv::Matx33d(nan, 0, 0, 0, nan, 0, 0, 0, nan)), {10, 10});
     EXPECT_EQ(none.area(), 0);
