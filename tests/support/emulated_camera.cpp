@@ -2,6 +2,7 @@
 
 #include "tests/support/camera_file.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
@@ -11,10 +12,22 @@ namespace {
 
 constexpr std::uint32_t manyFrames = 4000; // two minutes and more
 
+std::string withOption(const char* variable, const std::string& option) {
+    const char* const options = std::getenv(variable);
+    return options == nullptr ? option : std::string(options) + ":" + option;
+}
+
 } // namespace
 
+EmulatedCamera::EmulatedCamera(const char* fileName)
+    : m_file(cameraVariable, m_folder / fileName),
+      m_addressChecker("ASAN_OPTIONS", withOption("ASAN_OPTIONS", "fast_unwind_on_malloc=0")),
+      m_leakChecker("LSAN_OPTIONS",
+                    withOption("LSAN_OPTIONS", "print_suppressions=0:suppressions=" TARVIX_LEAKS)) {
+}
+
 EmulatedCamera::EmulatedCamera(const std::vector<cv::Mat>& frames, AfterLastFrame after)
-    : m_file(cameraVariable, m_folder / "frames") {
+    : EmulatedCamera("frames") {
     CameraFile header;
     header.width = static_cast<std::uint32_t>(frames.at(0).cols);
     header.height = static_cast<std::uint32_t>(frames.at(0).rows);
@@ -38,6 +51,6 @@ EmulatedCamera::EmulatedCamera(const std::vector<cv::Mat>& frames, AfterLastFram
     }
 }
 
-EmulatedCamera::EmulatedCamera() : m_file(cameraVariable, m_folder / "no camera") {}
+EmulatedCamera::EmulatedCamera() : EmulatedCamera("no camera") {}
 
 } // namespace test

@@ -30,9 +30,15 @@ public:
     EmulatedCamera();
 
 private:
+    explicit EmulatedCamera(const char* fileName);
+
     TempFolder m_folder;
     ScopedEnvironment m_file;
     ScopedEnvironment m_backend{"OPENCV_VIDEOIO_PRIORITY_LIST", "V4L2"};
+    // For the checkers, if the programs are built with them: what others leak is theirs, which
+    // whole call stacks show.
+    ScopedEnvironment m_addressChecker;
+    ScopedEnvironment m_leakChecker;
 };
 
 } // namespace test
