@@ -137,12 +137,12 @@ TEST_F(Stereo, SquareSizeScalesTheBaselineAndNothingElse) {
     EXPECT_NEAR(many["P2.xml"].at<double>(0, 3) / baseline, 25, 25 * tolerance);
     FPoint2D p1{300, 200};
     FPoint2D p2{280, 200};
-    FPoint3D near{}, far{};
-    ASSERT_EQ(measOne.CalcXYZ(p1, p2, near), 1);
-    ASSERT_EQ(measMany.CalcXYZ(p1, p2, far), 1);
-    EXPECT_NEAR(far.x / near.x, 25, 25 * tolerance);
-    EXPECT_NEAR(far.y / near.y, 25, 25 * tolerance);
-    EXPECT_NEAR(far.z / near.z, 25, 25 * tolerance);
+    FPoint3D ofOne{}, ofMany{};
+    ASSERT_EQ(measOne.CalcXYZ(p1, p2, ofOne), 1);
+    ASSERT_EQ(measMany.CalcXYZ(p1, p2, ofMany), 1);
+    EXPECT_NEAR(ofMany.x / ofOne.x, 25, 25 * tolerance);
+    EXPECT_NEAR(ofMany.y / ofOne.y, 25, 25 * tolerance);
+    EXPECT_NEAR(ofMany.z / ofOne.z, 25, 25 * tolerance);
 }
 
 TEST_F(Stereo, OneThreadAndTwoGiveTheSameBytes) {

@@ -156,20 +156,20 @@ TEST(Bounds, NeverExceedTheErrorByMoreThanTheMargins) {
             const double pitch = uniform(-66, 66);
             const double yaw = uniform(-66, 66);
             const double roll = uniform(-66, 66);
-            const Lens near(c.quad.picture, uniform(0.1, 50));
-            const Lens far(c.quad.picture, uniform(0.1, 50));
+            const Lens shorter(c.quad.picture, uniform(0.1, 50));
+            const Lens longer(c.quad.picture, uniform(0.1, 50));
             const auto rotated = screen.rotate(RotationX(pitch), RotationY(yaw));
-            if (!screen.trustedAt(rotated, near.focalPx) ||
-                !screen.trustedAt(rotated, far.focalPx)) {
+            if (!screen.trustedAt(rotated, shorter.focalPx) ||
+                !screen.trustedAt(rotated, longer.focalPx)) {
                 continue;
             }
             ++trusted;
-            const Screen::Edges a(rotated, near.focalPx);
-            const Screen::Edges b(rotated, far.focalPx);
+            const Screen::Edges a(rotated, shorter.focalPx);
+            const Screen::Edges b(rotated, longer.focalPx);
             const converge_detail::CosineSum between = Screen::between(a, b);
             const double t = uniform(0, 1);
-            Lens lens = near;
-            lens.focalPx = near.focalPx + t * (far.focalPx - near.focalPx);
+            Lens lens = shorter;
+            lens.focalPx = shorter.focalPx + t * (longer.focalPx - shorter.focalPx);
             lens.perspective = PerspectiveMatrix(truncateToInt(lens.focalPx),
                                                  truncateToInt(lens.focalPx), lens.focalPx);
             const converge_detail::CosineSum at = Screen::at(Screen::Edges(rotated, lens.focalPx));
