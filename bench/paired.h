@@ -14,11 +14,18 @@
 
 namespace bench {
 
-// Large blocks come fresh from the system each time, for ours and for the reference alike;
-// otherwise the one that happens to reuse warm pages wins.
-inline void useFreshMemory() {
+// Where large blocks come from, for ours and for the reference alike.
+enum class Memory {
+    fresh,  // from the system each time; otherwise the one that happens to reuse warm pages wins
+    reused, // kept by the allocator, as in a host that has been running for a while
+};
+
+inline void use([[maybe_unused]] Memory memory) {
 #if defined(__GLIBC__)
-    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    constexpr int smallest = 128 * 1024;
+    constexpr int largest = 32 * 1024 * 1024; // as far as the allocator's own adjustment goes
+    mallopt(M_MMAP_THRESHOLD, memory == Memory::fresh ? smallest : largest);
+    mallopt(M_TRIM_THRESHOLD, memory == Memory::fresh ? smallest : 2 * largest);
 #endif
 }
 
@@ -36,8 +43,9 @@ inline double median(std::vector<double> values) {
 
 // Reports the time of `ours` and the counter "ratio" = median of ours / reference.
 template <class Ours, class Reference>
-void paired(benchmark::State& state, Ours&& ours, Reference&& reference) {
-    useFreshMemory();
+void paired(benchmark::State& state, Ours&& ours, Reference&& reference,
+            Memory memory = Memory::fresh) {
+    use(memory);
     ours();
     reference();
     std::vector<double> ratios;
