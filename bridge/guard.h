@@ -1,9 +1,9 @@
 // The failure convention of the exports, written once; its variants are visible at the call:
 //
-//   showCvSwallowRest   the convention: a cv::Exception's text is shown, everything else ends
-//   silently showCvPassRest      a cv::Exception's text is shown, everything else passes out to the
-//   host swallowAll          everything ends silently (no guard)          every exception passes
-//   out to the host
+// - showCvSwallowRest: a cv::Exception's text is shown, everything else ends silently.
+// - showCvPassRest: a cv::Exception's text is shown, everything else passes out to the host.
+// - swallowAll: everything ends silently.
+// - no guard: every exception passes out to the host.
 //
 // An expected failure (empty input, board not found, no result bitmap) is raised by failSilently().
 // The module shows no text of its own, only OpenCV's.
