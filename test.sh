@@ -4,7 +4,7 @@
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 preset=${1:-release}
-install_packages build test
+install_packages build test package
 if [ "$preset" = tsan ]; then install_packages check; fi
 configure_and_build "$preset"
 say "tests: preset $preset"

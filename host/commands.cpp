@@ -26,7 +26,7 @@ int runCommand(std::vector<std::string> arguments) {
     app.allow_windows_style_options(false); // a path may begin with a slash
     app.require_subcommand(1);
     app.set_version_flag("--version", std::string("Tarvix " TARVIX_VERSION ", OpenCV ") +
-                                          cv::getVersionString());
+                                          cv::getVersionString() + "\n" TARVIX_BUILD);
     app.footer("Exit status: 0 done, 1 the operation failed (one line says why), 2 bad usage.");
     addFilterCommands(app);
     addFacesCommands(app);

@@ -3,7 +3,7 @@
 # .ci/run does. Hours on a small machine from nothing; slow results are kept outside the checkout.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-install_packages build test check
+install_packages build test package check
 configure_and_build release
 say "static analysis"
 "$root/scripts/clang_tidy.sh" "$root/build/release"

@@ -1,0 +1,11 @@
+# What the packages of every system have in common. A generator's own settings stand in a file of their own.
+set(CPACK_PACKAGE_VENDOR "Tarvix")
+set(CPACK_PACKAGE_CONTACT "Tarvix maintainers <maintainers@tarvix.invalid>")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+if(MINGW)
+  include(TarvixWindowsArchive)
+elseif(UNIX AND TARVIX_BUILD_HOST AND NOT CMAKE_CROSSCOMPILING)
+  include(TarvixDebianPackages)
+endif()
+include(CPack)

@@ -1,0 +1,40 @@
+// A host that takes Tarvix's messages over and catches what exports let pass.
+#include <tarvix/tarvix.h>
+
+#include <opencv2/core.hpp>
+
+#include <iostream>
+#include <memory>
+
+// The application object: while one lives, messages come here instead of a box on the screen.
+class Application : public CWinApp {
+public:
+    int DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) override {
+        std::cout << "message: " << text << '\n';
+        return IDOK;
+    }
+};
+
+int main(int argc, char** argv) try {
+    const Application application;
+    const std::unique_ptr<CDib> picture(tx_LoadFile(argc > 1 ? argv[1] : ""));
+    if (picture == nullptr) { // expected failures are silent
+        std::cerr << "usage: host PICTURE\n";
+        return 1;
+    }
+    try {
+        const std::unique_ptr<CDib> edges(tx_Canny(*picture, 50, 150, 4, 0));
+    } catch (const cv::Exception& e) { // tx_Canny says that it lets them pass: the aperture is even
+        std::cout << "refused: " << e.what() << '\n';
+    }
+    CArray<RECT, RECT&> faces;
+    const int count = tx_FindFaces(*picture, faces); // wants 8 bits: a message, and 0
+    std::cout << count << " faces\n";
+    return 0;
+} catch (CException* e) { // the class library throws pointers; who catches one deletes it so
+    e->Delete();
+    return 1;
+} catch (const std::exception& e) {
+    std::cerr << e.what() << '\n';
+    return 1;
+}

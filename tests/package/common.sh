@@ -1,0 +1,17 @@
+# Shared by the scripts of this folder: a work folder with a space in its path, and a way to fail.
+set -uo pipefail
+work=$(mktemp -d "${TMPDIR:-/tmp}/tarvix package XXXXXX")
+trap 'rm -rf "$work"' EXIT
+fail() {
+  echo "FAILED: $*"
+  exit 1
+}
+# quietly WHAT COMMAND...: the output is shown when the command fails.
+quietly() {
+  local what=$1
+  shift
+  "$@" >"$work/log" 2>&1 || {
+    cat "$work/log"
+    fail "$what"
+  }
+}

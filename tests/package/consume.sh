@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# consume.sh BUILD SOURCE PHOTOGRAPH VERSION LIBDIR: installs the build by component, moves the tree, and builds and
+# runs hosts against it in projects of their own: by find_package and by pkg-config.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+build=$1 source=$2 photograph=$3 version=$4 libdir=$5
+
+# The components divide the tree: nothing twice, nothing left out.
+for component in Runtime Development Host; do
+  quietly "installing $component" cmake --install "$build" --prefix "$work/$component" --component "$component"
+  (cd "$work/$component" && find . ! -type d) >>"$work/parts"
+done
+quietly "installing" cmake --install "$build" --prefix "$work/installed"
+(cd "$work/installed" && find . ! -type d | sort) >"$work/whole"
+sort "$work/parts" | diff - "$work/whole" || fail "the components are not the whole tree"
+
+# has COMPONENT FILE..., and nothing else but FILEs.
+expect() {
+  local component=$1
+  shift
+  printf './%s\n' "$@" | sort >"$work/wanted"
+  (cd "$work/$component" && find . ! -type d ! -name '*.h' ! -name 'TarvixTargets-*.cmake' | sort) |
+    diff "$work/wanted" - || fail "component $component"
+}
+runtime=("$libdir/tarvix/tarvix-message-box")
+links=()
+for library in Tarvix TarvixWin32 TarvixAfx MorvelDib; do
+  runtime+=("$libdir/lib$library.so.$version" "$libdir/lib$library.so.${version%%.*}")
+  links+=("$libdir/lib$library.so")
+done
+expect Runtime "${runtime[@]}"
+expect Development "${links[@]}" "$libdir/pkgconfig/tarvix.pc" "$libdir/cmake/Tarvix/TarvixConfig.cmake" \
+  "$libdir/cmake/Tarvix/TarvixConfigVersion.cmake" "$libdir/cmake/Tarvix/TarvixTargets.cmake"
+grep -rlF -e "$source" -e "$build" -e "$work" "$work/Development" && fail "a file names a folder of this machine"
+
+# Where the tree ends up is not known when it is installed.
+prefix="$work/moved here"
+mv "$work/installed" "$prefix"
+
+# find_package
+configure() { cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_PREFIX_PATH=$prefix" "${@:3}"; }
+quietly "find_package: configuring" configure "$source/docs/examples" "$work/examples"
+grep -qF "Tarvix_DIR:PATH=$prefix/$libdir/cmake/Tarvix" "$work/examples/CMakeCache.txt" || fail "another Tarvix was found"
+quietly "find_package: building" cmake --build "$work/examples"
+"$work/examples/example_host" "$photograph" >"$work/out" || fail "the host fails: $(cat "$work/out")"
+grep -q '^message: OpenCV' "$work/out" || fail "the host prints: $(cat "$work/out")"
+
+# Versions: those of the same major number up to this one.
+mkdir "$work/versions"
+cat >"$work/versions/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.25)
+project(versions LANGUAGES CXX)
+find_package(Tarvix ${WANTED} QUIET)
+file(WRITE "${CMAKE_BINARY_DIR}/found" "${Tarvix_FOUND}")
+END
+major=${version%%.*}
+for case in "$version 1" "$major.0 1" "$((major + 1)).0 0" "$major.999 0" "$((major - 1)).9 0"; do
+  quietly "asking for version ${case% *}" configure "$work/versions" "$work/versions/build" --fresh "-DWANTED=${case% *}"
+  [ "$(cat "$work/versions/build/found")" = "${case#* }" ] || fail "version ${case% *} of $version: found must be ${case#* }"
+done
+
+# pkg-config: as a makefile uses it (words split by a shell, spaces escaped).
+export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
+[ "$(pkg-config --modversion tarvix)" = "$version" ] || fail "pkg-config knows another version"
+pkg-config --exists "tarvix < $((major + 1))" || fail "pkg-config refuses this version"
+pkg-config --exists "tarvix >= $((major + 1))" && fail "pkg-config accepts version $((major + 1))"
+flags=$(pkg-config --cflags --libs tarvix) || fail "pkg-config"
+[[ "$flags" == *'moved\ here'* ]] || fail "pkg-config does not escape spaces: $flags"
+eval "c++ -o '$work/edges' '$source/docs/examples/edges.cpp' $flags" || fail "pkg-config: building with $flags"
+LD_LIBRARY_PATH="$prefix/$libdir" "$work/edges" "$photograph" >"$work/out" || fail "the host built by pkg-config fails"
+[ "$(wc -l <"$work/out")" -eq 64 ] || fail "the host built by pkg-config prints: $(cat "$work/out")"
+
+# Loaded while a program runs, with a function looked up by its decorated name.
+python3 -c 'import ctypes, sys; ctypes.CDLL(sys.argv[1])._Z8tx_CannyR4CDibddii' "$prefix/$libdir/libTarvix.so.${version%%.*}" ||
+  fail "dlopen"
+
+# The program, through its link and from another folder; it finds the cascades.
+cd / || exit 1
+"$prefix/bin/tarvix" --version | grep -qF "Tarvix $version" || fail "tarvix --version"
+"$prefix/bin/tarvix" faces "$photograph" || fail "tarvix faces"
+echo "installed, moved, found, linked, run: Tarvix $version"
