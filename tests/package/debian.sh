@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# debian.sh BUILD PACKAGES VERSION: packs the Debian packages into the folder PACKAGES and checks them.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+build=$1 packages=$2 version=$3
+
+rm -rf "$packages"
+(cd "$build" && quietly "packing" cpack --config CPackConfig.cmake -B "$packages")
+names=("libtarvix${version%%.*}" libtarvix-dev tarvix)
+for name in "${names[@]}"; do
+  [ -s "$packages/${name}_${version}_$(dpkg --print-architecture).deb" ] || fail "no package $name of version $version"
+done
+lintian --allow-root --fail-on error,warning "$packages"/*.deb || fail "lintian"
+
+for package in "$packages"/*.deb; do
+  dpkg-deb -x "$package" "$work/unpacked" || fail "unpacking $package"
+done
+cd / && "$work/unpacked/usr/bin/tarvix" --version 2>"$work/log" && fail "libraries were found outside the system's folders"
+LD_LIBRARY_PATH=$(echo "$work"/unpacked/usr/lib/*-linux-*) "$work/unpacked/usr/bin/tarvix" --version || fail "tarvix --version"
+gzip -dc "$work/unpacked/usr/share/man/man1/tarvix.1.gz" | grep -q 'TH TARVIX' || fail "no manual page"
+find "$work/unpacked" -type f -exec grep -lF -e "$build" {} + && fail "a file names a folder of this machine"
+echo "packed, silent under lintian, unpacked: ${names[*]}"
