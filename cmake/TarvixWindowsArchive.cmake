@@ -1,6 +1,7 @@
 # The archive for users of the MinGW build: with it, a Windows machine needs nothing else. It holds the run-time
 # libraries of the compiler, OpenCV, and the licences of what is bundled.
 set(run_time_libraries)
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/run-time")
 foreach(name IN ITEMS libstdc++-6 libgcc_s_seh-1 libwinpthread-1 libgomp-1)
   execute_process(
     COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=${name}.dll OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE
@@ -8,7 +9,10 @@ foreach(name IN ITEMS libstdc++-6 libgcc_s_seh-1 libwinpthread-1 libgomp-1)
   if(NOT EXISTS "${path}")
     message(FATAL_ERROR "The compiler's run-time library ${name}.dll is missing")
   endif()
-  list(APPEND run_time_libraries "${path}")
+  # They come with their debugging symbols, ten times the size.
+  set(stripped "${PROJECT_BINARY_DIR}/run-time/${name}.dll")
+  execute_process(COMMAND "${CMAKE_STRIP}" -o "${stripped}" "${path}" COMMAND_ERROR_IS_FATAL ANY)
+  list(APPEND run_time_libraries "${stripped}")
 endforeach()
 list(REMOVE_DUPLICATES OpenCV_LIBS)
 install(FILES ${run_time_libraries} "$<TARGET_FILE:opencv_world>" DESTINATION "${CMAKE_INSTALL_BINDIR}"

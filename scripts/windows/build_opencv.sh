@@ -2,48 +2,17 @@
 # Cross-builds OpenCV (one world DLL, only the modules Tarvix uses), libjpeg-turbo and libpng from the
 # distribution's source packages into the cache; nothing is installed on the system.
 #
-#   build_opencv.sh [--jobs N]       build it unless the cache has it
-#   build_opencv.sh --print-prefix   print where it lies (or would lie)
-#
-# The cache key is a hash of this script, which holds versions and options, and of the compiler's version.
+#   build_opencv.sh [--jobs N | --print-prefix]
 set -euo pipefail
-here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
-. "$here/common.sh"
+. "$(dirname "${BASH_SOURCE[0]}")/cached_build.sh"
 
 opencv_version=4.6.0
 jpeg_version=2.1.5
 png_version=1.6.39
-jobs="$(nproc)"
-
-prefix="$tarvix_cache/opencv-mingw-$(key_of "${BASH_SOURCE[0]}")"
-while (($#)); do
-    case "$1" in
-        --print-prefix) echo "$prefix" && exit 0 ;;
-        --jobs) jobs="$2" && shift ;;
-        *) die "unknown option $1" ;;
-    esac
-    shift
-done
-if [[ -f "$prefix/complete" ]]; then
-    say "OpenCV is in the cache: $prefix"
-    exit 0
-fi
-
-need_command "$compiler" g++-mingw-w64-x86-64-posix
-need_command cmake cmake
-need_command ninja ninja-build
+begin_build opencv "${BASH_SOURCE[0]}" "" "$@"
 need_command nasm nasm
 need_command dpkg-source dpkg-dev
 [[ -f /usr/$triplet/lib/libz.a ]] || die "zlib for MinGW is missing: apt-get install libz-mingw-w64-dev"
-
-mkdir -p "$tarvix_cache"
-exec 9>"$tarvix_cache/opencv-mingw.lock"
-flock 9 # two builds at once would do the same work twice
-[[ -f "$prefix/complete" ]] && exit 0
-work="$(mktemp -d "$tarvix_cache/opencv-mingw-build.XXXXXX")"
-trap 'rm -rf "$work"' EXIT
-log="$tarvix_cache/opencv-mingw-build.log"
-: >"$log"
 
 # ---- sources: a private apt configuration with source entries, whatever the machine's own one has ----
 mkdir -p "$work/apt/lists/partial" "$work/apt/cache/archives/partial" "$work/download"
@@ -82,7 +51,7 @@ fetch_source() {
     for version in $(apt-cache "${apt_options[@]}" showsrc --only-source "$package" | sed -n 's/^Version: //p' | sort -Vr); do
         [[ "$version" == *"$upstream"[+-]* ]] || continue
         if apt-get "${apt_options[@]}" source --download-only --only-source "$package=$version" >>"$log" 2>&1; then
-            run_logged "$log" dpkg-source --no-check -x "${package}_${version#*:}.dsc" "$target"
+            run_logged dpkg-source --no-check -x "${package}_${version#*:}.dsc" "$target"
             say "$package $version"
             return
         fi
@@ -92,7 +61,7 @@ fetch_source() {
     archive="$(ls "${package}_$upstream".orig.tar.* 2>/dev/null | grep -v '\.asc$' | head -n 1 || true)"
     [[ -n "$archive" ]] || die "no source of $package $upstream can be downloaded (log: $log)"
     mkdir -p "$target"
-    run_logged "$log" tar -C "$target" --strip-components=1 -xf "$archive"
+    run_logged tar -C "$target" --strip-components=1 -xf "$archive"
     say "$package $upstream, the upstream archive without the distribution's patches"
 }
 fetch_source libjpeg-turbo "$jpeg_version" "$work/jpeg"
@@ -101,21 +70,6 @@ fetch_source opencv "$opencv_version" "$work/opencv"
 cd "$work"
 
 # ---- build ----
-staging="$work/prefix"
-common=(-G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_INSTALL_PREFIX=$staging" "-DCMAKE_PREFIX_PATH=$staging"
-    "-DCMAKE_TOOLCHAIN_FILE=$here/../../cmake/toolchains/$triplet.cmake" "-DTARVIX_WINDOWS_PREFIX=$staging")
-if command -v ccache >/dev/null; then
-    common+=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_BASEDIR="$work" CCACHE_NOHASHDIR=1
-fi
-build() { # build NAME SOURCE OPTION...
-    local name="$1" source="$2"
-    shift 2
-    say "building $name"
-    run_logged "$log" cmake -S "$source" -B "$work/build-$name" "${common[@]}" "$@"
-    run_logged "$log" cmake --build "$work/build-$name" -j "$jobs"
-    run_logged "$log" cmake --install "$work/build-$name" --strip
-}
 zlib=("-DZLIB_INCLUDE_DIR=/usr/$triplet/include" "-DZLIB_LIBRARY=/usr/$triplet/lib/libz.a")
 
 build libjpeg-turbo "$work/jpeg" -DENABLE_SHARED=OFF -DENABLE_STATIC=ON -DWITH_TURBOJPEG=OFF \
@@ -136,11 +90,9 @@ build opencv "$work/opencv" \
     -DWITH_OBSENSOR=OFF -DWITH_WIN32UI=ON -DWITH_GTK=OFF -DWITH_QT=OFF -DWITH_VTK=OFF -DWITH_OPENGL=OFF \
     -DWITH_OPENCL=OFF -DWITH_DIRECTX=OFF -DWITH_IPP=OFF -DWITH_ITT=OFF -DWITH_EIGEN=OFF -DWITH_LAPACK=OFF \
     -DWITH_PROTOBUF=OFF -DWITH_QUIRC=OFF -DWITH_ADE=OFF -DWITH_TBB=OFF -DWITH_OPENMP=ON -DWITH_PTHREADS_PF=OFF \
-    -DCPU_BASELINE=SSE3 "-DCPU_DISPATCH=SSE4_1;SSE4_2;AVX;FP16;AVX2" -DOPENCV_ENABLE_NONFREE=OFF \
-    -DENABLE_PRECOMPILED_HEADERS=OFF -DCMAKE_INSTALL_LIBDIR=lib
+    -DCPU_BASELINE=SSE3 -DCPU_DISPATCH=AVX2 -DOPENCV_ENABLE_NONFREE=OFF \
+    -DENABLE_PRECOMPILED_HEADERS=OFF
 
-# The licences of what is bundled, for the archive that users get.
-mkdir -p "$staging/licenses"
 cp "$work/opencv/LICENSE" "$staging/licenses/opencv.txt"
 cp "$work/opencv/COPYRIGHT" "$staging/licenses/opencv-copyright.txt"
 cp "$work/jpeg/LICENSE.md" "$staging/licenses/libjpeg-turbo.md"
@@ -149,8 +101,4 @@ cp /usr/share/doc/libz-mingw-w64-dev/copyright "$staging/licenses/zlib.txt"
 cp "/usr/share/doc/gcc-mingw-w64-base/copyright" "$staging/licenses/gcc-runtime.txt" 2>/dev/null ||
     cp "/usr/share/doc/g++-mingw-w64-x86-64-posix/copyright" "$staging/licenses/gcc-runtime.txt"
 cp "/usr/share/doc/mingw-w64-x86-64-dev/copyright" "$staging/licenses/mingw-w64-runtime.txt"
-
-date -u +%FT%TZ >"$staging/complete"
-rm -rf "$prefix"
-mv "$staging" "$prefix"
-say "OpenCV is ready: $prefix"
+finish_build

@@ -11,21 +11,6 @@ need_command() { # need_command PROGRAM PACKAGE
     command -v "$1" >/dev/null 2>&1 || die "'$1' is missing: install the package $2 (scripts/windows.sh does)"
 }
 
-compiler_version() { "$compiler" -dumpfullversion 2>/dev/null || echo none; }
-
-# key_of FILE...: a cache key of these files' contents and of the compiler.
-key_of() { { cat "$@" && compiler_version; } | sha256sum | cut -c1-16; }
-
-# run_logged LOG COMMAND...: quiet while it works, the log's end when it fails.
-run_logged() {
-    local log="$1"
-    shift
-    if ! "$@" >>"$log" 2>&1; then
-        tail -n 40 "$log" >&2
-        die "failed: $* (log: $log)"
-    fi
-}
-
 wine_environment() {
     need_command wine wine
     export WINEDEBUG="${WINEDEBUG:--all}"

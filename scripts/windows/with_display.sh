@@ -30,4 +30,5 @@ cp -al "$wine_template/." "$TARVIX_WINEPREFIX/"
 for file in "$TARVIX_WINEPREFIX"/*.reg; do
     cp --remove-destination "$wine_template/$(basename "$file")" "$file"
 done
-"${display[@]}" "$@"
+# One server for all programs, or each pause would end it and the next program pay for its start.
+"${display[@]}" bash -c 'WINEPREFIX="$TARVIX_WINEPREFIX" wineserver -p; exec "$@"' - "$@"

@@ -234,10 +234,8 @@ TEST_F(CollectFaces, AnyOtherExceptionIsSilentAndGivesTheSize) {
 class CascadeFile : public testing::Test {
 protected:
     test::TempFolder folder;
-    std::string program = folder / fs::path(TARVIX_FACES_PROBE).filename().string();
+    std::string program = test::copyProgram(TARVIX_FACES_PROBE, folder.path());
     std::string cascade = folder / "haarcascade_frontalface_alt.xml";
-
-    CascadeFile() { fs::copy_file(TARVIX_FACES_PROBE, program); }
 
     [[nodiscard]] std::string find() const {
         const test::ProgramResult run =

@@ -242,10 +242,8 @@ protected:
     test::XServer display;
     EmulatedCamera camera{{twoFaces()}, AfterLastFrame::repeat};
     test::TempFolder folder;
-    std::string program = folder / fs::path(TARVIX_FACES_PROBE).filename().string();
+    std::string program = test::copyProgram(TARVIX_FACES_PROBE, folder.path());
     std::string cascade = folder / "lbpcascade_frontalface.xml";
-
-    TrackingCascade() { fs::copy_file(TARVIX_FACES_PROBE, program); }
 };
 
 TEST_F(TrackingCascade, MissingShowsOpenCvsMessageAboutAnEmptyClassifier) {

@@ -62,9 +62,7 @@ TEST_F(FacesCommand, NoFaceIsAnAnswer) {
 }
 
 TEST_F(FacesCommand, WithoutItsCascadeSaysSoInOneLine) {
-    const std::string alone =
-        folder / std::filesystem::path(TARVIX_PROGRAM).filename().generic_string();
-    std::filesystem::copy_file(TARVIX_PROGRAM, alone);
+    const std::string alone = test::copyProgram(TARVIX_PROGRAM, folder.path());
     const ProgramResult run = tarvix({"faces", photo, "-o", out}, alone);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, "");

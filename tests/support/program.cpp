@@ -3,6 +3,7 @@
 #include "tests/support/pictures.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -42,6 +43,13 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
     result.out = slurp(folder / "out");
     result.err = slurp(folder / "err");
     return result;
+}
+
+std::string copyProgram(const std::string& program, const std::string& folder) {
+    // The program knows where its libraries are.
+    const std::string copy = folder + '/' + std::filesystem::path(program).filename().string();
+    std::filesystem::copy_file(program, copy);
+    return copy;
 }
 
 } // namespace test

@@ -16,4 +16,8 @@ struct ProgramResult {
 // 124.
 ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments);
 
+// Copies the program into a folder, away from the files that it reads from its own, and with it the
+// libraries that it can find nowhere else. Returns the copy's path.
+std::string copyProgram(const std::string& program, const std::string& folder);
+
 } // namespace test

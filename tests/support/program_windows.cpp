@@ -3,6 +3,7 @@
 #include "tests/support/pictures.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -103,6 +104,18 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
     result.out = slurp(folder / "out");
     result.err = slurp(folder / "err");
     return result;
+}
+
+std::string copyProgram(const std::string& program, const std::string& folder) {
+    const std::filesystem::path original(program);
+    for (const auto& entry : std::filesystem::directory_iterator(original.parent_path())) {
+        if (entry.path().extension() == ".dll") {
+            std::filesystem::copy_file(entry, folder / entry.path().filename());
+        }
+    }
+    const std::string copy = folder + '/' + original.filename().string();
+    std::filesystem::copy_file(original, copy);
+    return copy;
 }
 
 } // namespace test

@@ -2,10 +2,8 @@
 #include "tests/support/x_server.h"
 
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
-#include <thread>
 
 #include <windows.h>
 
@@ -138,30 +136,6 @@ void XWindow::destroy() {
         DestroyWindow(m_state->window);
         dispatchMessages();
     }
-}
-
-bool pressKeyInWindow(const std::string& title, const std::string& key, int limitSeconds) {
-    const WPARAM code = key == "Return"   ? WPARAM{VK_RETURN}
-                        : key == "Escape" ? WPARAM{VK_ESCAPE}
-                        : key == "space"  ? WPARAM{VK_SPACE}
-                                          : WPARAM{VkKeyScanA(key.at(0)) & 0xFFU};
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(limitSeconds);
-    while (std::chrono::steady_clock::now() < limit) {
-        const HWND window = FindWindowA(nullptr, title.c_str());
-        if (window != nullptr && IsWindowVisible(window)) {
-            // A dialog's keys go to the control that has the focus.
-            GUITHREADINFO gui{};
-            gui.cbSize = sizeof gui;
-            const DWORD thread = GetWindowThreadProcessId(window, nullptr);
-            const HWND focus =
-                GetGUIThreadInfo(thread, &gui) && gui.hwndFocus != nullptr ? gui.hwndFocus : window;
-            PostMessageA(focus, WM_KEYDOWN, code, 1);
-            PostMessageA(focus, WM_KEYUP, code, static_cast<LPARAM>(0xC0000001));
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
 }
 
 } // namespace test

@@ -1,11 +1,11 @@
 #!/bin/bash
-# package.sh BUILD_FOLDER SOURCE_FOLDER PHOTOGRAPH: packs the archive for users, unpacks it into an empty folder and
+# package.sh BUILD_FOLDER SOURCE_FOLDER PHOTOGRAPHS: packs the archive for users, unpacks it into an empty folder and
 # uses it as a user does: the sample host with nothing else on the search path, and a host of our own, built
 # against the unpacked files alone.
 set -uo pipefail
 build="$1"
 source="$2"
-photograph="$3"
+photographs="$3"
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 fail() {
@@ -22,8 +22,8 @@ archive="$(ls "$work"/packed/*.zip)" || fail "there is no archive"
 unzip -q "$archive" -d "$work/a user's folder" || fail "unpacking"
 root="$(ls -d "$work/a user's folder"/Tarvix-*)" || fail "the archive's own folder is missing"
 
-for file in README.txt bin/Tarvix.dll bin/MorvelDib.dll bin/TarvixAfx.dll bin/tarvix.exe lib/libTarvix.dll.a \
-    include/tarvix/tarvix.h include/tarvix/platform/MorvelDib.h lib/cmake/Tarvix/TarvixConfig.cmake \
+for file in README.txt bin/Tarvix.dll bin/MorvelDib.dll bin/TarvixAfx.dll bin/tarvix.exe \
+    bin/haarcascade_frontalface_alt.xml bin/lbpcascade_frontalface.xml lib/libTarvix.dll.a include/tarvix/tarvix.h include/tarvix/platform/MorvelDib.h lib/cmake/Tarvix/TarvixConfig.cmake \
     licenses/opencv.txt licenses/libjpeg-turbo.md licenses/libpng.txt licenses/zlib.txt licenses/gcc-runtime.txt \
     licenses/mingw-w64-runtime.txt; do
     [[ -s "$root/$file" ]] || fail "the archive has no $file"
@@ -33,10 +33,13 @@ grep -rqF "$source" "$root/lib/cmake" && fail "the CMake package names the sourc
 cd "$root/bin" || exit 1
 run ./tarvix.exe --version >"$work/version" || fail "tarvix.exe --version"
 grep -q '^Tarvix ' "$work/version" || fail "tarvix.exe --version prints $(cat "$work/version")"
-cp "$photograph" "$work/a user's folder/in.jpg"
+cp "$photographs/building.jpg" "$work/a user's folder/in.jpg"
 cd "$work/a user's folder" || exit 1
 run "$root/bin/tarvix.exe" canny "in.jpg" --out "out.png" || fail "tarvix.exe canny"
 (($(identify -format '%k' out.png) == 2)) || fail "the edges are not a black and white picture"
+
+run "$root/bin/tarvix.exe" faces "$photographs/messi5.jpg" >"$work/faces" || fail "tarvix.exe faces"
+(($(wc -l <"$work/faces") == 1)) || fail "tarvix.exe faces prints $(cat "$work/faces")"
 
 mkdir "$work/host" && cd "$work/host" || exit 1
 cp "$source/tests/windows/package_host.cpp" .

@@ -23,6 +23,9 @@ PreviewWindow::PreviewWindow(const std::string& title, int width, int height)
     if (m_state->window == nullptr) {
         throw std::runtime_error("no display for a window");
     }
+    // A call that draws into the window handles no messages meanwhile; the system is not to take it
+    // for hung.
+    DisableProcessWindowsGhosting();
     ShowWindow(m_state->window, SW_SHOWNORMAL);
     UpdateWindow(m_state->window);
 }

@@ -1,0 +1,68 @@
+// Calibration files that Windows keeps from being written or reached.
+#include "tests/calib/failed_writes.h"
+
+#include <algorithm>
+
+#include <windows.h>
+
+namespace {
+
+using test::FailedWrites;
+using testing::UnorderedElementsAre;
+
+class CalibrationFolders : public FailedWrites {
+protected:
+    // The earlier calibration is whole, and nothing lies beside it.
+    void expectUnchanged(const std::string& camera) {
+        EXPECT_EQ(test::bytesOf(folder / "cam.xml"), camera);
+        EXPECT_THAT(test::namesIn(folder.path()), UnorderedElementsAre("cam.xml", "dist.xml"));
+    }
+};
+
+TEST_F(CalibrationFolders, AFileThatIsWriteProtectedStays) {
+    ASSERT_EQ(calibrate(), 1);
+    const std::string camera = test::bytesOf(folder / "cam.xml");
+    const std::string path = folder / "cam.xml";
+    ASSERT_NE(SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY), 0);
+    EXPECT_EQ(calibrate(folder.path(), 4), 0);
+    expectMessageAbout("cam.xml");
+    expectUnchanged(camera);
+    SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST_F(CalibrationFolders, AFileThatAnotherProgramHasOpenStays) {
+    ASSERT_EQ(calibrate(), 1);
+    const std::string camera = test::bytesOf(folder / "cam.xml");
+    {
+        const std::ifstream reader(folder / "cam.xml"); // Windows does not let it be replaced
+        EXPECT_EQ(calibrate(folder.path(), 4), 0);
+    }
+    expectMessageAbout("cam.xml");
+    expectUnchanged(camera);
+}
+
+TEST_F(CalibrationFolders, APathLongerThanThe260CharactersOfThePlatformIsRefusedCleanly) {
+    // Such folders can be made, by a name that tells the system to take it as it is.
+    const std::string part(100, 'd');
+    std::string deep = folder.path();
+    std::replace(deep.begin(), deep.end(), '/', '\\');
+    for (int i = 0; i < 3; ++i) {
+        deep += '\\' + part;
+        ASSERT_NE(CreateDirectoryA(("\\\\?\\" + deep).c_str(), nullptr), 0);
+    }
+    EXPECT_EQ(calibrate(deep), 0);
+    ASSERT_EQ(host.messages.size(), 1U);
+    EXPECT_THAT(host.messages[0].text, testing::HasSubstr("OpenCV("));
+    host.messages.clear();
+    EXPECT_EQ(tx_UseCalib(*test::makeDib(64, 48, 24), deep.c_str(), nullptr, nullptr), nullptr);
+    EXPECT_EQ(tx_UseStereoCalib(*test::makeDib(64, 48, 24), deep.c_str(), 1), nullptr);
+    EXPECT_EQ(tx_Meas3D().Init(deep.c_str()), 0);
+    EXPECT_TRUE(host.messages.empty());
+    for (int i = 0; i < 3; ++i) {
+        // Empty, or it could not be removed.
+        EXPECT_NE(RemoveDirectoryA(("\\\\?\\" + deep).c_str()), 0);
+        deep.erase(deep.size() - part.size() - 1);
+    }
+}
+
+} // namespace
