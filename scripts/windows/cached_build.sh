@@ -42,7 +42,7 @@ begin_build() {
     staging="$work/prefix"
     mkdir -p "$staging/licenses" # for the archive that users get
     cmake_options=(-G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_TOOLCHAIN_FILE=$toolchain"
-        "-DCMAKE_INSTALL_PREFIX=$staging" -DCMAKE_INSTALL_LIBDIR=lib
+        "-DCMAKE_INSTALL_PREFIX=$staging" -DCMAKE_INSTALL_LIBDIR:STRING=lib
         "-DCMAKE_PREFIX_PATH=$staging" "-DTARVIX_WINDOWS_PREFIX=$staging")
     if command -v ccache >/dev/null; then
         cmake_options+=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
