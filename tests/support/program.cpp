@@ -47,7 +47,7 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
 
 std::string copyProgram(const std::string& program, const std::string& folder) {
     // The program knows where its libraries are.
-    const std::string copy = folder + '/' + std::filesystem::path(program).filename().string();
+    std::string copy = folder + '/' + std::filesystem::path(program).filename().string();
     std::filesystem::copy_file(program, copy);
     return copy;
 }

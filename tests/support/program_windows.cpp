@@ -113,7 +113,7 @@ std::string copyProgram(const std::string& program, const std::string& folder) {
             std::filesystem::copy_file(entry, folder / entry.path().filename());
         }
     }
-    const std::string copy = folder + '/' + original.filename().string();
+    std::string copy = folder + '/' + original.filename().string();
     std::filesystem::copy_file(original, copy);
     return copy;
 }
