@@ -26,6 +26,8 @@ clean_up() {
 trap clean_up EXIT
 trap 'exit 130' INT TERM
 cp -al "$wine_template/." "$TARVIX_WINEPREFIX/"
+# Debian's Wine keeps the name of its server's socket here: the copy gets a server of its own.
+rm -f "$TARVIX_WINEPREFIX/wineserver"
 # Wine writes these; the copy gets its own.
 for file in "$TARVIX_WINEPREFIX"/*.reg; do
     cp --remove-destination "$wine_template/$(basename "$file")" "$file"

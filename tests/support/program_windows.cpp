@@ -26,7 +26,7 @@ std::string slurp(const std::string& path) {
 }
 
 // One word as the run-time library of the called program takes the command line apart.
-std::string quoted(const std::string& word) {
+std::string asWord(const std::string& word) {
     std::string out = "\"";
     std::size_t backslashes = 0;
     for (const char c : word) {
@@ -71,9 +71,9 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
     const TempFolder folder;
     std::string path = program;
     std::replace(path.begin(), path.end(), '/', '\\');
-    std::string line = quoted(path);
+    std::string line = asWord(path);
     for (const std::string& argument : arguments) {
-        line += ' ' + quoted(argument);
+        line += ' ' + asWord(argument);
     }
     ProgramResult result;
     {
