@@ -32,3 +32,10 @@ if(TARVIX_SANITIZE)
   add_compile_options(-fsanitize=${TARVIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${TARVIX_SANITIZE})
 endif()
+
+# For shared libraries on ELF systems. clang links the sanitizers' run time into programs only, and libraries
+# find it there.
+set(TARVIX_NO_UNDEFINED)
+if(NOT TARVIX_SANITIZE)
+  set(TARVIX_NO_UNDEFINED "LINKER:--no-undefined")
+endif()

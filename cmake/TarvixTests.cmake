@@ -1,13 +1,16 @@
-# tarvix_add_test(NAME [LINKS target ...] [DEFINITIONS ...] [SERIAL])
+# tarvix_add_test(NAME [SOURCES ...] [LINKS target ...] [DEFINITIONS ...] [SERIAL])
 #
-# tests/<folder>/test_NAME.cpp becomes the program test_NAME and the CTest entry <folder>.NAME.
+# tests/<folder>/test_NAME.cpp (or SOURCES) becomes the program test_NAME and the CTest entry <folder>.NAME.
 # Every test links the module as a host does; LINKS adds the static libraries of operations under test.
 # SERIAL keeps the entry from running beside others (it measures memory or fills a disk).
 function(tarvix_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "LINKS;DEFINITIONS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "SOURCES;LINKS;DEFINITIONS")
+  if(NOT arg_SOURCES)
+    set(arg_SOURCES test_${name}.cpp)
+  endif()
   get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
-  add_executable(test_${name} test_${name}.cpp)
-  target_link_libraries(test_${name} PRIVATE tarvix_test_support ${arg_LINKS})
+  add_executable(test_${name} ${arg_SOURCES})
+  target_link_libraries(test_${name} PRIVATE tarvix_test_support tarvix_test_main ${arg_LINKS})
   if(arg_DEFINITIONS)
     target_compile_definitions(test_${name} PRIVATE ${arg_DEFINITIONS})
   endif()

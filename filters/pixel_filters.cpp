@@ -29,6 +29,9 @@ cv::Mat denoiseColour(const cv::Mat& source, float h, float hColor, int template
     if (output.data == nullptr) {
         failSilently();
     }
+    // OpenCV takes the half of these; with a negative half it divides by zero, which would end the
+    // process.
+    CV_Assert(templateWindowSize / 2 >= 0 && searchWindowSize / 2 >= 0);
     cv::fastNlMeansDenoisingColored(source, output, h, hColor, templateWindowSize,
                                     searchWindowSize);
     return output;

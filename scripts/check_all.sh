@@ -8,5 +8,6 @@ configure_and_build release
 say "static analysis"
 "$root/scripts/clang_tidy.sh" "$root/build/release"
 "$root/test.sh" asan
+"$root/scripts/fuzz.sh" 20
 "$root/scripts/windows.sh"
 "$root/.ci/run"

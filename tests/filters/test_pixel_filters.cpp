@@ -195,6 +195,15 @@ TEST_F(Denoise, OtherDepthsGiveNullSilently) {
     EXPECT_TRUE(host.messages.empty());
 }
 
+// OpenCV itself would divide by zero.
+TEST_F(Denoise, NegativeWindowsAreRefusedWithAMessage) {
+    const test::Dib source = test::makeDib(8, 8, 24);
+    EXPECT_EQ(tx_Denoise(*source, 3, 3, 3, -6), nullptr);
+    EXPECT_EQ(tx_Denoise(*source, 3, 3, -6, 3), nullptr);
+    EXPECT_EQ(host.messages.size(), 2U);
+    host.messages.clear();
+}
+
 TEST_F(Denoise, RefusedCreateGivesNullSilently) {
     const Dib source = test::makeDib(8, 8, 24);
     morvel_dib_testing::failCreate(1);

@@ -1,0 +1,102 @@
+// Every export as a call of one shape, for tests that put all of them through the same.
+#pragma once
+
+#include "tests/support/pictures.h"
+#include "tests/support/x_server.h"
+
+#include <afxwin.h>
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace test {
+
+// What exports take; each uses some of it. The pictures and four-point arrays come in the order of
+// the declaration, so do numbers of one type.
+struct Arguments {
+    Dib image, second;
+    std::array<double, 8> from{}, to{};
+    std::array<double, 4> reals{};
+    std::array<int, 4> ints{};
+    std::string folder; // of a calibration
+    std::vector<std::string> files, outputs;
+};
+
+// Exceptions that may leave an export, by its declaration.
+enum Passes : unsigned { passNothing = 0, passOpenCv = 1, passMemory = 2, passInvalidArgument = 4 };
+
+// What a host gets of a call.
+struct Outcome {
+    Passes passedOut = passNothing;
+    int value = 0;            // count or flag; 1 for a bitmap, 0 for NULL
+    int messages = 0;         // shown
+    std::uint64_t digest = 0; // of bitmaps, arrays, texts and files handed out, and of messages
+
+    bool operator==(const Outcome&) const = default;
+};
+
+class Digest {
+public:
+    void add(const void* data, std::size_t bytes);
+    void add(const std::string& text) { add(text.data(), text.size()); }
+    void addFile(const std::string& path); // its bytes, or that there is none
+    int take(CDib* result);                // deletes it; 1, or 0 for null
+    [[nodiscard]] std::uint64_t value() const { return m_value; }
+
+private:
+    std::uint64_t m_value = 14695981039346656037U;
+};
+
+struct Export {
+    const char* name;
+    unsigned passes; // Passes
+    bool isQuick;    // milliseconds, with the usual arguments
+    std::array<double, 4> reals;
+    std::array<int, 4> ints; // usual values
+    int (*call)(Arguments&, Digest&);
+};
+
+std::span<const Export> allExports();
+const Export& exportNamed(const std::string& name);
+
+// Makes the call and deletes what it returns. The random colours of OpenCV's drawings are the same
+// each time. Raises std::logic_error when an exception leaves the export that `passes` lacks.
+Outcome run(const Export& e, Arguments& arguments, unsigned passes);
+inline Outcome run(const Export& e, Arguments& arguments) {
+    return run(e, arguments, e.passes);
+}
+
+// Takes the messages of all threads; each thread's calls see their own.
+class MessageCounter : public CWinApp {
+public:
+    int DoMessageBox(LPCSTR text, UINT type, UINT helpId) override;
+};
+
+// A folder with small pictures, files and a calibration, on which every export succeeds. OpenCV's
+// camera back-ends are switched off for the process, so that tx_TrackFace finds none and ends at
+// once.
+class Workplace {
+public:
+    Workplace();
+
+    // Arguments of its own for each caller: outputs go into a folder of the given name.
+    [[nodiscard]] Arguments usualFor(const Export& e, const std::string& outputs = "out") const;
+    [[nodiscard]] std::string operator/(const std::string& name) const { return m_folder / name; }
+    [[nodiscard]] std::string calibration() const { return m_folder / "calibration"; }
+    [[nodiscard]] const std::vector<std::string>& windows() const { return m_windows; }
+    [[nodiscard]] const std::vector<std::string>& boards() const { return m_boards; }
+
+    static constexpr int boardWidth = 4, boardHeight = 3; // inner corners of all boards
+
+private:
+    std::vector<std::unique_ptr<ScopedEnvironment>> m_noCameras;
+    TempFolder m_folder;
+    std::vector<std::string> m_windows; // of one landscape, overlapping
+    std::vector<std::string> m_boards;  // left and right in turn
+    cv::Mat m_picture, m_face, m_board;
+};
+
+} // namespace test
