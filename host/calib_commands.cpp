@@ -399,15 +399,17 @@ void addRectify(CLI::App& app) {
     CLI::Option* camera =
         command->add_option("--camera", o->camera, "Camera of the picture: 1 left, 2 right")
             ->capture_default_str();
-    command
-        ->add_option("--right", o->right,
-                     "The right camera's picture: IN is the left one, and both are written side by "
-                     "side with lines across")
-        ->excludes(camera);
-    command->callback([o] {
+    const CLI::Option* right =
+        command
+            ->add_option(
+                "--right", o->right,
+                "The right camera's picture: IN is the left one, and both are written side by "
+                "side with lines across")
+            ->excludes(camera);
+    command->callback([o, right] {
         const Picture in = loadPicture(o->in, o->gray);
         const Picture first = rectified(*in, o->folder, o->camera);
-        if (o->right.empty()) {
+        if (right->empty()) {
             savePicture(*first, o->out);
             return;
         }

@@ -1,6 +1,6 @@
 // The sub-commands calib, undistort, stereo-calib, rectify and measure, run as a user runs them.
 #include "tests/calib/views.h"
-#include "tests/support/program.h"
+#include "tests/host/sub_command.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -14,26 +14,16 @@
 namespace {
 
 using nlohmann::json;
+using test::expectOneLine;
 using test::ProgramResult;
+using test::tarvix;
 using testing::HasSubstr;
 using testing::Not;
-
-ProgramResult tarvix(std::vector<std::string> arguments) {
-    return test::runProgram(TARVIX_PROGRAM, arguments);
-}
 
 std::vector<std::string> words(std::vector<std::string> first,
                                const std::vector<std::string>& more) {
     first.insert(first.end(), more.begin(), more.end());
     return first;
-}
-
-// The last line on standard error is the only one of ours.
-void expectOneLine(const ProgramResult& run, int status) {
-    EXPECT_EQ(run.status, status) << run.err;
-    const std::size_t said = run.err.find("tarvix: ");
-    ASSERT_NE(said, std::string::npos) << run.err;
-    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
 }
 
 class CalibCommands : public testing::Test {
@@ -147,6 +137,29 @@ TEST_F(CalibCommands, RectifyOneAndBothSideBySide) {
     ASSERT_EQ(pair.size(), cv::Size(1280, 480));
     EXPECT_EQ(pair.at<cv::Vec3b>(30, 5), cv::Vec3b(60, 160, 255)); // the first line
     EXPECT_TRUE(test::identical(pair(cv::Rect(640, 0, 640, 29)), second(cv::Rect(0, 0, 640, 29))));
+}
+
+TEST_F(CalibCommands, EveryBadFileIsRefusedInOneLine) {
+    ASSERT_EQ(tarvix(mono).status, 0);
+    ASSERT_EQ(tarvix(stereo).status, 0);
+    const std::string good = test::pairPhoto("left", 1);
+    const std::string fresh = folder / "fresh";
+    const std::vector<std::string> board = {"--board", "9x6", "-o", fresh};
+    for (const std::vector<std::string>& command : {
+             std::vector<std::string>{"undistort", "BAD", "-o", out, "--calib", set},
+             {"rectify", "BAD", "-o", out, "--calib", set},
+             {"rectify", good, "--right", "BAD", "-o", out, "--calib", set},
+             {"undistort", good, "-o", out, "--calib", "BAD"},
+             {"rectify", good, "-o", out, "--calib", "BAD"},
+             {"measure", "--p1", "1,2", "--p2", "3,4", "--calib", "BAD"},
+             words({"calib", good, "BAD"}, board),
+             words({"stereo-calib", "BAD", good}, board),
+             words({"stereo-calib", good, "BAD"}, board),
+         }) {
+        test::expectEveryBadFileRefused(command, folder, out);
+        EXPECT_FALSE(std::filesystem::exists(fresh + "/cam.xml"));
+        EXPECT_FALSE(std::filesystem::exists(fresh + "/Q.xml"));
+    }
 }
 
 TEST_F(CalibCommands, MeasurePrintsTheUnit) {

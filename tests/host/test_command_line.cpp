@@ -1,6 +1,5 @@
 // The sample host, run as a user runs it.
-#include "tests/support/pictures.h"
-#include "tests/support/program.h"
+#include "tests/host/sub_command.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
@@ -11,23 +10,10 @@
 
 namespace {
 
+using test::expectOneLine;
 using test::ProgramResult;
+using test::tarvix;
 using testing::HasSubstr;
-
-ProgramResult tarvix(const std::vector<std::string>& arguments) {
-    return test::runProgram(TARVIX_PROGRAM, arguments);
-}
-
-// The last line on standard error says who speaks and is the only one that does, and the exit
-// status is as given. Codecs may print a line of their own before it.
-void expectOneLine(const ProgramResult& run, int status) {
-    EXPECT_EQ(run.status, status) << run.err;
-    const std::size_t said = run.err.find("tarvix: ");
-    ASSERT_NE(said, std::string::npos) << run.err;
-    EXPECT_TRUE(said == 0 || run.err[said - 1] == '\n') << run.err;
-    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
-    EXPECT_GT(run.err.size() - said, 20U) << run.err;
-}
 
 class CommandLine : public testing::Test {
 protected:
@@ -171,49 +157,53 @@ TEST_F(CommandLine, AnExistingFileSurvivesAFailedWrite) {
     EXPECT_EQ(left, 0) << "half a file stays behind";
 }
 
-// Every sub-command that reads a picture, with what it needs besides the picture.
+// The sub-commands that make one picture of one, with what they need besides; "IN" is the picture.
 const std::vector<std::vector<std::string>>& pictureCommands() {
     static const std::vector<std::vector<std::string>> commands = {
-        {"keypoints"},
-        {"load"},
-        {"canny"},
-        {"denoise", "--search", "7"},
-        {"lines"},
-        {"patch", "--width", "3", "--height", "3", "--center", "1,1"},
-        {"faces"},
-        {"warp", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
-        {"mask", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
-        {"converge", "--corners", "-40,-30", "41,-30", "41,31", "-40,31", "--focal", "60"},
-        {"converge-scaled", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9",
+        {"keypoints", "IN"},
+        {"load", "IN"},
+        {"canny", "IN"},
+        {"denoise", "IN", "--search", "7"},
+        {"lines", "IN"},
+        {"patch", "IN", "--width", "3", "--height", "3", "--center", "1,1"},
+        {"faces", "IN"},
+        {"warp", "IN", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
+        {"mask", "IN", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9", "0,9"},
+        {"converge", "IN", "--corners", "-40,-30", "41,-30", "41,31", "-40,31", "--focal", "60"},
+        {"converge-scaled", "IN", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9",
          "0,9"},
     };
     return commands;
 }
 
+std::vector<std::string> with(std::vector<std::string> command, const std::string& in,
+                              const std::string& out) {
+    std::replace(command.begin(), command.end(), std::string("IN"), in);
+    command.insert(command.end(), {"-o", out});
+    return command;
+}
+
 TEST_F(CommandLine, EveryCommandAnswersEveryBadFileInOneLine) {
-    std::ofstream(folder / "text.png") << "no picture\n";
-    std::ofstream(folder / "empty.jpg");
-    std::ofstream(folder / "cut.jpg", std::ios::binary) << "\xff\xd8\xff\xe0";
-    for (const std::vector<std::string>& command : pictureCommands()) {
-        for (const std::string& bad :
-             {folder / "text.png", folder / "empty.jpg", folder / "cut.jpg", folder / "missing.png",
-              std::string(), folder.path()}) {
-            std::vector<std::string> line = command;
-            line.insert(line.begin() + 1, {bad, "-o", out});
-            SCOPED_TRACE(command[0] + " " + bad);
-            expectOneLine(tarvix(line), 1);
-            EXPECT_FALSE(std::filesystem::exists(out));
-        }
+    std::vector<std::vector<std::string>> commands = pictureCommands();
+    for (const std::vector<std::string>& pair :
+         {std::vector<std::string>{"IN", home}, std::vector<std::string>{home, "IN"}}) {
+        commands.push_back({"match", pair[0], pair[1]});
+        commands.push_back({"align", pair[0], pair[1], "--from", "0,0", "9,0", "9,9", "0,9", "--to",
+                            "0,0", "9,0", "9,9", "0,9"});
+        commands.push_back({"register", pair[0], pair[1]});
+        commands.push_back({"stitch", pair[0], pair[1]});
+    }
+    commands.push_back({"chessboard", "IN", "--board", "9x6"});
+    for (const std::vector<std::string>& command : commands) {
+        test::expectEveryBadFileRefused(with(command, "BAD", out), folder, out);
     }
 }
 
 TEST_F(CommandLine, EveryCommandTakesOnePixel) {
     cv::imwrite(folder / "one.png", cv::Mat(1, 1, CV_8UC3, cv::Scalar(1, 2, 3)));
     for (const std::vector<std::string>& command : pictureCommands()) {
-        std::vector<std::string> line = command;
-        line.insert(line.begin() + 1, {folder / "one.png", "-o", out});
         SCOPED_TRACE(command[0]);
-        const ProgramResult run = tarvix(line);
+        const ProgramResult run = tarvix(with(command, folder / "one.png", out));
         if (command[0] == "keypoints") {
             expectOneLine(run, 1); // OpenCV's detectors cannot shrink a picture of one pixel
             continue;

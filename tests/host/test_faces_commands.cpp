@@ -1,6 +1,5 @@
 // The sub-command faces, run as a user runs it.
-#include "tests/support/pictures.h"
-#include "tests/support/program.h"
+#include "tests/host/sub_command.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -13,12 +12,8 @@ namespace {
 
 using nlohmann::json;
 using test::ProgramResult;
+using test::tarvix;
 using testing::HasSubstr;
-
-ProgramResult tarvix(const std::vector<std::string>& arguments,
-                     const std::string& program = TARVIX_PROGRAM) {
-    return test::runProgram(program, arguments);
-}
 
 class FacesCommand : public testing::Test {
 protected:

@@ -1,6 +1,5 @@
 // The sub-commands keypoints, match, register and stitch, run as a user runs them.
-#include "tests/support/pictures.h"
-#include "tests/support/program.h"
+#include "tests/host/sub_command.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -13,20 +12,10 @@
 namespace {
 
 using nlohmann::json;
+using test::expectOneLine;
 using test::ProgramResult;
+using test::tarvix;
 using testing::HasSubstr;
-
-ProgramResult tarvix(const std::vector<std::string>& arguments) {
-    return test::runProgram(TARVIX_PROGRAM, arguments);
-}
-
-void expectOneLine(const ProgramResult& run, int status) {
-    EXPECT_EQ(run.status, status) << run.err;
-    EXPECT_EQ(run.out, "");
-    const std::size_t said = run.err.find("tarvix: ");
-    ASSERT_NE(said, std::string::npos) << run.err;
-    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
-}
 
 class FeatureCommands : public testing::Test {
 protected:

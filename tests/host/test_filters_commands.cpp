@@ -1,7 +1,6 @@
 // The sub-commands lines and chessboard, run as a user runs them.
+#include "tests/host/sub_command.h"
 #include "tests/support/pattern.h"
-#include "tests/support/pictures.h"
-#include "tests/support/program.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -17,20 +16,10 @@
 namespace {
 
 using nlohmann::json;
+using test::expectOneLine;
 using test::ProgramResult;
+using test::tarvix;
 using testing::HasSubstr;
-
-ProgramResult tarvix(const std::vector<std::string>& arguments) {
-    return test::runProgram(TARVIX_PROGRAM, arguments);
-}
-
-void expectOneLine(const ProgramResult& run, int status) {
-    EXPECT_EQ(run.status, status) << run.err;
-    EXPECT_EQ(run.out, "");
-    const std::size_t said = run.err.find("tarvix: ");
-    ASSERT_NE(said, std::string::npos) << run.err;
-    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
-}
 
 class FilterCommands : public testing::Test {
 protected:

@@ -1,0 +1,55 @@
+// What the tests of the host's sub-commands share.
+#pragma once
+
+#include "tests/support/pictures.h"
+#include "tests/support/program.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace test {
+
+inline ProgramResult tarvix(const std::vector<std::string>& arguments,
+                            const std::string& program = TARVIX_PROGRAM) {
+    return runProgram(program, arguments);
+}
+
+// A failure as users see it: on standard error, at the end, one line of ours that says something.
+// Codecs may print lines of their own before it.
+inline void expectOneLine(const ProgramResult& run, int status) {
+    EXPECT_EQ(run.status, status) << run.err;
+    const std::size_t said = run.err.find("tarvix: ");
+    ASSERT_NE(said, std::string::npos) << run.err;
+    EXPECT_TRUE(said == 0 || run.err[said - 1] == '\n') << run.err;
+    EXPECT_EQ(run.err.find('\n', said), run.err.size() - 1) << run.err;
+    EXPECT_GT(run.err.size() - said, 20U) << run.err;
+}
+
+// Runs a command line for each kind of file that is no picture, in place of every word "BAD", and
+// expects a failure of one line that leaves `out` unwritten.
+inline void expectEveryBadFileRefused(const std::vector<std::string>& commandLine,
+                                      const TempFolder& folder, const std::string& out) {
+    std::ofstream(folder / "text.png") << "no picture\n";
+    std::ofstream(folder / "empty.jpg");
+    std::ofstream(folder / "cut.jpg", std::ios::binary) << "\xff\xd8\xff\xe0";
+    for (const std::string& bad : {folder / "text.png", folder / "empty.jpg", folder / "cut.jpg",
+                                   folder / "missing.png", std::string(), folder.path()}) {
+        std::vector<std::string> words = commandLine;
+        std::replace(words.begin(), words.end(), std::string("BAD"), bad);
+        std::string shown;
+        for (const std::string& word : words) {
+            shown += word + ' ';
+        }
+        SCOPED_TRACE(shown);
+        expectOneLine(tarvix(words), 1);
+        EXPECT_FALSE(std::filesystem::exists(out));
+    }
+}
+
+} // namespace test
