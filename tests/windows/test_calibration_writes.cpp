@@ -10,7 +10,7 @@ namespace {
 using test::FailedWrites;
 using testing::UnorderedElementsAre;
 
-class CalibrationFolders : public FailedWrites {
+class CalibrationWrites : public FailedWrites {
 protected:
     // The earlier calibration is whole, and nothing lies beside it.
     void expectUnchanged(const std::string& camera) {
@@ -19,7 +19,7 @@ protected:
     }
 };
 
-TEST_F(CalibrationFolders, AFileThatIsWriteProtectedStays) {
+TEST_F(CalibrationWrites, AFileThatIsWriteProtectedStays) {
     ASSERT_EQ(calibrate(), 1);
     const std::string camera = test::bytesOf(folder / "cam.xml");
     const std::string path = folder / "cam.xml";
@@ -30,7 +30,7 @@ TEST_F(CalibrationFolders, AFileThatIsWriteProtectedStays) {
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
-TEST_F(CalibrationFolders, AFileThatAnotherProgramHasOpenStays) {
+TEST_F(CalibrationWrites, AFileThatAnotherProgramHasOpenStays) {
     ASSERT_EQ(calibrate(), 1);
     const std::string camera = test::bytesOf(folder / "cam.xml");
     {
@@ -41,7 +41,7 @@ TEST_F(CalibrationFolders, AFileThatAnotherProgramHasOpenStays) {
     expectUnchanged(camera);
 }
 
-TEST_F(CalibrationFolders, APathLongerThanThe260CharactersOfThePlatformIsRefusedCleanly) {
+TEST_F(CalibrationWrites, APathLongerThanThe260CharactersOfThePlatformIsRefusedCleanly) {
     // Such folders can be made, by a name that tells the system to take it as it is.
     const std::string part(100, 'd');
     std::string deep = folder.path();
