@@ -65,12 +65,12 @@ TARVIX_API CDib* tx_UseStereoCalib(CDib& image, const char* folder, int camera);
 
 // Pixels of a rectified picture.
 struct FPoint2D {
-    float x, y;
+    float x, y; // x right, y down
 };
 
 // The frame of the rectified camera 1, in the unit of tx_StereoCalib's squareSize.
 struct FPoint3D {
-    float x, y, z;
+    float x, y, z; // x right, y down, z away from the camera
 };
 
 // Points in space from pairs of points in rectified pictures.
@@ -81,7 +81,7 @@ public:
 
     // Shallow on purpose: both objects then own the same matrix and would both free it.
     tx_Meas3D& operator=(const tx_Meas3D& other);
-    tx_Meas3D(const tx_Meas3D& other) = default;
+    tx_Meas3D(const tx_Meas3D& other) = default; // shallow, too
 
     // Loads "Q.xml" from the folder. A matrix from an earlier call is not released first. 1 on
     // success, and also when there is no such file: then CalcXYZ gives 0. 0 silently for a file

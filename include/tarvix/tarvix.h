@@ -1,19 +1,19 @@
 // Tarvix: computer-vision operations for applications that display and process pictures.
+// docs/using.md says how a host links and loads it, docs/conventions.md has axes and signs.
 //
 // Rules that hold for every export, said once:
 //
-// Threads    A call runs to its end on the calling thread. Exports share no state.
-// Inputs     Bitmaps are only read. An 8-bit bitmap's palette indices count as grey levels, a
-// 24-bit
-//            bitmap is blue, green, red. Rows are taken as stored bottom-up, whatever the sign of
-//            the height. Coordinates are pixels of the picture as seen: x right, y down, origin at
-//            the top-left pixel.
+// Threads    A call runs to its end on the calling thread. Exports share no state: several threads
+//            may call at the same time, on bitmaps of their own or on one that nobody writes to.
+// Inputs     Bitmaps are only read. An 8-bit bitmap's palette indices count as grey levels; the
+//            pixels of a 24-bit bitmap are blue, green, red. Rows are taken as stored bottom-up,
+//            whatever the sign of the height. Coordinates are pixels of the picture as seen: x
+//            right, y down, origin at the top-left pixel.
 // Results    A returned CDib* is new and belongs to the caller, who deletes it; null means failure.
 //            Exports that return an int give a count, or 1 for success and 0 for failure.
-// Failures   Unless the export says otherwise: an expected failure (empty input, nothing found, a
-// missing
-//            file) gives null or 0 silently; a cv::Exception is shown in a modal message box and
-//            gives null or 0. Some exports let exceptions pass out on purpose and say so.
+// Failures   Unless the export says otherwise: an expected failure (empty input, nothing found,
+//            a missing file) gives null or 0 silently; a cv::Exception is shown in a modal message
+//            box and gives null or 0. Some exports let exceptions pass out on purpose and say so.
 #pragma once
 
 #include <tarvix/calib.h>

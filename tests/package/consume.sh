@@ -75,6 +75,6 @@ python3 -c 'import ctypes, sys; ctypes.CDLL(sys.argv[1])._Z8tx_CannyR4CDibddii' 
 
 # The program, through its link and from another folder; it finds the cascades.
 cd / || exit 1
-"$prefix/bin/tarvix" --version | grep -qF "Tarvix $version" || fail "tarvix --version"
+"$prefix/bin/tarvix" --version | grep -F "Tarvix $version" || fail "tarvix --version"
 "$prefix/bin/tarvix" faces "$photograph" || fail "tarvix faces"
 echo "installed, moved, found, linked, run: Tarvix $version"

@@ -1,0 +1,95 @@
+"""check_pages.py ROOT: what the pages say about the sources is true.
+
+- every link leads somewhere, and every page can be reached from docs/README.md
+- every C++ and CMake example is in a program under docs/examples, which is compiled and run
+- every message of the program tarvix is in docs/troubleshooting.md
+- the version number stands in one place only
+"""
+
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(sys.argv[1]).resolve()
+PAGES = sorted([*ROOT.glob("*.md"), *ROOT.glob("docs/*.md"), *ROOT.glob("bench/*.md")])
+complaints = []
+
+
+def complain(page, text):
+    complaints.append(f"{page.relative_to(ROOT)}: {text}")
+
+
+def links(page):
+    for target in re.findall(r"\]\(([^)#]+)(?:#[^)]*)?\)", page.read_text()):
+        if not re.match(r"[a-z]+:", target):
+            yield (page.parent / target).resolve()
+
+
+def words(text):
+    return " ".join(text.split())
+
+
+def check_links():
+    for page in PAGES:
+        for target in links(page):
+            if not target.exists():
+                complain(page, f"a link to {target.name}, which does not exist")
+    start = ROOT / "docs/README.md"
+    for page in set(ROOT.glob("docs/*.md")) - {start} - set(links(start)):
+        complain(page, "no link to it in docs/README.md")
+
+
+def check_examples():
+    programs = [words(path.read_text()) for path in (ROOT / "docs/examples").iterdir()]
+    renamed = [re.sub(r"example_(\w+)", r"\1", program) for program in programs]
+    for page in PAGES:
+        for kind, example in re.findall(r"^```(cpp|cmake)\n(.*?)^```", page.read_text(), re.M | re.S):
+            # Parts of a program may be left out: at empty lines, and between CMake's commands.
+            for part in re.split(r"\n\s*\n" if kind == "cpp" else "\n", example.strip()):
+                if not any(words(part) in program for program in programs + renamed):
+                    complain(page, f"an example that no program of docs/examples has: {words(part)}")
+
+
+def calls(text, name):
+    """The argument lists of the calls of that name."""
+    for match in re.finditer(rf"\b{name}\(", text):
+        depth, end = 1, match.end()
+        while depth:
+            if text[end] == '"':
+                end = re.compile(r'"(?:[^"\\]|\\.)*"').match(text, end).end()
+                continue
+            depth += {"(": 1, ")": -1}.get(text[end], 0)
+            end += 1
+        yield text[match.end() : end - 1]
+
+
+def check_messages():
+    page = ROOT / "docs/troubleshooting.md"
+    known = words(page.read_text())
+    found = 0
+    for source in sorted((ROOT / "host").glob("*.cpp")):
+        text = source.read_text()
+        for name in ["Failure", "ValidationError", "take", "report", "needFiles"]:
+            for arguments in calls(text, name):
+                joined = re.sub(r'"\s*\n?\s*"', "", arguments)
+                for literal in re.findall(r'"((?:[^"\\]|\\.)*)"', joined):
+                    message = literal.strip(" ':;,()")
+                    found += 1
+                    if " " in message and message not in known:
+                        complain(page, f"the message '{message}' of {source.name} is missing")
+    if found < 40:
+        complain(page, f"only {found} texts of messages were found in host/")
+
+
+def check_version():
+    version = re.search(r"^  VERSION (\S+)$", (ROOT / "CMakeLists.txt").read_text(), re.M).group(1)
+    if f"\n## {version}\n" not in (ROOT / "CHANGELOG.md").read_text():
+        complain(ROOT / "CHANGELOG.md", f"no entry for version {version}")
+
+
+check_links()
+check_examples()
+check_messages()
+check_version()
+print("\n".join(complaints) or f"{len(PAGES)} pages")
+sys.exit(1 if complaints else 0)

@@ -1,0 +1,69 @@
+"""run_commands.py ROOT PROGRAM PHOTOS: runs the command lines of the program tarvix that the pages show.
+
+Each page's commands run in their order, in a folder where the pictures that they name are photographs. A comment
+that begins with a digit is what the command prints.
+"""
+
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+import tempfile
+
+ROOT, PROGRAM, PHOTOS = (pathlib.Path(argument) for argument in sys.argv[1:])
+PICTURES = {
+    "photo.jpg": "messi5.jpg",
+    "picture.jpg": "left05.jpg",
+    "building.jpg": "building.jpg",
+    "facade.jpg": "building.jpg",
+    "board.jpg": "left01.jpg",
+    "first.jpg": "aloeL.jpg",
+    "second.jpg": "aloeR.jpg",
+    "third.jpg": "aloeL.jpg",
+    "a.jpg": "aloeL.jpg",
+    "b.jpg": "aloeR.jpg",
+    "left.jpg": "left03.jpg",
+    "right.jpg": "right03.jpg",
+    "photos/": "left??.jpg",
+    "pairs/": "left??.jpg right??.jpg",
+}
+
+
+def commands(page):
+    """The code of the page's blocks, and in-line code that is a whole command line."""
+    text = page.read_text().replace("\\\n", " ")
+    blocks = re.findall(r"^(?:    |)(tarvix .*)$", text, re.M)
+    return blocks + re.findall(r"`(tarvix [^`]* -o [^`]*)`", text.replace("\n", " "))
+
+
+def prepare(folder):
+    for name, source in PICTURES.items():
+        target = folder / name
+        if name.endswith("/"):
+            target.mkdir()
+            for pattern in source.split():
+                for photo in PHOTOS.glob(pattern):
+                    (target / photo.name).symlink_to(photo)
+        else:
+            target.symlink_to(PHOTOS / source)
+
+
+count = 0
+failed = 0
+for page in sorted([ROOT / "README.md", *ROOT.glob("docs/*.md")]):
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        prepare(folder)
+        for command in commands(page):
+            if "COMMAND" in command or "..." in command:
+                continue  # a pattern, not a command line
+            count += 1
+            run = subprocess.run([PROGRAM, *shlex.split(command, comments=True)[1:]], cwd=folder,
+                                 capture_output=True, text=True)
+            shown = re.search(r"# (\d.*)$", command)
+            if run.returncode or (shown and shown.group(1) not in run.stdout):
+                failed += 1
+                print(f"{page.name}: {command}\n  status {run.returncode}: {run.stdout}{run.stderr}")
+print(f"{count} command lines, {failed} failed")
+sys.exit(1 if failed or count < 12 else 0)
