@@ -30,8 +30,8 @@ for name in "${names[@]}"; do
   log=$root/build/fuzz/$name.log
   mkdir -p "$kept"
   say "fuzz: $name for $seconds s"
-  # An input may take 25 s: the limit on hangs.
-  if ! nice -n 19 "$program" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=4096 -malloc_limit_mb=1000000 \
+  # An input may take a minute, on a machine that has other things to do: the limit on hangs.
+  if ! nice -n 19 "$program" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=4096 -malloc_limit_mb=1000000 \
     -max_len=20000 -artifact_prefix="$found/$name-" -print_final_stats=1 \
     "$kept" "$root/tests/fuzz/corpus/$name" >"$log" 2>&1; then
     tail -n 60 "$log" >&2

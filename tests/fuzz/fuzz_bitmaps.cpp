@@ -67,7 +67,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     paint(*a.second, in.rest(), shift);
     if (name == "tx_Denoise") {
         // The time grows with the square of the search window, as documented.
-        constexpr int widest = 25;
+        constexpr int widest = 11;
         for (int& window : a.ints) {
             window = window > widest && window <= 1000 ? window % widest : window;
         }

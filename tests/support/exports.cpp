@@ -31,12 +31,6 @@ void fill(CStringArray& list, const std::vector<std::string>& texts) {
     }
 }
 
-void addFolder(Digest& digest, const std::string& folder) {
-    for (const char* name : {"cam", "dist", "M1", "D1", "R1", "P1", "M2", "D2", "R2", "P2", "Q"}) {
-        digest.addFile(folder + "/" + name + ".xml");
-    }
-}
-
 template <std::size_t N>
 void addAll(Digest& digest, const std::array<double, N>& numbers) {
     digest.add(numbers.data(), sizeof numbers);
@@ -188,37 +182,20 @@ const Export table[] = {
      false,
      {},
      {},
-     [](Arguments& a, Digest& d) {
-         CStringArray inputs, outputs;
-         fill(inputs, a.files);
-         fill(outputs, a.outputs);
-         const int result = tx_MatchImages(inputs, outputs);
-         for (const std::string& path : a.outputs) {
-             d.addFile(path);
-         }
-         return result;
-     }},
+     [](Arguments& a, Digest&) { return tx_MatchImages(a.lists->files, a.lists->outputs); }},
     {"tx_Stitch",
      passMemory,
      false,
      {},
      {},
-     [](Arguments& a, Digest& d) {
-         CStringArray files;
-         fill(files, a.files);
-         return d.take(tx_Stitch(files));
-     }},
+     [](Arguments& a, Digest& d) { return d.take(tx_Stitch(a.lists->files)); }},
     {"tx_Calib",
      passNothing,
      false,
      {},
      {Workplace::boardWidth, Workplace::boardHeight},
-     [](Arguments& a, Digest& d) {
-         CStringArray files;
-         fill(files, a.files);
-         const int done = tx_Calib(files, a.folder.c_str(), a.ints[0], a.ints[1], nullptr);
-         addFolder(d, a.folder);
-         return done;
+     [](Arguments& a, Digest&) {
+         return tx_Calib(a.lists->files, a.folder.c_str(), a.ints[0], a.ints[1], nullptr);
      }},
     {"tx_UseCalib",
      passNothing,
@@ -237,13 +214,9 @@ const Export table[] = {
      false,
      {25},
      {Workplace::boardWidth, Workplace::boardHeight},
-     [](Arguments& a, Digest& d) {
-         CStringArray files;
-         fill(files, a.files);
-         const int done = tx_StereoCalib(files, a.folder.c_str(), a.ints[0], a.ints[1],
-                                         narrow(a.reals[0]), nullptr);
-         addFolder(d, a.folder);
-         return done;
+     [](Arguments& a, Digest&) {
+         return tx_StereoCalib(a.lists->files, a.folder.c_str(), a.ints[0], a.ints[1],
+                               narrow(a.reals[0]), nullptr);
      }},
     {"tx_UseStereoCalib",
      passNothing,
@@ -367,9 +340,14 @@ int MessageCounter::DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) {
     return IDOK;
 }
 
-Outcome run(const Export& e, Arguments& arguments, unsigned passes) {
+Outcome run(const Export& e, Arguments& arguments, unsigned passes,
+            const std::function<int(const Call&)>& around) {
     Digest digest;
     Outcome outcome;
+    arguments.lists = std::make_unique<Lists>();
+    fill(arguments.lists->files, arguments.files);
+    fill(arguments.lists->outputs, arguments.outputs);
+    const Call call = [&] { return e.call(arguments, digest); };
     messagesHere = 0;
     messageDigest = &digest;
     cv::theRNG().state = 1;
@@ -382,7 +360,7 @@ Outcome run(const Export& e, Arguments& arguments, unsigned passes) {
         digest.add(text);
     };
     try {
-        outcome.value = e.call(arguments, digest);
+        outcome.value = around ? around(call) : call();
     } catch (const cv::Exception& exception) {
         passed(passOpenCv, exception.what());
     } catch (const std::bad_alloc& exception) {
@@ -392,6 +370,9 @@ Outcome run(const Export& e, Arguments& arguments, unsigned passes) {
         passed(passInvalidArgument, "an improper argument");
     }
     messageDigest = nullptr;
+    for (const std::string& path : arguments.outputs) {
+        digest.addFile(path);
+    }
     outcome.messages = messagesHere;
     outcome.digest = digest.value();
     return outcome;
@@ -454,11 +435,21 @@ Arguments Workplace::usualFor(const Export& e, const std::string& outputs) const
     a.ints = e.ints;
     const std::string out = m_folder / outputs;
     fs::create_directories(out);
-    const bool writesCalibration = name == "tx_Calib" || name == "tx_StereoCalib";
-    a.folder = writesCalibration ? out : calibration();
-    a.files = writesCalibration ? m_boards : m_windows;
-    for (std::size_t i = 0; i < m_windows.size(); ++i) {
-        a.outputs.push_back(out + "/registered" + std::to_string(i) + ".bmp");
+    const bool isMono = name == "tx_Calib";
+    const bool isStereo = name == "tx_StereoCalib";
+    a.folder = isMono || isStereo ? out : calibration();
+    a.files = isMono || isStereo ? m_boards : m_windows;
+    std::vector<std::string> written;
+    if (isMono) {
+        written = {"cam.xml", "dist.xml"};
+    } else if (isStereo) {
+        written = {"M1.xml", "D1.xml", "R1.xml", "P1.xml", "M2.xml",
+                   "D2.xml", "R2.xml", "P2.xml", "Q.xml"};
+    } else if (name == "tx_MatchImages") {
+        written = {"a.bmp", "b.png", "c.jpg"};
+    }
+    for (const std::string& file : written) {
+        a.outputs.push_back(out + "/" + file);
     }
     return a;
 }

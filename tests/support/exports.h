@@ -6,23 +6,34 @@
 
 #include <afxwin.h>
 
+#include <afxcoll.h> // after afxwin.h
+
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace test {
 
-// What exports take; each uses some of it. The pictures and four-point arrays come in the order of
-// the declaration, so do numbers of one type.
+// File names as exports take them.
+struct Lists {
+    CStringArray files, outputs;
+};
+
+// What exports take; each uses some of it. Pictures, arrays and numbers of one type come in the
+// order of the declaration.
 struct Arguments {
     Dib image, second;
     std::array<double, 8> from{}, to{};
     std::array<double, 4> reals{};
     std::array<int, 4> ints{};
     std::string folder; // of a calibration
-    std::vector<std::string> files, outputs;
+    std::vector<std::string> files;
+    std::vector<std::string> outputs; // what the call may write
+    std::unique_ptr<Lists> lists;     // files and outputs again; run() makes them
 };
 
 // Exceptions that may leave an export, by its declaration.
@@ -33,7 +44,7 @@ struct Outcome {
     Passes passedOut = passNothing;
     int value = 0;            // count or flag; 1 for a bitmap, 0 for NULL
     int messages = 0;         // shown
-    std::uint64_t digest = 0; // of bitmaps, arrays, texts and files handed out, and of messages
+    std::uint64_t digest = 0; // of bitmaps, arrays, texts, outputs and messages
 
     bool operator==(const Outcome&) const = default;
 };
@@ -41,7 +52,7 @@ struct Outcome {
 class Digest {
 public:
     void add(const void* data, std::size_t bytes);
-    void add(const std::string& text) { add(text.data(), text.size()); }
+    void add(std::string_view text) { add(text.data(), text.size()); }
     void addFile(const std::string& path); // its bytes, or that there is none
     int take(CDib* result);                // deletes it; 1, or 0 for null
     [[nodiscard]] std::uint64_t value() const { return m_value; }
@@ -63,8 +74,11 @@ std::span<const Export> allExports();
 const Export& exportNamed(const std::string& name);
 
 // Makes the call and deletes what it returns. The random colours of OpenCV's drawings are the same
-// each time. Raises std::logic_error when an exception leaves the export that `passes` lacks.
-Outcome run(const Export& e, Arguments& arguments, unsigned passes);
+// each time. `around`, if any, makes the call itself; nothing of the caller's own allocates in it.
+// Raises std::logic_error when an exception leaves the export that `passes` lacks.
+using Call = std::function<int()>;
+Outcome run(const Export& e, Arguments& arguments, unsigned passes,
+            const std::function<int(const Call&)>& around = {});
 inline Outcome run(const Export& e, Arguments& arguments) {
     return run(e, arguments, e.passes);
 }

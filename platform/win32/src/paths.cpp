@@ -1,9 +1,14 @@
 #include <shlwapi.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <system_error>
+
+#include <unistd.h>
 
 namespace {
 
@@ -49,31 +54,26 @@ BOOL PathRemoveFileSpecA(LPSTR path) {
     return TRUE;
 }
 
-LPSTR PathCombineA(LPSTR destination, LPCSTR directory, LPCSTR file) try {
+LPSTR PathCombineA(LPSTR destination, LPCSTR directory, LPCSTR file) {
     if (destination == nullptr) {
         return nullptr;
     }
-    std::string path;
-    if (isEmpty(file)) {
-        path = directory == nullptr ? "" : directory;
-    } else if (isEmpty(directory) || *file == '/') {
-        path = file;
-    } else {
-        path = directory;
-        if (path.back() != '/') {
-            path += '/';
-        }
-        path += file;
-    }
-    if ((directory == nullptr && file == nullptr) || path.size() >= MAX_PATH) {
+    const std::string_view name = isEmpty(file) ? "" : file;
+    const std::string_view folder = isEmpty(directory) || name.starts_with('/') ? "" : directory;
+    const bool isSeparated = folder.empty() || name.empty() || folder.back() == '/';
+    const std::size_t length = folder.size() + (isSeparated ? 0 : 1) + name.size();
+    if ((directory == nullptr && file == nullptr) || length >= MAX_PATH) {
         *destination = '\0';
         return nullptr;
     }
-    std::memcpy(destination, path.c_str(), path.size() + 1);
+    std::array<char, MAX_PATH> path{}; // the destination may be the directory
+    char* end = std::copy(folder.begin(), folder.end(), path.data());
+    if (!isSeparated) {
+        *end++ = '/';
+    }
+    std::copy(name.begin(), name.end(), end);
+    std::memcpy(destination, path.data(), length + 1);
     return destination;
-} catch (const std::exception&) {
-    *destination = '\0';
-    return nullptr;
 }
 
 BOOL PathAppendA(LPSTR path, LPCSTR more) {
@@ -83,9 +83,6 @@ BOOL PathAppendA(LPSTR path, LPCSTR more) {
     return PathCombineA(path, path, more) != nullptr ? TRUE : FALSE;
 }
 
-BOOL PathFileExistsA(LPCSTR path) try {
-    std::error_code error;
-    return path != nullptr && std::filesystem::exists(path, error) ? TRUE : FALSE;
-} catch (const std::exception&) {
-    return FALSE;
+BOOL PathFileExistsA(LPCSTR path) {
+    return path != nullptr && access(path, F_OK) == 0 ? TRUE : FALSE;
 }

@@ -1,0 +1,176 @@
+// Whatever fails inside a call - an allocation, a bitmap, a file that opens or takes bytes - the
+// export gives a documented result, leaks nothing and leaves calibrations whole. The environment
+// variable TARVIX_FAULTS sets how many faults of each kind every export gets at most; when a call
+// has more places where it could fail, they are spread over it.
+#include "tests/support/exports.h"
+#include "tests/support/fault_injection.h"
+#include "tests/support/file_size_limit.h"
+
+#include <MorvelDibTesting.h>
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include <omp.h>
+
+namespace {
+
+using test::Fault;
+using test::FaultInjection;
+
+const std::string earlier = "an earlier calibration";
+
+const test::Workplace& place() {
+    static const test::Workplace one;
+    return one;
+}
+
+std::string bytesOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Faults : public testing::TestWithParam<const test::Export*> {
+protected:
+    const test::Export& e = *GetParam();
+    test::MessageCounter host;
+    test::Arguments arguments = place().usualFor(e, std::string("faults-") + e.name);
+    test::Outcome usual;
+    std::vector<std::string> usualOutputs;
+    const bool writesCalibration =
+        !arguments.outputs.empty() && arguments.outputs[0].ends_with("xml");
+
+    Faults() {
+        // One thread does everything, so that everything can fail.
+        cv::setNumThreads(1);
+        omp_set_num_threads(1);
+        for (int i = 0; i < 3; ++i) { // what is made once is made
+            usual = test::run(e, arguments);
+        }
+        EXPECT_NE(usual.value, 0);
+        for (const std::string& path : arguments.outputs) {
+            usualOutputs.push_back(bytesOf(path));
+        }
+    }
+
+    // Makes the call with a fault in it and judges what came of it.
+    void tryWith(const std::string& fault, const std::function<int(const test::Call&)>& around) {
+        SCOPED_TRACE(fault);
+        for (const std::string& path : arguments.outputs) {
+            std::ofstream(path) << earlier;
+        }
+        const long dibs = morvel_dib_testing::liveObjects();
+        test::Outcome outcome;
+        ASSERT_NO_THROW(outcome = test::run(e, arguments, e.passes, around));
+        EXPECT_EQ(morvel_dib_testing::liveObjects(), dibs);
+        EXPECT_LE(outcome.messages, (e.passes & test::passOpenCv) != 0 ? 0 : 1);
+        if (outcome.value != 0 && outcome.value != usual.value) {
+            ADD_FAILURE() << "a result that is neither the usual one nor a failure";
+        }
+        if (writesCalibration) {
+            for (std::size_t i = 0; i < arguments.outputs.size(); ++i) {
+                const std::string now = bytesOf(arguments.outputs[i]);
+                EXPECT_TRUE(now == earlier || now == usualOutputs[i]) << arguments.outputs[i];
+            }
+        }
+    }
+
+    // Every place of the kind in turn.
+    void sweep(Fault kind, const char* name) {
+        test::run(e, arguments, e.passes, [](const test::Call& call) {
+            const FaultInjection counting;
+            return call();
+        });
+        const long places = FaultInjection::count(kind);
+        const char* const wanted = std::getenv("TARVIX_FAULTS");
+        const long most = wanted == nullptr ? 30 : std::strtol(wanted, nullptr, 10);
+        const double step = std::max(1.0, static_cast<double>(places) / static_cast<double>(most));
+        for (double next = 1; next < static_cast<double>(places) + 1; next += step) {
+            const long n = static_cast<long>(next);
+            const auto around = [&](const test::Call& call) {
+                const FaultInjection failing(kind, n);
+                return call();
+            };
+            // A leak is what leaks again; what is made once stays and is none.
+            long leaked = 0;
+            for (int again = 0; again < 3; ++again) {
+                const long before = FaultInjection::liveBlocks();
+                tryWith(std::string(name) + " " + std::to_string(n), around);
+                leaked = FaultInjection::liveBlocks() - before;
+                if (leaked <= 0 || HasFailure()) {
+                    break;
+                }
+            }
+            if (!FaultInjection::hasFailed()) {
+                ++spared;
+                continue;
+            }
+            ++tried;
+            if (leaked > 0) {
+                // OpenCV leaks where an allocation of its own fails between two others.
+                const std::string library = FaultInjection::failedLibrary();
+                const bool isOurs =
+                    library.starts_with("libTarvix") || library.starts_with("libMorvel");
+                EXPECT_FALSE(isOurs) << name << " " << n << FaultInjection::failedTrace();
+                ++leakedElsewhere;
+            }
+        }
+        std::cout << e.name << ", " << name << ": " << places << " places, " << tried
+                  << " failed in turn, " << leakedElsewhere << " of them leaked in OpenCV, "
+                  << spared << " spared\n";
+    }
+
+    int tried = 0, spared = 0, leakedElsewhere = 0;
+};
+
+TEST_P(Faults, Allocations) {
+    sweep(Fault::allocation, "allocation");
+}
+
+TEST_P(Faults, OpenedFiles) {
+    sweep(Fault::open, "open");
+}
+
+TEST_P(Faults, WrittenFiles) {
+    sweep(Fault::write, "write");
+}
+
+TEST_P(Faults, Bitmaps) {
+    for (long n = 1; n <= 3; ++n) {
+        tryWith("create " + std::to_string(n), [&](const test::Call& call) {
+            morvel_dib_testing::failCreate(n);
+            return call();
+        });
+        morvel_dib_testing::failCreate(0);
+        tryWith("construction " + std::to_string(n), [&](const test::Call& call) {
+            morvel_dib_testing::failConstruction(n);
+            return call();
+        });
+        morvel_dib_testing::failConstruction(0);
+    }
+}
+
+TEST_P(Faults, AFullDisk) {
+    for (const std::size_t bytes : {0, 1, 100, 300, 500, 5000, 50000}) {
+        tryWith("full after " + std::to_string(bytes), [&](const test::Call& call) {
+            const test::FileSizeLimit full(bytes);
+            return call();
+        });
+    }
+}
+
+std::vector<const test::Export*> pointers() {
+    std::vector<const test::Export*> all;
+    for (const test::Export& e : test::allExports()) {
+        all.push_back(&e);
+    }
+    return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, Faults, testing::ValuesIn(pointers()),
+                         [](const auto& each) { return std::string(each.param->name); });
+
+} // namespace
