@@ -17,10 +17,10 @@ double parseNumber(const std::string& text, const std::string& whole) {
     return value;
 }
 
-int parseCount(const std::string& text, const std::string& whole) {
+int parseCount(const std::string& digits, const std::string& whole) {
     int value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    const char* end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, value);
     if (error != std::errc{} || stop != end) {
         throw CLI::ValidationError("'" + whole +
                                    "' is not a board; write the inner corners as 9x6");

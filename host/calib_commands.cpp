@@ -95,7 +95,7 @@ bool isPicture(const fs::path& path) {
     std::transform(extension.begin(), extension.end(), extension.begin(), [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });
-    return extensions.count(extension) != 0;
+    return extensions.contains(extension);
 }
 
 // The pictures of a folder, by name.

@@ -141,7 +141,7 @@ private:
 class OutputNames {
 public:
     OutputNames(std::string folderOrPattern, std::size_t count)
-        : m_pattern(folderOrPattern),
+        : m_pattern(std::move(folderOrPattern)),
           m_digits(std::max<std::size_t>(2, std::to_string(count == 0 ? 0 : count - 1).size())) {
         if (m_pattern.find("{}") == std::string::npos) {
             m_pattern = (fs::path(m_pattern) / "registered-{}.png").string();

@@ -106,10 +106,9 @@ public:
     }
 
     [[nodiscard]] std::vector<std::string> placed(const std::vector<std::string>& command) const {
-        std::vector<std::string> words;
-        for (const std::string& word : command) {
-            words.push_back(place(word));
-        }
+        std::vector<std::string> words(command.size());
+        std::transform(command.begin(), command.end(), words.begin(),
+                       [this](const std::string& word) { return place(word); });
         return words;
     }
 

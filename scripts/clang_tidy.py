@@ -80,9 +80,16 @@ def header_filter():
     return f"^{re.escape(str(ROOT))}{pattern[1]}"
 
 
+def own_settings(source):
+    """The settings of the folders between the root and the source."""
+    folders = [ROOT / folder for folder in pathlib.Path(source).relative_to(ROOT).parents]
+    return [content(str(folder / ".clang-tidy")) for folder in folders
+            if folder != ROOT and (folder / ".clang-tidy").exists()]
+
+
 def check(entry, settings):
     """Returns "unchanged", "silent" or the warnings."""
-    base = digest(settings, portable(entry["file"]), *map(portable, command_of(entry)[1:]))
+    base = digest(settings, *own_settings(entry["file"]), portable(entry["file"]), *map(portable, command_of(entry)[1:]))
     listing = CACHE / f"{base}.files"
     if listing.exists():
         files = [absolute(line) for line in listing.read_text().splitlines()]

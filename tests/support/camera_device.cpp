@@ -110,8 +110,8 @@ int answer(unsigned long request, void* argument) {
     case VIDIOC_QUERYCAP: {
         auto& capability = *static_cast<v4l2_capability*>(argument);
         capability = {};
-        std::strcpy(reinterpret_cast<char*>(capability.driver), "emulated");
-        std::strcpy(reinterpret_cast<char*>(capability.card), "Emulated camera");
+        std::memcpy(capability.driver, "emulated", sizeof "emulated");
+        std::memcpy(capability.card, "Emulated camera", sizeof "Emulated camera");
         capability.capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
         return 0;
     }
@@ -149,29 +149,29 @@ int answer(unsigned long request, void* argument) {
 
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 
-EXPORTED int open(const char* path, int flags, ...) {
+EXPORTED int open(const char* file, int oflag, ...) {
     mode_t mode = 0;
-    if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
+    if ((oflag & (O_CREAT | O_TMPFILE)) != 0) {
         va_list arguments;
-        va_start(arguments, flags);
+        va_start(arguments, oflag);
         mode = va_arg(arguments, mode_t);
         va_end(arguments);
     }
     const char* const framesPath = std::getenv(test::cameraVariable);
-    if (framesPath != nullptr && std::strcmp(path, "/dev/video0") == 0) {
+    if (framesPath != nullptr && std::strcmp(file, "/dev/video0") == 0) {
         return openCamera(framesPath);
     }
-    return openat(AT_FDCWD, path, flags, mode);
+    return openat(AT_FDCWD, file, oflag, mode);
 }
 
-EXPORTED int ioctl(int descriptor, unsigned long request, ...) noexcept {
+EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
     // Once closed, the number may be another file's, which gets no requests of the video system.
-    if (_IOC_TYPE(request) == 'V' && descriptor == camera().descriptor) {
+    if (_IOC_TYPE(request) == 'V' && fd == camera().descriptor) {
         return answer(request, argument);
     }
-    return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
+    return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
 }

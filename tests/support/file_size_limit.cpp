@@ -26,7 +26,7 @@ FileSizeLimit::FileSizeLimit(std::size_t bytes) {
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
     m_before = limit.rlim_cur;
-    std::signal(SIGXFSZ, SIG_IGN);
+    (void)std::signal(SIGXFSZ, SIG_IGN);
     setLimit(bytes);
 }
 
@@ -35,7 +35,7 @@ FileSizeLimit::~FileSizeLimit() {
     getrlimit(RLIMIT_FSIZE, &limit);
     limit.rlim_cur = static_cast<rlim_t>(m_before);
     setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, SIG_DFL);
+    (void)std::signal(SIGXFSZ, SIG_DFL);
 }
 
 } // namespace test

@@ -60,5 +60,6 @@ PreviewWindow::PreviewWindow(const std::string& title, int width, int height)
 PreviewWindow::~PreviewWindow() = default;
 
 HWND PreviewWindow::handle() const {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the handle is the window's number
     return reinterpret_cast<HWND>(static_cast<std::uintptr_t>(m_state->window));
 }
