@@ -4,7 +4,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v clang-format >/dev/null || die "clang-format is missing: install the package clang-format"
 cd "$root"
-mapfile -t files < <(git ls-files '*.h' '*.cpp')
+mapfile -t files < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
 if [ "${1:-}" = --fix ]; then
   clang-format -i "${files[@]}"
 else

@@ -3,6 +3,8 @@
 - every link leads somewhere, and every page can be reached from docs/README.md
 - every C++ and CMake example is in a program under docs/examples, which is compiled and run
 - every message of the program tarvix is in docs/troubleshooting.md
+- every export is in the README's table, in the table of failures of docs/using.md, on its family's page, and in the
+  tables of the tests that put all exports through the same
 - the version number stands in one place only
 """
 
@@ -81,6 +83,21 @@ def check_messages():
         complain(page, f"only {found} texts of messages were found in host/")
 
 
+def check_exports():
+    symbols = (ROOT / "tests/module/exports.txt").read_text()
+    pages = "".join(page.read_text() for page in ROOT.glob("docs/*.md") if page.name != "using.md")
+    fuzzers = "".join(source.read_text() for source in ROOT.glob("tests/fuzz/fuzz_*.cpp"))
+    for name in sorted(set(re.findall(r"^(tx_\w+)", symbols, re.M))):
+        for page in ["README.md", "docs/using.md", "tests/support/exports.cpp"]:
+            if name not in re.findall(r"\w+", (ROOT / page).read_text()):
+                complain(ROOT / page, f"{name} is missing")
+        if name not in re.findall(r"\w+", pages):
+            complain(ROOT / "docs", f"{name} is on no page")
+        # Without a camera, which a fuzzer has not, tracking ends at once.
+        if name != "tx_TrackFace" and name not in re.findall(r"\w+", fuzzers):
+            complain(ROOT / "tests/fuzz", f"{name} is in no fuzzer")
+
+
 def check_version():
     version = re.search(r"^  VERSION (\S+)$", (ROOT / "CMakeLists.txt").read_text(), re.M).group(1)
     if f"\n## {version}\n" not in (ROOT / "CHANGELOG.md").read_text():
@@ -90,6 +107,7 @@ def check_version():
 check_links()
 check_examples()
 check_messages()
+check_exports()
 check_version()
 print("\n".join(complaints) or f"{len(PAGES)} pages")
 sys.exit(1 if complaints else 0)

@@ -6,6 +6,7 @@ set -uo pipefail
 update=
 if [ "$1" = --update ]; then update=1 && shift; fi
 baseline=$1 version=$2 module=$3
+[ -e "$module" ] || { echo "no $module: build everything first" >&2; exit 1; }
 suppressions=$(mktemp) errors=$(mktemp)
 trap 'rm -f "$suppressions" "$errors"' EXIT
 # What a host is compiled with is ours or the platform's; the rest stands behind pointers and in private members.

@@ -449,7 +449,7 @@ Arguments Workplace::usualFor(const Export& e, const std::string& outputs) const
         written = {"a.bmp", "b.png", "c.jpg"};
     }
     for (const std::string& file : written) {
-        a.outputs.push_back(out + "/" + file);
+        a.outputs.push_back((fs::path(out) / file).string());
     }
     return a;
 }
