@@ -1,6 +1,7 @@
 // Writes the edges of a picture's top-left 64 x 64 pixels as text: load, one operation, own, free.
 #include <tarvix/tarvix.h>
 
+#include <cstddef>
 #include <iostream>
 #include <memory>
 
@@ -12,9 +13,9 @@ int main(int argc, char** argv) {
     }
     const std::unique_ptr<CDib> edges(tx_Canny(*picture, 80, 200, 3, 0)); // may throw cv::Exception
     const BITMAPINFOHEADER& header = edges->m_bmi.bmiHeader;
-    for (int y = 0; y < header.biHeight && y < 64; ++y) { // stored rows run from the bottom up
-        const BYTE* row =
-            edges->m_pBits + (header.biHeight - 1 - y) * ((header.biWidth + 3) / 4 * 4);
+    const std::ptrdiff_t stride = (std::ptrdiff_t{header.biWidth} + 3) / 4 * 4; // padded rows,
+    for (int y = 0; y < header.biHeight && y < 64; ++y) { // stored from the bottom up
+        const BYTE* row = edges->m_pBits + (header.biHeight - 1 - y) * stride;
         for (int x = 0; x < header.biWidth && x < 64; ++x) {
             std::cout << (row[x] != 0 ? '#' : '.');
         }

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# consume.sh BUILD SOURCE PHOTOGRAPH VERSION LIBDIR: installs the build by component, moves the tree, and builds and
-# runs hosts against it in projects of their own: by find_package and by pkg-config.
+# consume.sh BUILD SOURCE PHOTOGRAPH VERSION LIBDIR MESSAGE_BOX_TEST: installs the build by component,
+# moves the tree, and builds and runs hosts against it in projects of their own: by find_package and by pkg-config.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-build=$1 source=$2 photograph=$3 version=$4 libdir=$5
+build=$1 source=$2 photograph=$3 version=$4 libdir=$5 message_box_test=$6
 
 # The components divide the tree: nothing twice, nothing left out.
 for component in Runtime Development Host; do
@@ -77,4 +77,7 @@ python3 -c 'import ctypes, sys; ctypes.CDLL(sys.argv[1])._Z8tx_CannyR4CDibddii' 
 cd / || exit 1
 "$prefix/bin/tarvix" --version | grep -F "Tarvix $version" || fail "tarvix --version"
 "$prefix/bin/tarvix" faces "$photograph" || fail "tarvix faces"
+
+# The class library finds the program of the message box where it is installed.
+LD_LIBRARY_PATH="$prefix/$libdir" quietly "the message box" "$message_box_test" --gtest_filter=MessageBox.IsShownFromAnyThread
 echo "installed, moved, found, linked, run: Tarvix $version"
