@@ -201,12 +201,17 @@ void runCalibration(const CalibrationOptions& o, const std::vector<std::string>&
         throw Failure("");
     }
     std::string missing;
+    std::size_t without = 0;
     for (const std::string& file : files) {
         const Picture picture = loadPicture(file, false);
         CString corners;
         if (Picture(tx_FindChessboard(*picture, o.board[0], o.board[1], corners)) == nullptr) {
             missing += (missing.empty() ? "" : ", ") + ("'" + file + "'");
+            ++without;
         }
+    }
+    if (without > 1 && without == files.size()) {
+        throw Failure("no board of " + size + " inner corners in any of the photographs");
     }
     throw Failure(missing.empty() ? "the board of " + size +
                                         " inner corners was not found in one of the photographs"
@@ -311,6 +316,7 @@ void addStereoCalib(CLI::App& app) {
             files =
                 o->photos.size() == 1 && isFolder(o->photos[0]) ? pairsIn(o->photos[0]) : o->photos;
         }
+        checkFiles(files);
         if (files.empty() || files.size() % 2 != 0) {
             throw CLI::ValidationError("the photographs come in pairs: left right left right ...");
         }
@@ -425,7 +431,8 @@ void addMeasure(CLI::App& app) {
     };
     auto o = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand(
-        "measure", "The point in space seen at two points of a rectified pair: x y z");
+        "measure", "The point in space seen at two points of a rectified pair: x y z (stereo-calib "
+                   "alone gives no metric space; docs/calibration.md)");
     addFolder(*command, o->folder);
     command->add_option("--p1", o->p1, "The point x,y in one rectified picture (pixels)")
         ->required();

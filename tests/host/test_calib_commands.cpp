@@ -77,6 +77,10 @@ TEST_F(CalibCommands, TheFileWithoutABoardIsNamed) {
     const ProgramResult pair = tarvix(stereo);
     expectOneLine(pair, 1);
     EXPECT_THAT(pair.err, HasSubstr("fruits.jpg"));
+    const ProgramResult all = tarvix({"calib", test::photoPath("home.jpg"),
+                                      test::photoPath("fruits.jpg"), "--board", "9x6", "-o", set});
+    expectOneLine(all, 1);
+    EXPECT_THAT(all.err, HasSubstr("in any of the photographs"));
 }
 
 TEST_F(CalibCommands, Failures) {
@@ -87,6 +91,9 @@ TEST_F(CalibCommands, Failures) {
     expectOneLine(tarvix({"calib", "--board", "9x6", "-o", set}), 2);
     expectOneLine(tarvix({"stereo-calib", test::pairPhoto("left", 1), "--board", "9x6", "-o", set}),
                   2);
+    const ProgramResult missing = tarvix({"stereo-calib", "none.jpg", "--board", "9x6", "-o", set});
+    expectOneLine(missing, 1);
+    EXPECT_THAT(missing.err, HasSubstr("no such file: 'none.jpg'"));
     expectOneLine(tarvix({"undistort", test::photoPath("home.jpg"), "-o", out, "--calib", set}), 1);
     expectOneLine(tarvix({"rectify", test::photoPath("home.jpg"), "-o", out, "--calib", set}), 1);
     expectOneLine(tarvix({"measure", "--calib", set, "--p1", "1,2", "--p2", "3,4"}), 1);
