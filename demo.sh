@@ -4,7 +4,7 @@
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 out=${1:-$root/build/gallery}
-install_packages build
+install_packages build test # the preset configures the tests, too
 configure_and_build release tarvix_host
 say "gallery: every operation on real photographs"
 "$root/build/release/bin/tarvix" gallery "$out" || die "the gallery is not whole; the lines above say what failed"
