@@ -32,5 +32,7 @@ rm -f "$TARVIX_WINEPREFIX/wineserver"
 for file in "$TARVIX_WINEPREFIX"/*.reg; do
     cp --remove-destination "$wine_template/$(basename "$file")" "$file"
 done
-# One server for all programs, or each pause would end it and the next program pay for its start.
-"${display[@]}" bash -c 'WINEPREFIX="$TARVIX_WINEPREFIX" wineserver -p; exec "$@"' - "$@"
+# One server for all programs, and its services started here: those that a program starts would keep its output
+# open, and whoever waits for the end of that would wait for them.
+"${display[@]}" bash -c 'export WINEPREFIX="$TARVIX_WINEPREFIX"
+    wineserver -p && wine wineboot </dev/null >/dev/null 2>&1 && exec "$@"' - "$@"

@@ -266,7 +266,7 @@ protected:
 
 TEST_F(CascadeFile, IsReadFromTheExecutablesFolder) {
     write(whole());
-    EXPECT_THAT(find(), testing::MatchesRegex("face [0-9 ]+\nresult 1\n"));
+    EXPECT_THAT(find(), testing::AllOf(StartsWith("face "), testing::EndsWith("\nresult 1\n")));
 }
 
 TEST_F(CascadeFile, MissingShowsOpenCvsMessageAboutAnEmptyClassifier) {
