@@ -10,6 +10,11 @@ namespace {
 using test::FailedWrites;
 using testing::UnorderedElementsAre;
 
+// The name by which the system takes a path of any length.
+std::wstring asItIs(const std::string& path) {
+    return LR"(\\?\)" + std::wstring(path.begin(), path.end());
+}
+
 class CalibrationWrites : public FailedWrites {
 protected:
     // The earlier calibration is whole, and nothing lies beside it.
@@ -19,15 +24,17 @@ protected:
     }
 };
 
-TEST_F(CalibrationWrites, AFileThatIsWriteProtectedStays) {
+TEST_F(CalibrationWrites, AFileThatAnotherProgramKeepsToItselfStays) {
     ASSERT_EQ(calibrate(), 1);
     const std::string camera = test::bytesOf(folder / "cam.xml");
     const std::string path = folder / "cam.xml";
-    ASSERT_NE(SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY), 0);
+    const HANDLE reader = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(reader, INVALID_HANDLE_VALUE);
     EXPECT_EQ(calibrate(folder.path(), 4), 0);
+    CloseHandle(reader);
     expectMessageAbout("cam.xml");
     expectUnchanged(camera);
-    SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
 TEST_F(CalibrationWrites, AFileThatAnotherProgramHasOpenStays) {
@@ -42,13 +49,12 @@ TEST_F(CalibrationWrites, AFileThatAnotherProgramHasOpenStays) {
 }
 
 TEST_F(CalibrationWrites, APathLongerThanThe260CharactersOfThePlatformIsRefusedCleanly) {
-    // Such folders can be made, by a name that tells the system to take it as it is.
     const std::string part(100, 'd');
     std::string deep = folder.path();
     std::replace(deep.begin(), deep.end(), '/', '\\');
     for (int i = 0; i < 3; ++i) {
         deep += '\\' + part;
-        ASSERT_NE(CreateDirectoryA(("\\\\?\\" + deep).c_str(), nullptr), 0);
+        ASSERT_NE(CreateDirectoryW(asItIs(deep).c_str(), nullptr), 0);
     }
     EXPECT_EQ(calibrate(deep), 0);
     ASSERT_EQ(host.messages.size(), 1U);
@@ -60,7 +66,7 @@ TEST_F(CalibrationWrites, APathLongerThanThe260CharactersOfThePlatformIsRefusedC
     EXPECT_TRUE(host.messages.empty());
     for (int i = 0; i < 3; ++i) {
         // Empty, or it could not be removed.
-        EXPECT_NE(RemoveDirectoryA(("\\\\?\\" + deep).c_str()), 0);
+        EXPECT_NE(RemoveDirectoryW(asItIs(deep).c_str()), 0);
         deep.erase(deep.size() - part.size() - 1);
     }
 }
