@@ -2,6 +2,7 @@
 #include <tarvix/tarvix.h>
 
 #include <cstdio>
+#include <exception>
 #include <memory>
 
 int main(int argc, char** argv) {
@@ -11,6 +12,14 @@ int main(int argc, char** argv) {
         return 1;
     }
     const std::unique_ptr<CDib> edges(tx_Canny(*picture, 50, 150, 3, 0));
+    CDib never;
+    try {
+        tx_Canny(never, 1, 2, 3, 0);
+        std::puts("no exception for a bitmap that was never made");
+        return 1;
+    } catch (const std::exception& e) {
+        std::printf("refused: %s\n", e.what());
+    }
     const BITMAPINFOHEADER& header = edges->m_bmi.bmiHeader;
     long count = 0;
     for (unsigned long i = 0; i < header.biSizeImage; ++i) {
