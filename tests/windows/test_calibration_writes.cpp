@@ -62,7 +62,12 @@ TEST_F(CalibrationWrites, APathLongerThanThe260CharactersOfThePlatformIsRefusedC
     host.messages.clear();
     EXPECT_EQ(tx_UseCalib(*test::makeDib(64, 48, 24), deep.c_str(), nullptr, nullptr), nullptr);
     EXPECT_EQ(tx_UseStereoCalib(*test::makeDib(64, 48, 24), deep.c_str(), 1), nullptr);
-    EXPECT_EQ(tx_Meas3D().Init(deep.c_str()), 0);
+    tx_Meas3D measurement;
+    EXPECT_EQ(measurement.Init(deep.c_str()), 1); // as without a file
+    FPoint2D left{2, 1};
+    FPoint2D right{1, 1};
+    FPoint3D point{};
+    EXPECT_EQ(measurement.CalcXYZ(left, right, point), 0);
     EXPECT_TRUE(host.messages.empty());
     for (int i = 0; i < 3; ++i) {
         // Empty, or it could not be removed.
