@@ -1,5 +1,6 @@
-// The calibration family: the search of a stereo calibration with two OpenMP threads against one,
-// and the use of calibrations against the bare OpenCV calls plus one copy in and one copy out.
+// The calibration family: each export against the bare OpenCV calls plus one copy in and one copy
+// out, the search of a stereo calibration with two OpenMP threads against one, and how stereo
+// calibration grows.
 #include "bench/paired.h"
 #include "bridge/dib_bridge.h"
 #include "calib/calib_files.h"
@@ -8,8 +9,10 @@
 #include <tarvix/tarvix.h>
 
 #include <opencv2/calib3d.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <cfloat>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -123,16 +126,168 @@ void use(benchmark::State& state, cv::Size size, bool stereo) {
         });
 }
 
+// A folder for results.
+class Results {
+public:
+    explicit Results(const std::string& name = "results")
+        : m_path(fs::temp_directory_path() / ("tarvix-bench-" + name)) {
+        fs::create_directories(m_path);
+    }
+    ~Results() { fs::remove_all(m_path); }
+    Results(const Results&) = delete;
+    Results& operator=(const Results&) = delete;
+    [[nodiscard]] std::string path() const { return m_path.string(); }
+    void store(const char* name, const char* key, const cv::Mat& m) const {
+        cv::FileStorage storage(path() + "/" + name + ".xml", cv::FileStorage::WRITE);
+        storage << key << m;
+    }
+
+private:
+    fs::path m_path;
+};
+
+std::vector<cv::Point2f> boardIn(const std::string& file, int window, double epsilon) {
+    const cv::Mat grey = cv::imread(file, cv::IMREAD_GRAYSCALE);
+    std::vector<cv::Point2f> corners;
+    cv::findChessboardCorners(grey, {9, 6}, corners);
+    cv::cornerSubPix(grey, corners, {window, window}, {-1, -1},
+                     {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30, epsilon});
+    return corners;
+}
+
+std::vector<cv::Point3f> flatBoard() {
+    std::vector<cv::Point3f> model;
+    for (int i = 0; i < 54; ++i) {
+        model.emplace_back(static_cast<float>(i / 9), static_cast<float>(i % 9), 0.0F);
+    }
+    return model;
+}
+
+void calibrate(benchmark::State& state, bool isStereo) {
+    const std::vector<std::string> files = photos(false);
+    if (!fs::exists(files[0])) {
+        state.SkipWithError("no photographs (package opencv-doc)");
+        return;
+    }
+    CStringArray list;
+    for (const std::string& file : files) {
+        list.Add(file.c_str());
+    }
+    if (isStereo) {
+        state.SetLabel("searches on two threads, which pays only where a second core is free");
+    }
+    const Results ours;
+    const Results bare("bare");
+    const cv::Size size = cv::imread(files[0]).size();
+    const auto stereo = [&] {
+        std::vector<std::vector<cv::Point2f>> one, two;
+        for (std::size_t k = 0; k < files.size(); k += 2) {
+            one.push_back(boardIn(files[k], 11, 0.01));
+            two.push_back(boardIn(files[k + 1], 11, 0.01));
+        }
+        const std::vector<std::vector<cv::Point3f>> objects(one.size(), flatBoard());
+        cv::Mat m1, d1, m2, d2, r, t, e, f, r1, r2, p1, p2, q;
+        cv::stereoCalibrate(objects, one, two, m1, d1, m2, d2, size, r, t, e, f,
+                            cv::CALIB_FIX_INTRINSIC,
+                            {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 100, 1e-5});
+        cv::stereoRectify(m1, d1, m2, d2, size, r, t, r1, r2, p1, p2, q, 0);
+        bare.store("M1", "MM1", m1);
+        bare.store("D1", "D1", d1);
+        bare.store("R1", "R1", r1);
+        bare.store("P1", "P1", p1);
+        bare.store("M2", "MM2", m2);
+        bare.store("D2", "D2", d2);
+        bare.store("R2", "R2", r2);
+        bare.store("P2", "P2", p2);
+        bare.store("Q", "Q", q);
+    };
+    const auto mono = [&] {
+        std::vector<std::vector<cv::Point2f>> views;
+        for (const std::string& file : files) {
+            views.push_back(boardIn(file, 5, 0.1));
+        }
+        cv::Mat camera, distortion;
+        std::vector<cv::Mat> rotations, translations;
+        cv::calibrateCamera(std::vector<std::vector<cv::Point3f>>(views.size(), flatBoard()), views,
+                            size, camera, distortion, rotations, translations, 0,
+                            {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30, DBL_EPSILON});
+        bare.store("cam", "CameraMatrix", camera);
+        bare.store("dist", "DistCoeffs", distortion);
+    };
+    if (isStereo) {
+        bench::paired(
+            state, [&] { tx_StereoCalib(list, ours.path().c_str(), 9, 6, 1, nullptr); }, stereo);
+    } else {
+        bench::paired(
+            state, [&] { tx_Calib(list, ours.path().c_str(), 9, 6, nullptr); }, mono);
+    }
+}
+
+// A file is read and checked, a point computed: microseconds.
+void measure(benchmark::State& state) {
+    state.SetLabel("the export checks the file before OpenCV's reader sees it");
+    const Results folder;
+    folder.store(
+        "Q", "Q",
+        (cv::Mat_<double>(4, 4) << 1, 0, 0, -320, 0, 1, 0, -240, 0, 0, 0, 700, 0, 0, 0.1, 0));
+    FPoint2D p1{400, 250}, p2{380, 250};
+    FPoint3D point{};
+    bench::paired(
+        state,
+        [&] {
+            tx_Meas3D measurement;
+            measurement.Init(folder.path().c_str());
+            measurement.CalcXYZ(p1, p2, point);
+        },
+        [&] {
+            cv::Mat q;
+            cv::FileStorage(folder.path() + "/Q.xml", cv::FileStorage::READ)["Q"] >> q;
+            const cv::Mat result = q * (cv::Mat_<double>(4, 1) << p2.x, p2.y, 20, 1);
+            benchmark::DoNotOptimize(result.data);
+        });
+}
+
+// How a stereo calibration grows with the number of pairs: time in proportion (the counter ms_each
+// stays).
+void stereoGrowth(benchmark::State& state) {
+    const std::vector<std::string> files = photos(false);
+    if (!fs::exists(files[0])) {
+        state.SkipWithError("no photographs (package opencv-doc)");
+        return;
+    }
+    const auto pairs = static_cast<std::size_t>(state.range(0));
+    CStringArray list;
+    for (std::size_t i = 0; i < 2 * pairs; ++i) {
+        list.Add(files[i % files.size()].c_str());
+    }
+    const Results results;
+    double seconds = 0;
+    for (auto _ : state) {
+        const double took = bench::secondsOf(
+            [&] { tx_StereoCalib(list, results.path().c_str(), 9, 6, 1, nullptr); });
+        state.SetIterationTime(took);
+        seconds += took;
+    }
+    state.counters["ms_each"] =
+        seconds * 1e3 / static_cast<double>(state.iterations()) / static_cast<double>(pairs);
+}
+
 void options(benchmark::internal::Benchmark* b) {
-    b->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(1);
+    b->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(3);
 }
 
 BENCHMARK_CAPTURE(stereoSearch, equal_sides, true)->Apply(options);
 BENCHMARK_CAPTURE(stereoSearch, real_pairs, false)->Apply(options);
-BENCHMARK_CAPTURE(use, undistort_2MP, twoMegapixels, false)->Apply(options);
-BENCHMARK_CAPTURE(use, undistort_12MP, twelveMegapixels, false)->Apply(options);
-BENCHMARK_CAPTURE(use, rectify_2MP, twoMegapixels, true)->Apply(options);
-BENCHMARK_CAPTURE(use, rectify_12MP, twelveMegapixels, true)->Apply(options);
+BENCHMARK_CAPTURE(use, 2MP, twoMegapixels, false)->Name("tx_UseCalib")->Apply(options);
+BENCHMARK_CAPTURE(use, 12MP, twelveMegapixels, false)->Name("tx_UseCalib 12 MP")->Apply(options);
+BENCHMARK_CAPTURE(use, 2MP, twoMegapixels, true)->Name("tx_UseStereoCalib")->Apply(options);
+BENCHMARK_CAPTURE(use, 12MP, twelveMegapixels, true)
+    ->Name("tx_UseStereoCalib 12 MP")
+    ->Apply(options);
+BENCHMARK_CAPTURE(calibrate, mono, false)->Name("tx_Calib")->Apply(options);
+BENCHMARK_CAPTURE(calibrate, stereo, true)->Name("tx_StereoCalib")->Apply(options);
+BENCHMARK(measure)->Name("tx_Meas3D")->Apply(options);
+BENCHMARK(stereoGrowth)->ArgName("pairs")->Arg(2)->Arg(4)->Arg(8)->Arg(16)->Apply(options);
 
 } // namespace
 

@@ -71,12 +71,13 @@ bool isPlainMatrix(const cv::FileNode& node) {
 
 std::string slurp(const std::string& path) {
     std::error_code error;
-    if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > largestDocument ||
-        error) {
+    const bool isFile = fs::is_regular_file(path, error);
+    const std::uintmax_t size = isFile ? fs::file_size(path, error) : 0;
+    if (!isFile || error || size > largestDocument) {
         raiseParseError(path);
     }
     std::ifstream file(path, std::ios::binary);
-    std::string text(largestDocument + 1, '\0');
+    std::string text(static_cast<std::size_t>(size) + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     if (file.bad() || !file.eof()) { // unreadable, or grown since
         raiseParseError(path);

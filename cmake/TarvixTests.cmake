@@ -25,3 +25,16 @@ function(tarvix_add_test name)
     set_tests_properties(${folder}.${name} PROPERTIES RUN_SERIAL TRUE)
   endif()
 endfunction()
+
+# tarvix_runs_openmp(CTEST_ENTRY): under the thread checker, the entry needs help with code that is not built
+# with it. OpenCV's decoders and the OpenMP run time lock mutexes that the checker cannot follow, so it is told
+# to leave their calls out; LLVM's Archer (package libomp-dev) tells it of OpenMP's forks and joins.
+function(tarvix_runs_openmp entry)
+  if(TARVIX_SANITIZE MATCHES "thread")
+    file(GLOB folders /usr/lib/llvm-*/lib)
+    find_library(TARVIX_ARCHER archer PATHS ${folders} REQUIRED)
+    set_tests_properties(
+      ${entry} PROPERTIES ENVIRONMENT
+                          "TSAN_OPTIONS=ignore_noninstrumented_modules=1;OMP_TOOL_LIBRARIES=${TARVIX_ARCHER}")
+  endif()
+endfunction()

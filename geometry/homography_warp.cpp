@@ -23,7 +23,9 @@ void warpInto(const cv::Mat& source, cv::Mat& destination, const Corners& from, 
 }
 
 void warpOnWhite(cv::Mat& picture, const Corners& from, const Corners& to) {
-    warpInto(picture, picture, from, to, cv::Scalar(255, 255, 255, 0));
+    cv::Mat warped(picture.size(), picture.type()); // in place, OpenCV would copy the source first
+    warpInto(picture, warped, from, to, cv::Scalar(255, 255, 255, 0));
+    picture = warped;
 }
 
 } // namespace tarvix

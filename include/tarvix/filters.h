@@ -22,8 +22,8 @@ TARVIX_API CDib* tx_Canny(CDib& src, double threshold1, double threshold2, int a
 // Removes colour noise by non-local means; a new 24-bit bitmap of the source's size.
 //   h, hColor               filter strength for luminance and for colour
 //   templateWindowSize      pixels, odd; searchWindowSize: pixels, odd (time grows with its square)
-// Only 24-bit bitmaps can be denoised: OpenCV's message is shown for 8 bits, other depths give null
-// silently.
+// Only 24-bit bitmaps can be denoised: OpenCV's message is shown for 8 bits and for negative
+// windows, other depths give null silently.
 TARVIX_API CDib* tx_Denoise(CDib& src, float h, float hColor, int templateWindowSize,
                             int searchWindowSize);
 

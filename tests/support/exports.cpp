@@ -381,6 +381,7 @@ Outcome run(const Export& e, Arguments& arguments, unsigned passes,
 Workplace::Workplace()
     : m_picture(scene(96, 128)), m_face(128, 128, CV_8UC1),
       m_board(boardView({160, 120}, 160, {0.2, -0.3, 0.1}, {0, 0, 8})) {
+    cv::rectangle(m_picture, {10, 55, 105, 25}, cv::Scalar::all(250), cv::FILLED); // has lines
     for (const std::string name :
          {"GSTREAMER", "INTEL_MFX", "V4L2", "FIREWIRE", "UEYE", "GPHOTO2", "MSMF", "DSHOW"}) {
         m_noCameras.push_back(

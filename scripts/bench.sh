@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Runs every benchmark and writes one page with a table and plots: build/bench/index.html. Ratios are of ours
+# and of a reference that ran in turn, so they hold on a busy machine too, if not to the last per cent.
+#   scripts/bench.sh [BENCHMARK_OPTION...]      e.g. --benchmark_filter=tx_Canny
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+install_packages build test
+command -v python3 >/dev/null || die "python3 is missing"
+programs=(bench_exports bench_calib bench_bridge bench_converge bench_registration)
+configure_and_build release "${programs[@]}"
+results=$root/build/bench
+mkdir -p "$results"
+export OPENCV_LOG_LEVEL=SILENT
+for program in "${programs[@]}"; do
+  say "running $program"
+  quietly "$root/build/release/bin/$program" --benchmark_out="$results/$program.json" \
+    --benchmark_out_format=json "$@" || die "$program failed"
+done
+python3 "$root/scripts/bench_page.py" "$results" "$(git -C "$root" describe --always --dirty)" >"$results/index.html"
+say "done: $results/index.html"
