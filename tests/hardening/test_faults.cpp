@@ -9,6 +9,7 @@
 #include <MorvelDibTesting.h>
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -87,9 +88,9 @@ protected:
         const long places = FaultInjection::count(kind);
         const char* const wanted = std::getenv("TARVIX_FAULTS");
         const long most = wanted == nullptr ? 30 : std::strtol(wanted, nullptr, 10);
-        const double step = std::max(1.0, static_cast<double>(places) / static_cast<double>(most));
-        for (double next = 1; next < static_cast<double>(places) + 1; next += step) {
-            const long n = static_cast<long>(next);
+        const long tries = std::min(places, most);
+        for (long i = 0; i < tries; ++i) {
+            const long n = 1 + i * places / tries;
             const auto around = [&](const test::Call& call) {
                 const FaultInjection failing(kind, n);
                 return call();
@@ -154,7 +155,7 @@ TEST_P(Faults, Bitmaps) {
 }
 
 TEST_P(Faults, AFullDisk) {
-    for (const std::size_t bytes : {0, 1, 100, 300, 500, 5000, 50000}) {
+    for (const std::size_t bytes : {0U, 1U, 100U, 300U, 500U, 5000U, 50000U}) {
         tryWith("full after " + std::to_string(bytes), [&](const test::Call& call) {
             const test::FileSizeLimit full(bytes);
             return call();
