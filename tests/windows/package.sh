@@ -28,6 +28,12 @@ for file in README.txt bin/Tarvix.dll bin/MorvelDib.dll bin/TarvixAfx.dll bin/ta
     licenses/mingw-w64-runtime.txt; do
     [[ -s "$root/$file" ]] || fail "the archive has no $file"
 done
+version="${root##*/Tarvix-}"
+for file in Tarvix.dll MorvelDib.dll TarvixAfx.dll tarvix.exe; do # their properties, UTF-16 in a resource
+    properties=" $(strings -e l "$root/bin/$file" | tr '\n' ' ')"
+    [[ "$properties" == *" FileVersion ${version%-win64} "* && "$properties" == *" OriginalFilename $file "* ]] ||
+        fail "$file has no version resource"
+done
 grep -rqF "$source" "$root/lib/cmake" && fail "the CMake package names the source folder"
 
 cd "$root/bin" || exit 1
