@@ -50,6 +50,8 @@ def check_examples():
             for part in re.split(r"\n\s*\n" if kind == "cpp" else "\n", example.strip()):
                 if not any(words(part) in program for program in programs + renamed):
                     complain(page, f"an example that no program of docs/examples has: {words(part)}")
+        for line in re.findall(r"^    .*;(?: *//.*)?$", re.sub(r"^```.*?^```", "", page.read_text(), flags=re.M | re.S), re.M):
+            complain(page, f"code that nobody compiles (fence it with ```cpp): {line.strip()}")
 
 
 def calls(text, name):
