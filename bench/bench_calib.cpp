@@ -157,8 +157,11 @@ std::vector<cv::Point2f> boardIn(const std::string& file, int window, double eps
 
 std::vector<cv::Point3f> flatBoard() {
     std::vector<cv::Point3f> model;
-    for (int i = 0; i < 54; ++i) {
-        model.emplace_back(static_cast<float>(i / 9), static_cast<float>(i % 9), 0.0F);
+    model.reserve(54);
+    for (int row = 0; row < 6; ++row) {
+        for (int column = 0; column < 9; ++column) {
+            model.emplace_back(static_cast<float>(row), static_cast<float>(column), 0.0F);
+        }
     }
     return model;
 }
@@ -203,6 +206,7 @@ void calibrate(benchmark::State& state, bool isStereo) {
     };
     const auto mono = [&] {
         std::vector<std::vector<cv::Point2f>> views;
+        views.reserve(files.size());
         for (const std::string& file : files) {
             views.push_back(boardIn(file, 5, 0.1));
         }
@@ -262,7 +266,7 @@ void stereoGrowth(benchmark::State& state) {
     }
     const Results results;
     double seconds = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const double took = bench::secondsOf(
             [&] { tx_StereoCalib(list, results.path().c_str(), 9, 6, 1, nullptr); });
         state.SetIterationTime(took);

@@ -181,7 +181,8 @@ void lines(benchmark::State& state) {
             const double level = cv::threshold(grey, map, 0, 255, cv::THRESH_OTSU);
             cv::Canny(grey, map, level / 3, level);
             std::vector<cv::Vec4i> segments;
-            cv::HoughLinesP(map, segments, 1, CV_PI / 180, 50, twoMegapixels.height / 10, 10);
+            const int shortest = twoMegapixels.height / 10;
+            cv::HoughLinesP(map, segments, 1, CV_PI / 180, 50, shortest, 10);
             return cv::Mat(segments, true);
         });
 }
