@@ -100,7 +100,7 @@ TEST_F(CalibFiles, AFileIsWhatOpenCvItselfWrites) {
 
 TEST_F(CalibFiles, NumbersComeBackToTheBit) {
     cv::Mat m(3, 4, CV_64F);
-    std::mt19937_64 random(5);
+    std::mt19937_64 random(5); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     for (double& value : cv::Mat_<double>(m)) {
         value = std::ldexp(static_cast<double>(random() % 1000003) / 7919.0,
                            static_cast<int>(random() % 200) - 100);
@@ -161,7 +161,7 @@ TEST_F(CalibFiles, DamagedFilesAreRefusedWithAMessage) {
         deep += "<a>";
     }
     std::string binary(5000, '\0');
-    std::mt19937 random(3);
+    std::mt19937 random(3); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     for (char& c : binary) {
         c = static_cast<char>(random());
     }
@@ -307,7 +307,7 @@ TEST(CalibDocument, MutatedDocumentsNeverHarm) {
         "type_id=\"", "1e999", "-99999999999", "0x7f", "&lt;",   " ",
         "\t",         ".Nan",  "<_>",          "</_>", "seq\"",  std::string(1, '\0'),
         "\xff"};
-    std::mt19937 random(11);
+    std::mt19937 random(11); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     const auto below = [&random](std::size_t n) { return random() % n; };
     const cv::Mat picture(12, 16, CV_8UC3, cv::Scalar(1, 2, 3));
     const cv::Mat eye = cv::Mat::eye(3, 3, CV_64F);

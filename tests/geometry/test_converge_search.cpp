@@ -60,7 +60,7 @@ TEST(Search, EqualsThePlainScanToTheBit) {
 }
 
 TEST(Search, EqualsThePlainScanForFacades) {
-    std::mt19937_64 random(11);
+    std::mt19937_64 random(11); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     for (int i = 0; i < 150; ++i) {
         const MarkedQuad quad = randomFacade(random);
         for (const double focal : {0.0, 24.0, 35.0}) {
@@ -134,7 +134,7 @@ TEST(Search, WhatCannotBeMeasuredKeepsTheStartingValues) {
 }
 
 TEST(Search, MinusZeroIsUnknownToo) {
-    std::mt19937_64 random(3);
+    std::mt19937_64 random(3); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     const MarkedQuad quad = randomFacade(random);
     EXPECT_EQ(bits(findPose(quad, -0.0)), bits(findPose(quad, 0.0)));
 }
@@ -143,7 +143,7 @@ TEST(Search, MinusZeroIsUnknownToo) {
 
 TEST(Bounds, NeverExceedTheErrorByMoreThanTheMargins) {
     using Screen = converge_detail::Screen<SearchRules>;
-    std::mt19937_64 random(17);
+    std::mt19937_64 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     const auto uniform = [&](double from, double to) {
         return from + static_cast<double>(random() % 1000001) * 1e-6 * (to - from);
     };
@@ -277,13 +277,13 @@ TEST(Mutants, AMissingDepthGuardShows) {
         MarkedQuad quad{{1200, 900}, {cv::Point2d(595, 445), {610, 445}, {}, {592, 460}}};
         const Lens lens(quad.picture, 36.0);
         quad.corners[2] = {1500.0, 450.0 + lens.focalPx * x(1, 1) / x(2, 1) + i * 1e-12};
-        const converge_detail::Screen<NoDepthGuard> open(quad);
+        using OpenScreen = converge_detail::Screen<NoDepthGuard>;
+        const OpenScreen open(quad);
         const auto rotated = open.rotate(x, y);
         ASSERT_TRUE(open.trustedAt(rotated, lens.focalPx));
         EXPECT_FALSE(converge_detail::Screen<SearchRules>(quad).trustedAt(
             converge_detail::Screen<SearchRules>(quad).rotate(x, y), lens.focalPx));
-        const auto sum =
-            open.at(converge_detail::Screen<NoDepthGuard>::Edges(rotated, lens.focalPx));
+        const auto sum = OpenScreen::at(OpenScreen::Edges(rotated, lens.focalPx));
         const double error = RightAngleError(projectOntoCentroid(
             quad, PolygonCentroid(quad.corners), rayRotation(pitch, 0.0, 0.0), lens));
         if (std::isfinite(error)) {
