@@ -47,7 +47,7 @@ private:
 
 std::vector<unsigned char> storedBytes(const CDib& dib) {
     const BITMAPINFOHEADER& h = dib.m_bmi.bmiHeader;
-    const std::size_t stride = static_cast<std::size_t>((h.biWidth * h.biBitCount + 31) / 32 * 4);
+    const auto stride = static_cast<std::size_t>((h.biWidth * h.biBitCount + 31) / 32 * 4);
     return {dib.m_pBits, dib.m_pBits + stride * static_cast<std::size_t>(std::abs(h.biHeight))};
 }
 
