@@ -87,9 +87,15 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
         start.hStdOutput = out;
         start.hStdError = err;
         PROCESS_INFORMATION started{};
-        if (!CreateProcessA(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                            &start, &started)) {
-            throw std::runtime_error("cannot start " + path);
+        // A busy Wine has refused a start, once in some thousands. Starting is not what is tested.
+        for (int attempts = 3; !CreateProcessA(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0,
+                                               nullptr, nullptr, &start, &started);) {
+            const DWORD error = GetLastError();
+            if (--attempts == 0) {
+                throw std::runtime_error("cannot start " + path + ": error " +
+                                         std::to_string(error));
+            }
+            Sleep(1000);
         }
         const Handle process(started.hProcess);
         const Handle thread(started.hThread);
