@@ -6,6 +6,9 @@
 #include <opencv2/imgproc.hpp>
 #include <opencv2/photo.hpp>
 
+#include <algorithm>
+#include <cmath>
+
 namespace tarvix {
 
 cv::Mat loadColour(const std::string& path) {
@@ -43,7 +46,16 @@ cv::Mat subPixelPatch(const cv::Mat& source, cv::Size size, cv::Point2f center) 
         failSilently();
     }
     CV_Assert(!source.empty()); // OpenCV 4.6 would read through a null pointer
-    cv::getRectSubPix(source, size, center, patch, -1);
+    CV_Assert(!std::isnan(center.x) && !std::isnan(center.y));
+    // OpenCV counts positions in ints, which a far centre overflows. A patch that lies wholly
+    // outside is all border wherever it lies, so its centre may come nearer.
+    const auto nearer = [](float position, int patchSide, int pictureSide) {
+        const float beyond = static_cast<float>(patchSide) + 2;
+        return std::clamp(position, -beyond, static_cast<float>(pictureSide) + beyond);
+    };
+    const cv::Point2f reachable(nearer(center.x, size.width, source.cols),
+                                nearer(center.y, size.height, source.rows));
+    cv::getRectSubPix(source, size, reachable, patch, -1);
     return patch;
 }
 

@@ -9,8 +9,10 @@
 #include <opencv2/imgproc.hpp>
 #include <opencv2/photo.hpp>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 
 namespace {
 
@@ -237,6 +239,24 @@ TEST_F(GetRectSubPix, BeyondTheBorderThePixelsAreReplicated) {
     picture.col(8).setTo(210);
     const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 3, 3, 40, 4));
     EXPECT_TRUE(identical(test::matOf(*dib), cv::Mat(3, 3, CV_8UC1, cv::Scalar(210))));
+}
+
+TEST_F(GetRectSubPix, FarBeyondTheBorderIsTheBorderToo) {
+    const cv::Mat picture = test::noise(9, 7, CV_8UC3);
+    for (const float distant :
+         {100.0F, 5e8F, 2e9F, 1e30F, std::numeric_limits<float>::infinity()}) {
+        const Dib right(tx_getRectSubPix(*test::dibOf(picture), 3, 3, distant, 4));
+        ASSERT_NE(right, nullptr) << distant;
+        EXPECT_TRUE(test::identical(test::matOf(*right).col(2), picture(cv::Rect(6, 3, 1, 3))))
+            << distant;
+        const Dib above(tx_getRectSubPix(*test::dibOf(picture), 3, 3, 3, -distant));
+        ASSERT_NE(above, nullptr) << distant;
+        EXPECT_TRUE(test::identical(test::matOf(*above).row(0), picture(cv::Rect(2, 0, 3, 1))))
+            << distant;
+    }
+    const Dib nowhere(tx_getRectSubPix(*test::dibOf(picture), 3, 3, std::nanf(""), 4));
+    EXPECT_EQ(nowhere, nullptr);
+    EXPECT_EQ(host.messages.size(), 1U);
 }
 
 TEST_F(GetRectSubPix, WidthOrHeightZeroGivesNullSilently) {

@@ -20,6 +20,8 @@ constexpr int kRounds = 50;
 // What the process may hold more at the end: less than one page of growth per round, the noise of
 // the heaps.
 constexpr std::size_t kAllowedBytes = 128 * 1024;
+// Threads that are ending hold some; a leak would show in every round.
+constexpr DWORD kAllowedHandles = kRounds / 4;
 
 struct Usage {
     std::size_t privateBytes = 0; // committed, not shared
@@ -128,7 +130,7 @@ int main(int argc, char** argv) {
                 "handles, %lu threads\n",
                 before.privateBytes, before.handles, before.threads, kRounds, after.privateBytes,
                 after.handles, after.threads);
-    if (after.threads > before.threads || after.handles > before.handles ||
+    if (after.threads > before.threads || after.handles > before.handles + kAllowedHandles ||
         after.privateBytes > before.privateBytes + kAllowedBytes) {
         std::puts("FAILED: loading and freeing the module leaves something behind");
         return 1;
