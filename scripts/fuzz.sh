@@ -2,11 +2,15 @@
 # Builds the fuzzers (clang) and runs each for SECONDS on one core, starting from its corpus in tests/fuzz and from
 # what earlier runs kept. Ends with failure when one finds something; the input is then left in build/fuzz/found.
 #   scripts/fuzz.sh SECONDS [NAME...]
+#   scripts/fuzz.sh --short [NAME...]    the short run of the project's own check: some 20 s for each on a free core
+# The short run takes a fixed number of inputs from a fixed seed and the corpus alone, so that it tells about the
+# code and not about the day.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-[[ ${1:-} =~ ^[0-9]+$ ]] || die "usage: scripts/fuzz.sh SECONDS [NAME...]"
+[[ ${1:-} =~ ^([0-9]+|--short)$ ]] || die "usage: scripts/fuzz.sh SECONDS|--short [NAME...]"
 seconds=$1
 shift
+declare -A short=([bitmaps]=1000 [corners]=2000 [calibration_folders]=100000 [image_files]=3000 [file_lists]=1000)
 cd "$root"
 names=("$@")
 if [ ${#names[@]} -eq 0 ]; then
@@ -14,7 +18,7 @@ if [ ${#names[@]} -eq 0 ]; then
 fi
 
 install_packages build test check
-configure_and_build fuzz
+configure_and_build fuzz fuzzers
 
 # Sizes that no machine has are asked for on purpose. What others leak is theirs.
 export ASAN_OPTIONS=allocator_may_return_null=1
@@ -26,12 +30,19 @@ mkdir -p "$found"
 for name in "${names[@]}"; do
   program=build/fuzz/bin/fuzz_$name
   [ -x "$program" ] || die "no fuzzer '$name'"
-  kept=$root/build/fuzz/kept/$name
+  if [ "$seconds" = --short ]; then
+    kept=$root/build/fuzz/short/$name
+    rm -rf "$kept"
+    limit=(-seed=1 -runs="${short[$name]:?has no number of inputs for the short run}")
+  else
+    kept=$root/build/fuzz/kept/$name
+    limit=(-max_total_time="$seconds")
+  fi
   log=$root/build/fuzz/$name.log
   mkdir -p "$kept"
-  say "fuzz: $name for $seconds s"
+  say "fuzz: $name${limit[*]/#/ }"
   # An input may take a minute, on a machine that has other things to do: the limit on hangs.
-  if ! nice -n 19 "$program" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=4096 -malloc_limit_mb=1000000 \
+  if ! nice -n 19 "$program" "${limit[@]}" -timeout=60 -rss_limit_mb=4096 -malloc_limit_mb=1000000 \
     -max_len=20000 -artifact_prefix="$found/$name-" -print_final_stats=1 \
     "$kept" "$root/tests/fuzz/corpus/$name" >"$log" 2>&1; then
     tail -n 60 "$log" >&2

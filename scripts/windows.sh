@@ -28,7 +28,7 @@ scripts/windows/build_test_libraries.sh --jobs "$jobs"
 configure_and_build mingw
 if ((tests)); then
     say "tests: preset mingw, under Wine"
-    scripts/windows/with_display.sh ctest --preset mingw -j "$jobs" --repeat until-pass:2 "$@" # a busy Wine fails now and then
+    scripts/windows/with_display.sh ctest --preset mingw -j "$jobs" "$@"
 fi
 quietly cmake --build --preset mingw --target package || die "the archive for users could not be packed"
 say "done: $(ls build/mingw/*.zip)"

@@ -28,7 +28,8 @@ TARVIX_API CDib* tx_Denoise(CDib& src, float h, float hColor, int templateWindow
                             int searchWindowSize);
 
 // The patch of width x height pixels centred on (centerX, centerY), interpolated, borders
-// replicated; a new bitmap of the source's depth. A width or height of 0 gives null silently.
+// replicated; a new bitmap of the source's depth. A width or height of 0 gives null silently;
+// OpenCV's message is shown for negative ones and for a centre that is not a number.
 TARVIX_API CDib* tx_getRectSubPix(CDib& src, int width, int height, float centerX, float centerY);
 
 // Straight segments of a 24-bit picture; returns their number n. `points` receives an array of 2 n

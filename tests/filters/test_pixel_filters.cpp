@@ -274,10 +274,12 @@ TEST_F(GetRectSubPix, UnsupportedDepthEndsInOpenCvsMessage) {
     EXPECT_EQ(host.messages.size(), 2U);
 }
 
-TEST_F(GetRectSubPix, ImpossibleSizesEndInAMessageOrSilence) {
+TEST_F(GetRectSubPix, ImpossibleSizesEndInOpenCvsMessage) {
     const Dib source = test::makeDib(8, 8, 24);
     EXPECT_EQ(tx_getRectSubPix(*source, -1, 5, 4, 4), nullptr);
+    EXPECT_EQ(host.messages.size(), 1U);
     EXPECT_EQ(tx_getRectSubPix(*source, INT_MAX, INT_MAX, 4, 4), nullptr);
+    EXPECT_EQ(host.messages.size(), 2U);
 }
 
 TEST_F(GetRectSubPix, RefusedCreateGivesNullSilently) {

@@ -5,6 +5,7 @@
 
 namespace {
 
+// The inputs of the corpus choose by position: append.
 constexpr std::array exports{"tx_Canny",          "tx_Denoise",           "tx_getRectSubPix",
                              "tx_FindLines",      "tx_FindChessboard",    "tx_FindFaces",
                              "tx_Projective",     "tx_GetProjectiveMask", "tx_Converge",

@@ -8,6 +8,7 @@
 
 namespace {
 
+// The inputs of the corpus choose by position: append, up to 15.
 constexpr std::array exports{"tx_Projective", "tx_GetProjectiveMask", "tx_Converge",
                              "tx_ConvergeScaled", "tx_PerspAlign"};
 

@@ -8,6 +8,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The inputs of the corpus choose by position: append.
 constexpr std::array exports{"tx_LoadFile",    "tx_MatchImages", "tx_Stitch",         "tx_Calib",
                              "tx_StereoCalib", "tx_UseCalib",    "tx_UseStereoCalib", "tx_Meas3D"};
 

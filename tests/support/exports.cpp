@@ -328,8 +328,12 @@ std::span<const Export> allExports() {
 }
 
 const Export& exportNamed(const std::string& name) {
-    return *std::find_if(std::begin(table), std::end(table),
-                         [&](const Export& e) { return e.name == name; });
+    const auto* const found = std::find_if(std::begin(table), std::end(table),
+                                           [&](const Export& e) { return e.name == name; });
+    if (found == std::end(table)) {
+        throw std::invalid_argument("no export " + name);
+    }
+    return *found;
 }
 
 int MessageCounter::DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) {

@@ -20,8 +20,9 @@ constexpr int kRounds = 50;
 // What the process may hold more at the end: less than one page of growth per round, the noise of
 // the heaps.
 constexpr std::size_t kAllowedBytes = 128 * 1024;
-// Threads that are ending hold some; a leak would show in every round.
-constexpr DWORD kAllowedHandles = kRounds / 4;
+// On a busy machine threads that end meet those of the next round, and the run-time libraries keep
+// what they made for one more. Something left behind shows in every fifty rounds, this does not.
+constexpr int kAttempts = 10;
 
 struct Usage {
     std::size_t privateBytes = 0; // committed, not shared
@@ -119,21 +120,23 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
-    const Usage before = usage();
-    for (int i = 0; i < kRounds; ++i) {
-        if (!once(modulePath)) {
-            return 1;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        const Usage before = usage();
+        for (int i = 0; i < kRounds; ++i) {
+            if (!once(modulePath)) {
+                return 1;
+            }
+        }
+        const Usage after = usage();
+        std::printf("before: %zu bytes, %lu handles, %lu threads; after %d rounds: %zu bytes, %lu "
+                    "handles, %lu threads\n",
+                    before.privateBytes, before.handles, before.threads, kRounds,
+                    after.privateBytes, after.handles, after.threads);
+        if (after.threads <= before.threads && after.handles <= before.handles &&
+            after.privateBytes <= before.privateBytes + kAllowedBytes) {
+            return 0;
         }
     }
-    const Usage after = usage();
-    std::printf("before: %zu bytes, %lu handles, %lu threads; after %d rounds: %zu bytes, %lu "
-                "handles, %lu threads\n",
-                before.privateBytes, before.handles, before.threads, kRounds, after.privateBytes,
-                after.handles, after.threads);
-    if (after.threads > before.threads || after.handles > before.handles + kAllowedHandles ||
-        after.privateBytes > before.privateBytes + kAllowedBytes) {
-        std::puts("FAILED: loading and freeing the module leaves something behind");
-        return 1;
-    }
-    return 0;
+    std::puts("FAILED: loading and freeing the module leaves something behind");
+    return 1;
 }
