@@ -16,5 +16,6 @@ for program in "${programs[@]}"; do
   quietly "$root/build/release/bin/$program" --benchmark_out="$results/$program.json" \
     --benchmark_out_format=json "$@" || die "$program failed"
 done
-python3 "$root/scripts/bench_page.py" "$results" "$(git -C "$root" describe --always --dirty)" >"$results/index.html"
+revision=$(git -C "$root" describe --always --dirty 2>/dev/null) || revision=unknown
+python3 "$root/scripts/bench_page.py" "$results" "$revision" >"$results/index.html"
 say "done: $results/index.html"

@@ -4,7 +4,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v clang-format >/dev/null || die "clang-format is missing: install the package clang-format"
 cd "$root"
-mapfile -t files < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
+listed=$(git ls-files --cached --others --exclude-standard '*.h' '*.cpp') || die "git cannot list the source files"
+mapfile -t files <<<"$listed"
 if [ "${1:-}" = --fix ]; then
   clang-format -i "${files[@]}"
 else
