@@ -61,18 +61,36 @@ void stereoSearch(benchmark::State& state, bool equalSides) {
     state.counters["cores"] = omp_get_num_procs();
 }
 
-// A folder with a calibration for pictures of this size.
+// A folder of its own, gone in the end.
 class Folder {
 public:
-    explicit Folder(cv::Size size)
-        : m_path(fs::temp_directory_path() / "tarvix-bench-calibration"), m_camera(3, 3, CV_64F) {
+    explicit Folder(const std::string& name = "results")
+        : m_path(fs::temp_directory_path() / ("tarvix-bench-" + name)) {
+        fs::create_directories(m_path);
+    }
+    ~Folder() { fs::remove_all(m_path); }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    [[nodiscard]] std::string path() const { return m_path.string(); }
+    void store(const char* name, const char* key, const cv::Mat& m) const {
+        cv::FileStorage storage(path() + "/" + name + ".xml", cv::FileStorage::WRITE);
+        storage << key << m;
+    }
+
+private:
+    fs::path m_path;
+};
+
+// A folder with a calibration for pictures of this size.
+class Calibration {
+public:
+    explicit Calibration(cv::Size size) {
         const double f = size.width * 0.9;
         m_camera =
             (cv::Mat_<double>(3, 3) << f, 0, size.width / 2.0, 0, f, size.height / 2.0, 0, 0, 1);
         cv::Rodrigues(cv::Vec3d(0.01, -0.02, 0.015), m_rotation);
         m_projection = (cv::Mat_<double>(3, 4) << f, 0, size.width / 2.0, 0, 0, f,
                         size.height / 2.0, 0, 0, 0, 1, 0);
-        fs::create_directories(m_path);
         tarvix::MatrixWriter writer;
         const std::string folder = path();
         writer.add(folder.c_str(), tarvix::cameraFile, m_camera);
@@ -84,11 +102,7 @@ public:
         writer.add(folder.c_str(), one.projection, m_projection);
         writer.commit();
     }
-    ~Folder() { fs::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    [[nodiscard]] std::string path() const { return m_path.string(); }
+    [[nodiscard]] std::string path() const { return m_folder.path(); }
 
     // The bare calls, map included, as every call of the exports computes it.
     [[nodiscard]] cv::Mat bare(const cv::Mat& m, bool stereo) const {
@@ -101,7 +115,7 @@ public:
     }
 
 private:
-    fs::path m_path;
+    Folder m_folder{"calibration"};
     cv::Mat m_camera, m_rotation, m_projection;
     cv::Mat m_distortion = (cv::Mat_<double>(1, 5) << -0.2, 0.05, 0.001, -0.001, 0);
 };
@@ -111,8 +125,8 @@ void use(benchmark::State& state, cv::Size size, bool stereo) {
     cv::theRNG().state = 7;
     cv::randu(picture, 0, 256);
     cv::resize(picture, picture, size, 0, 0, cv::INTER_CUBIC);
-    const Folder folder(size);
-    const std::string path = folder.path();
+    const Calibration calibration(size);
+    const std::string path = calibration.path();
     const tarvix::DibPtr dib(tarvix::MatToDib(picture));
     bench::paired(
         state,
@@ -122,29 +136,9 @@ void use(benchmark::State& state, cv::Size size, bool stereo) {
         },
         [&] {
             const cv::Mat copiedIn = picture.clone();
-            benchmark::DoNotOptimize(folder.bare(copiedIn, stereo).clone().data);
+            benchmark::DoNotOptimize(calibration.bare(copiedIn, stereo).clone().data);
         });
 }
-
-// A folder for results.
-class Results {
-public:
-    explicit Results(const std::string& name = "results")
-        : m_path(fs::temp_directory_path() / ("tarvix-bench-" + name)) {
-        fs::create_directories(m_path);
-    }
-    ~Results() { fs::remove_all(m_path); }
-    Results(const Results&) = delete;
-    Results& operator=(const Results&) = delete;
-    [[nodiscard]] std::string path() const { return m_path.string(); }
-    void store(const char* name, const char* key, const cv::Mat& m) const {
-        cv::FileStorage storage(path() + "/" + name + ".xml", cv::FileStorage::WRITE);
-        storage << key << m;
-    }
-
-private:
-    fs::path m_path;
-};
 
 std::vector<cv::Point2f> boardIn(const std::string& file, int window, double epsilon) {
     const cv::Mat grey = cv::imread(file, cv::IMREAD_GRAYSCALE);
@@ -179,8 +173,8 @@ void calibrate(benchmark::State& state, bool isStereo) {
     if (isStereo) {
         state.SetLabel("searches on two threads, which pays only where a second core is free");
     }
-    const Results ours;
-    const Results bare("bare");
+    const Folder ours;
+    const Folder bare("bare");
     const cv::Size size = cv::imread(files[0]).size();
     const auto stereo = [&] {
         std::vector<std::vector<cv::Point2f>> one, two;
@@ -230,7 +224,7 @@ void calibrate(benchmark::State& state, bool isStereo) {
 // A file is read and checked, a point computed: microseconds.
 void measure(benchmark::State& state) {
     state.SetLabel("the export checks the file before OpenCV's reader sees it");
-    const Results folder;
+    const Folder folder;
     folder.store(
         "Q", "Q",
         (cv::Mat_<double>(4, 4) << 1, 0, 0, -320, 0, 1, 0, -240, 0, 0, 0, 700, 0, 0, 0.1, 0));
@@ -264,7 +258,7 @@ void stereoGrowth(benchmark::State& state) {
     for (std::size_t i = 0; i < 2 * pairs; ++i) {
         list.Add(files[i % files.size()].c_str());
     }
-    const Results results;
+    const Folder results;
     double seconds = 0;
     while (state.KeepRunning()) {
         const double took = bench::secondsOf(

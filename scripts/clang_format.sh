@@ -4,8 +4,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v clang-format >/dev/null || die "clang-format is missing: install the package clang-format"
 cd "$root"
-listed=$(git ls-files --cached --others --exclude-standard '*.h' '*.cpp') || die "git cannot list the source files"
-mapfile -t files <<<"$listed"
+mapfile -t files < <(find . \( -name build -o -name '.?*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
 if [ "${1:-}" = --fix ]; then
   clang-format -i "${files[@]}"
 else

@@ -2,7 +2,7 @@
 #include "calib/calibrate.h"
 #include "calib/undistort.h"
 #include "tests/calib/views.h"
-#include "tests/support/test_host.h"
+#include "tests/support/export_test.h"
 
 #include <tarvix/tarvix.h>
 
@@ -49,14 +49,10 @@ struct Direct {
     }
 };
 
-class Calibration : public testing::Test {
+class Calibration : public test::ExportTest {
 protected:
-    test::TestHost host;
     test::TempFolder folder;
     CStringArray files;
-    long objectsBefore = morvel_dib_testing::liveObjects();
-
-    ~Calibration() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), objectsBefore); }
 
     int calibrate(const std::vector<std::string>& names, int w = 9, int h = 6) {
         test::fill(files, names);

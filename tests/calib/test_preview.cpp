@@ -4,7 +4,7 @@
 #include "calib/preview.h"
 #include "calib/stereo_calibrate.h"
 #include "tests/calib/views.h"
-#include "tests/support/test_host.h"
+#include "tests/support/export_test.h"
 #include "tests/support/x_server.h"
 
 #include <tarvix/tarvix.h>
@@ -46,15 +46,11 @@ cv::Mat expectedView(const std::string& file, cv::Size window, int halfWindow) {
     return small;
 }
 
-class Preview : public testing::Test {
+class Preview : public test::ExportTest {
 protected:
-    test::TestHost host;
     test::XServer server;
     test::TempFolder folder;
     CStringArray files;
-    long objectsBefore = morvel_dib_testing::liveObjects();
-
-    ~Preview() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), objectsBefore); }
 
     int calibrate(const std::vector<std::string>& names, HWND window) {
         test::fill(files, names);

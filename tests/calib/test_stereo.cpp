@@ -2,7 +2,7 @@
 #include "calib/stereo_calibrate.h"
 #include "calib/undistort.h"
 #include "tests/calib/views.h"
-#include "tests/support/test_host.h"
+#include "tests/support/export_test.h"
 
 #include <tarvix/tarvix.h>
 
@@ -59,14 +59,10 @@ Matrices direct(const std::vector<std::string>& files, float square) {
     return m;
 }
 
-class Stereo : public testing::Test {
+class Stereo : public test::ExportTest {
 protected:
-    test::TestHost host;
     test::TempFolder folder;
     CStringArray files;
-    long objectsBefore = morvel_dib_testing::liveObjects();
-
-    ~Stereo() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), objectsBefore); }
 
     int calibrate(const std::vector<std::string>& names, float square = 1) {
         test::fill(files, names);

@@ -3,8 +3,8 @@
 
 #include "features/detectors.h"
 #include "features/feature_tests.h"
+#include "tests/support/export_test.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
@@ -17,17 +17,8 @@ using test::Dib;
 using test::identical;
 using testing::IsEmpty;
 
-class FeatureTest : public testing::Test {
-protected:
-    void TearDown() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before); }
-    test::TestHost host;
-
-private:
-    long m_before = morvel_dib_testing::liveObjects();
-};
-
-using DetectorTest = FeatureTest;
-using MatchTest = FeatureTest;
+using DetectorTest = test::ExportTest;
+using MatchTest = test::ExportTest;
 
 cv::Mat coloured(const cv::Mat& picture) {
     cv::Mat colour = picture;

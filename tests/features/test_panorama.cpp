@@ -1,8 +1,8 @@
 // tx_Stitch, called as a host calls it.
 #include <tarvix/tarvix.h>
 
+#include "tests/support/export_test.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/calib3d.hpp>
@@ -19,10 +19,9 @@ namespace {
 using test::Dib;
 using testing::IsEmpty;
 
-class Stitch : public testing::Test {
+class Stitch : public test::ExportTest {
 protected:
     void SetUp() override { cv::theRNG().state = 4711; }
-    void TearDown() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before); }
 
     std::string save(const std::string& name, const cv::Mat& picture) {
         cv::imwrite(folder / name, picture);
@@ -41,10 +40,6 @@ protected:
     std::vector<std::string> overlapping();
 
     test::TempFolder folder;
-    test::TestHost host;
-
-private:
-    long m_before = morvel_dib_testing::liveObjects();
 };
 
 // The photograph hangs as a poster before a camera that turns about its centre.

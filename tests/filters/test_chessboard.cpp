@@ -3,9 +3,9 @@
 
 #include "filters/chessboard.h"
 #include "tests/support/decimal_comma.h"
+#include "tests/support/export_test.h"
 #include "tests/support/pattern.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/calib3d.hpp>
@@ -24,14 +24,9 @@ using test::identical;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class FindChessboard : public testing::Test {
+class FindChessboard : public test::ExportTest {
 protected:
-    void TearDown() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before); }
-    test::TestHost host;
     CString text{"before"};
-
-private:
-    long m_before = morvel_dib_testing::liveObjects();
 };
 
 // "x,y;x,y" back into points.

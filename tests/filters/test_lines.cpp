@@ -2,8 +2,8 @@
 #include <tarvix/tarvix.h>
 
 #include "filters/lines.h"
+#include "tests/support/export_test.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
@@ -17,17 +17,7 @@ namespace {
 
 using test::Dib;
 
-class FindLines : public testing::Test {
-protected:
-    void TearDown() override {
-        EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before);
-        EXPECT_TRUE(host.messages.empty());
-    }
-    test::TestHost host;
-
-private:
-    long m_before = morvel_dib_testing::liveObjects();
-};
+using FindLines = test::SilentExportTest;
 
 // The segments that the export hands over, x1, y1, x2, y2.
 using Found = std::vector<cv::Vec4i>;

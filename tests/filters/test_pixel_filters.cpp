@@ -1,8 +1,8 @@
 // tx_LoadFile, tx_Canny, tx_Denoise and tx_getRectSubPix, called as a host calls them.
 #include <tarvix/tarvix.h>
 
+#include "tests/support/export_test.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
@@ -20,20 +20,10 @@ using test::Dib;
 using test::identical;
 using testing::HasSubstr;
 
-// Every test of an export checks that nothing stays behind and says which messages were shown.
-class Export : public testing::Test {
-protected:
-    void TearDown() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before); }
-    test::TestHost host;
-
-private:
-    long m_before = morvel_dib_testing::liveObjects();
-};
-
-using LoadFile = Export;
-using Canny = Export;
-using Denoise = Export;
-using GetRectSubPix = Export;
+using LoadFile = test::ExportTest;
+using Canny = test::ExportTest;
+using Denoise = test::ExportTest;
+using GetRectSubPix = test::ExportTest;
 
 // ---- tx_LoadFile
 

@@ -2,8 +2,8 @@
 #include "geometry/converge.h"
 #include "geometry/converge_search.h"
 #include "geometry/vect.h"
+#include "tests/support/export_test.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_host.h"
 
 #include <tarvix/tarvix.h>
 
@@ -31,18 +31,10 @@ Points box(double left, double top, double right, double bottom) {
 const Points tilted = {70, 40, 176, 48, 202, 144, 46, 138}; // in 240 x 180
 const cv::Vec3b white(255, 255, 255);
 
-class ConvergeExports : public testing::Test {
+class ConvergeExports : public test::SilentExportTest {
 protected:
-    void TearDown() override {
-        EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before);
-        EXPECT_TRUE(host.messages.empty());
-    }
-    test::TestHost host;
     Points corners = tilted;
     std::array<double, 12> result{};
-
-private:
-    long m_before = morvel_dib_testing::liveObjects();
 };
 
 std::vector<unsigned char> storedBytes(const CDib& dib) {

@@ -1,8 +1,8 @@
 // tx_Projective and tx_GetProjectiveMask, called as a host calls them, and the canvas rule beneath.
 #include "geometry/projective_warp.h"
 
+#include "tests/support/export_test.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_host.h"
 
 #include <tarvix/tarvix.h>
 
@@ -30,17 +30,7 @@ cv::Size canvasSize(const Corners& to) {
         .size;
 }
 
-class Projective : public testing::Test {
-protected:
-    void TearDown() override {
-        EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before);
-        EXPECT_TRUE(host.messages.empty());
-    }
-    test::TestHost host;
-
-private:
-    long m_before = morvel_dib_testing::liveObjects();
-};
+using Projective = test::SilentExportTest;
 
 TEST_F(Projective, SameCornersGiveThePictureAndAFullMask) {
     for (const int type : {CV_8UC1, CV_8UC3}) {
