@@ -34,15 +34,17 @@ for name in "${names[@]}"; do
     kept=$root/build/fuzz/short/$name
     rm -rf "$kept"
     limit=(-seed=1 -runs="${short[$name]:?has no number of inputs for the short run}")
+    niceness=0
   else
     kept=$root/build/fuzz/kept/$name
     limit=(-max_total_time="$seconds")
+    niceness=19
   fi
   log=$root/build/fuzz/$name.log
   mkdir -p "$kept"
   say "fuzz: $name${limit[*]/#/ }"
   # An input may take a minute, on a machine that has other things to do: the limit on hangs.
-  if ! nice -n 19 "$program" "${limit[@]}" -timeout=60 -rss_limit_mb=4096 -malloc_limit_mb=1000000 \
+  if ! nice -n "$niceness" "$program" "${limit[@]}" -timeout=60 -rss_limit_mb=4096 -malloc_limit_mb=1000000 \
     -max_len=20000 -artifact_prefix="$found/$name-" -print_final_stats=1 \
     "$kept" "$root/tests/fuzz/corpus/$name" >"$log" 2>&1; then
     tail -n 60 "$log" >&2
