@@ -2,12 +2,15 @@
 
 #include "bridge/guard.h"
 #include "calib/document_check.h"
+#include "platform/paths/paths.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/core/persistence.hpp>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include <windows.h>
 
@@ -71,12 +74,13 @@ bool isPlainMatrix(const cv::FileNode& node) {
 
 std::string slurp(const std::string& path) {
     std::error_code error;
-    const bool isFile = fs::is_regular_file(path, error);
-    const std::uintmax_t size = isFile ? fs::file_size(path, error) : 0;
+    const fs::path source = pathOf(path);
+    const bool isFile = fs::is_regular_file(source, error);
+    const std::uintmax_t size = isFile ? fs::file_size(source, error) : 0;
     if (!isFile || error || size > largestDocument) {
         raiseParseError(path);
     }
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(source, std::ios::binary);
     std::string text(static_cast<std::size_t>(size) + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     if (file.bad() || !file.eof()) { // unreadable, or grown since
@@ -87,7 +91,7 @@ std::string slurp(const std::string& path) {
 }
 
 // Where the links lead. Empty when that is something other than a file or nothing.
-std::string writableTarget(const std::string& path) {
+fs::path writableTarget(const fs::path& path) {
     std::error_code error;
     fs::path target(path);
     for (int links = 0; fs::is_symlink(fs::symlink_status(target, error)); ++links) {
@@ -104,7 +108,14 @@ std::string writableTarget(const std::string& path) {
             return {};
         }
     }
-    return target.string();
+    return target;
+}
+
+// The name beside the target, as long as the target's own: where that fits, this does.
+fs::path besideOf(const fs::path& target) {
+    fs::path::string_type name = target.filename().native();
+    name.back() = name.back() == '~' ? '-' : '~';
+    return fs::path(target).replace_filename(name);
 }
 
 std::string documentOf(const char* key, const cv::Mat& matrix) {
@@ -114,18 +125,11 @@ std::string documentOf(const char* key, const cv::Mat& matrix) {
     return storage.releaseAndGetString();
 }
 
-// False when the file cannot be opened.
-bool writeDocument(const std::string& path, const std::string& document) {
-    std::ofstream file(path); // a text file, with the system's own line ends
-    if (!file) {
-        return false;
-    }
-    file << document;
+// False when the file did not open or did not take everything, as on a full disk.
+bool write(std::ofstream&& file, const std::string& bytes) {
+    file << bytes;
     file.close();
-    if (!file) { // a full disk
-        raiseCannotWrite(path);
-    }
-    return true;
+    return !file.fail();
 }
 
 } // namespace
@@ -159,7 +163,7 @@ cv::Mat parseMatrix(const std::string& document, const std::string& path, const 
 
 cv::Mat readMatrix(const std::string& path, const char* key) {
     std::error_code error;
-    if (!fs::exists(path, error)) {
+    if (!fs::exists(pathOf(path), error)) {
         return {};
     }
     return parseMatrix(slurp(path), path, key);
@@ -180,48 +184,82 @@ void refuseEmpty(const cv::Mat& matrix, const CalibFile& file) {
 }
 
 MatrixWriter::~MatrixWriter() {
-    std::error_code ignored;
     for (const Pending& one : m_pending) {
-        if (!one.half.empty()) {
-            fs::remove(one.half, ignored);
+        try {
+            if (one.isPlaced) {
+                restore(one);
+            } else if (one.isBeside) {
+                fs::remove(one.beside);
+            }
+        } catch (const std::exception&) { // nothing more can be done
         }
     }
 }
 
 void MatrixWriter::add(const char* folder, const CalibFile& file, const cv::Mat& matrix) {
-    const std::string path = pathIn(folder, file);
-    const std::string target = path.empty() ? path : writableTarget(path);
-    if (target.empty()) {
-        raiseCannotWrite(path);
+    Pending one;
+    one.name = pathIn(folder, file);
+    one.target = one.name.empty() ? fs::path() : writableTarget(pathOf(one.name));
+    if (one.target.empty()) {
+        raiseCannotWrite(one.name);
     }
-    const fs::path half =
-        fs::path(target).replace_filename(".half-" + fs::path(target).filename().string());
-    // Through memory: cv::FileStorage does not report a disk that fills up, and takes what follows
-    // a question mark in a path for options.
-    const std::string document = documentOf(file.key, matrix);
-    m_pending.push_back({target, half.string()});
-    if (!writeDocument(half.string(), document)) {
-        m_pending.back().half.clear();
-        std::error_code error;
-        if (!fs::exists(target, error) || !writeDocument(target, document)) {
-            raiseCannotWrite(path);
+    one.beside = besideOf(one.target);
+    // Through memory and as a text file: cv::FileStorage does not report a disk that fills up, and
+    // takes what follows a question mark in a path for options.
+    one.document = documentOf(file.key, matrix);
+    std::error_code error;
+    one.existed = fs::exists(one.target, error);
+    if (one.existed) {
+        const std::ifstream earlier(one.target, std::ios::binary);
+        std::ostringstream bytes;
+        bytes << earlier.rdbuf();
+        if (!earlier.is_open() || bytes.bad()) {
+            raiseCannotWrite(one.name);
         }
+        one.earlier = bytes.str();
+    }
+    m_pending.push_back(std::move(one));
+    Pending& added = m_pending.back();
+    errno = 0;
+    std::ofstream half(added.beside);
+    if (half) {
+        added.isBeside = true;
+        if (!write(std::move(half), added.document)) {
+            raiseCannotWrite(added.name);
+        }
+    } else if (!added.existed || (errno != EACCES && errno != EPERM && errno != EROFS)) {
+        raiseCannotWrite(added.name);
     }
 }
 
 void MatrixWriter::commit() {
     for (Pending& one : m_pending) {
-        if (one.half.empty()) {
-            continue;
-        }
         std::error_code error;
-        fs::rename(one.half, one.target, error);
-        if (error) {
-            raiseCannotWrite(one.target);
+        if (one.isBeside) {
+            fs::rename(one.beside, one.target, error);
+            one.isPlaced = !error;
+        } else {
+            one.isPlaced = true; // even if only in part
+            if (!write(std::ofstream(one.target), one.document)) {
+                error = std::make_error_code(std::errc::io_error);
+            }
         }
-        one.half.clear();
+        if (error) {
+            raiseCannotWrite(one.name);
+        }
     }
     m_pending.clear();
+}
+
+void MatrixWriter::restore(const Pending& one) {
+    std::error_code ignored;
+    if (!one.existed) {
+        fs::remove(one.target, ignored);
+    } else if (!one.isBeside) {
+        write(std::ofstream(one.target, std::ios::binary), one.earlier);
+    } else if (write(std::ofstream(one.beside, std::ios::binary), one.earlier)) {
+        fs::rename(one.beside, one.target, ignored);
+    }
 }
 
 } // namespace tarvix

@@ -8,6 +8,7 @@
 #include <opencv2/core/mat.hpp>
 
 #include <array>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -55,10 +56,10 @@ void refuseEmpty(const cv::Mat& matrix, const CalibFile& file);
 
 // Writes matrices, each into a file of its own, existing files replaced.
 //
-// Each document is written beside its target and takes its place only once all of them are whole,
-// in the order of add(); so a full disk or a crash leaves the earlier files as they were. In a
-// folder that takes no new files, an existing file is written in place. Symbolic links are
-// followed. Raises when a file cannot be written; what was not yet put in place is removed.
+// Each document is written beside its target; they take their places in commit(), in the order of
+// add(), once all of them are whole. When one cannot, those before it become what they were, so a
+// failure leaves the earlier files. In a folder that takes no new files, an existing file is
+// written in place. Symbolic links are followed. Raises when a file cannot be written.
 class MatrixWriter {
 public:
     MatrixWriter() = default;
@@ -71,9 +72,16 @@ public:
 
 private:
     struct Pending {
-        std::string target;
-        std::string half; // beside the target; empty once in place
+        std::string name; // for messages
+        std::filesystem::path target, beside;
+        std::string document;
+        std::string earlier; // the target's bytes
+        bool existed = false;
+        bool isBeside = false; // written there; false: to be written in place
+        bool isPlaced = false;
     };
+    static void restore(const Pending& one);
+
     std::vector<Pending> m_pending;
 };
 

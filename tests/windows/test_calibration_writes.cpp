@@ -48,6 +48,45 @@ TEST_F(CalibrationWrites, AFileThatAnotherProgramHasOpenStays) {
     expectUnchanged(camera);
 }
 
+TEST_F(CalibrationWrites, TheFirstFileGoesBackWhenTheSecondCannotBeReplaced) {
+    ASSERT_EQ(calibrate(), 1);
+    const std::string camera = test::bytesOf(folder / "cam.xml");
+    {
+        const std::ifstream reader(folder / "dist.xml");
+        EXPECT_EQ(calibrate(folder.path(), 4), 0);
+    }
+    expectMessageAbout("dist.xml");
+    expectUnchanged(camera);
+}
+
+TEST_F(CalibrationWrites, AFolderNamedWithLettersOfTheCodePage) {
+    const std::string odd = folder.path() + "\\M\xFCller";
+    ASSERT_NE(CreateDirectoryA(odd.c_str(), nullptr), 0);
+    ASSERT_EQ(calibrate(odd), 1);
+    EXPECT_TRUE(host.messages.empty());
+    ASSERT_EQ(calibrate(odd, 4), 1); // replaces
+    EXPECT_NE(GetFileAttributesA((odd + "\\cam.xml").c_str()), INVALID_FILE_ATTRIBUTES);
+    const test::Dib picture = test::makeDib(64, 48, 24);
+    EXPECT_NE(test::Dib(tx_UseCalib(*picture, odd.c_str(), nullptr, nullptr)), nullptr);
+    EXPECT_NE(DeleteFileA((odd + "\\cam.xml").c_str()), 0);
+    EXPECT_NE(DeleteFileA((odd + "\\dist.xml").c_str()), 0);
+    EXPECT_NE(RemoveDirectoryA(odd.c_str()), 0); // nothing else is left in it
+}
+
+TEST_F(CalibrationWrites, TheLongestPathThatThePlatformTakes) {
+    std::string deep = folder.path() + '\\';
+    std::replace(deep.begin(), deep.end(), '/', '\\');
+    // The folder's own name is as long as it may be for "dist.xml" to fit with its terminator.
+    deep += std::string(MAX_PATH - 1 - std::string("\\dist.xml").size() - deep.size(), 'd');
+    ASSERT_NE(CreateDirectoryW(asItIs(deep).c_str(), nullptr), 0);
+    EXPECT_EQ(calibrate(deep), 1);
+    EXPECT_TRUE(host.messages.empty());
+    for (const char* file : {"\\cam.xml", "\\dist.xml"}) {
+        EXPECT_NE(DeleteFileW(asItIs(deep + file).c_str()), 0);
+    }
+    EXPECT_NE(RemoveDirectoryW(asItIs(deep).c_str()), 0);
+}
+
 TEST_F(CalibrationWrites, APathLongerThanThe260CharactersOfThePlatformIsRefusedCleanly) {
     const std::string part(100, 'd');
     std::string deep = folder.path();

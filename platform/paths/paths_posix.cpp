@@ -1,0 +1,13 @@
+#include "platform/paths/paths.h"
+
+namespace tarvix {
+
+std::filesystem::path pathOf(const std::string& name) {
+    return name;
+}
+
+std::string nameOf(const std::filesystem::path& path) {
+    return path.string();
+}
+
+} // namespace tarvix
