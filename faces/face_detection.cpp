@@ -18,8 +18,10 @@ constexpr int minNeighbours = 2;  // overlapping hits that make a face
 
 void loadBesideExecutable(cv::CascadeClassifier& classifier, const char* fileName) {
     std::array<char, MAX_PATH> path{};
-    GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
-    path.back() = '\0'; // not every system terminates a path that it cut
+    const DWORD length = GetModuleFileNameA(nullptr, path.data(), MAX_PATH);
+    if (length == 0 || length >= MAX_PATH) {
+        return; // unknown, or cut off: it would lead to another folder
+    }
     PathRemoveFileSpecA(path.data());
     PathAppendA(path.data(), fileName);
     classifier.load(path.data());

@@ -16,8 +16,9 @@ namespace tarvix {
 
 // Loads the cascade file of this name from the folder of the host's executable. On purpose nobody
 // asks whether that worked: a file that is missing or no cascade leaves the classifier empty, and
-// the first detection then raises the cv::Exception that the user is shown. OpenCV raises one at
-// once for a file that it cannot parse.
+// the first detection then raises the cv::Exception that the user is shown. So does an executable
+// whose path is unknown or longer than MAX_PATH - 1. OpenCV raises one at once for a file that it
+// cannot parse.
 void loadBesideExecutable(cv::CascadeClassifier& classifier, const char* fileName);
 
 // Equalises the histogram of `grey` in place and returns the faces found in it, in the classifier's

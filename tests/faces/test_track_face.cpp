@@ -236,6 +236,23 @@ TEST(TrackFace, FollowsTheChoiceOfTheGuiLibrarysPlatform) {
     }
 }
 
+// A path that is cut off would lead to a folder further up.
+TEST(TrackFace, ReadsNoCascadeWhenTheExecutablesPathIsTooLong) {
+    const test::XServer display;
+    const test::TempFolder folder;
+    const std::string above = folder / std::string(150, 'a');
+    const std::string tooLong = above + "/" + std::string(200, 'b');
+    fs::create_directories(tooLong);
+    const auto expectEnd = [](const std::string& place, const std::string& message) {
+        fs::copy_file(TARVIX_LBP_CASCADES "/lbpcascade_frontalface.xml",
+                      place + "/lbpcascade_frontalface.xml");
+        const EmulatedCamera camera({twoFaces(), twoFaces(), twoFaces()}, AfterLastFrame::stop);
+        expectMessage(track(test::copyProgram(TARVIX_FACES_PROBE, place)), message);
+    };
+    expectEnd(above, "!_src.empty()"); // read: the first frame was searched
+    expectEnd(tooLong, "!empty()");
+}
+
 // A host of its own with the cascade that the test puts beside it.
 class TrackingCascade : public testing::Test {
 protected:
