@@ -203,21 +203,19 @@ TEST_F(DetectorTest, TinyAndExtremePicturesGiveAResultOrAMessage) {
 
 // ---- tx_MatchTest
 
-TEST_F(MatchTest, EveryPairingThatOpenCvTakesIsDrawnSideBySide) {
+TEST_F(MatchTest, EveryPairingIsDrawnSideBySide) {
     const cv::Mat left = test::photo("box.png");
     const cv::Mat right = sample(false);
     const cv::Size both(left.cols + right.cols, std::max(left.rows, right.rows));
     for (int detector = 0; detector <= 4; ++detector) {
         for (int descriptor = 0; descriptor <= 1; ++descriptor) {
             SCOPED_TRACE(testing::Message() << detector << ", " << descriptor);
-            host.messages.clear();
             const Dib result(
                 tx_MatchTest(*test::dibOf(left), *test::dibOf(right), detector, descriptor));
-            EXPECT_EQ(result == nullptr, host.messages.size() == 1U);
-            if (result != nullptr) {
-                EXPECT_EQ(result->m_bmi.bmiHeader.biBitCount, 24);
-                EXPECT_EQ(test::matOf(*result).size(), both);
-            }
+            EXPECT_THAT(host.messages, IsEmpty());
+            ASSERT_NE(result, nullptr);
+            EXPECT_EQ(result->m_bmi.bmiHeader.biBitCount, 24);
+            EXPECT_EQ(test::matOf(*result).size(), both);
         }
     }
 }
