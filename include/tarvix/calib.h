@@ -84,8 +84,8 @@ public:
     tx_Meas3D(const tx_Meas3D& other) = default; // shallow, too
 
     // Loads "Q.xml" from the folder. A matrix from an earlier call is not released first. 1 on
-    // success, and also when there is no such file: then CalcXYZ gives 0. 0 silently for a file
-    // that holds no matrix; nothing is held then.
+    // success, and also when there is no such file or no matrix in it under its key: then CalcXYZ
+    // gives 0. 0 silently for a file that cannot be read as such a document; nothing is held then.
     int Init(const char* folder);
 
     // The point seen at p1 and p2, one in each rectified picture, in either order (the one with the
