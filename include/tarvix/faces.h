@@ -22,8 +22,9 @@ TARVIX_API int tx_FindFaces(CDib& image, CArray<RECT, RECT&>& faces);
 
 // Shows the live picture of camera 0 in a window "TrackFace", the largest face of each frame, by
 // lbpcascade_frontalface.xml, outlined in white, until a key is pressed in that window. The calling
-// thread is busy until then. The argument is never read.
+// thread is busy until then; no other may call this meanwhile. The argument is never read.
 //
 // Returns 1 when a key ended it and also, silently and without a window, when the camera cannot be
-// opened; 0 after OpenCV's message: no display, no cascade, a camera that stops delivering.
+// opened; 0 after OpenCV's message: no display, no cascade, a camera that stops delivering. Any
+// other failure, such as a lack of memory that OpenCV does not report, is silent and gives 1.
 TARVIX_API int tx_TrackFace(const char* ignored);

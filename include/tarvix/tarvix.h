@@ -5,6 +5,8 @@
 //
 // Threads    A call runs to its end on the calling thread. Exports share no state: several threads
 //            may call at the same time, on bitmaps of their own or on one that nobody writes to.
+//            Two calls of tx_TrackFace, which have one window, and two calibrations into one folder
+//            must not run at once.
 // Inputs     Bitmaps are only read. An 8-bit bitmap's palette indices count as grey levels; the
 //            pixels of a 24-bit bitmap are blue, green, red. Rows are taken as stored bottom-up,
 //            whatever the sign of the height. Coordinates are pixels of the picture as seen: x
