@@ -34,7 +34,8 @@ TARVIX_API CDib* tx_MatchTest(CDib& image1, CDib& image2, int detector, int desc
 // and the name of the one before, and the call ends with the class library's invalid-argument
 // exception. So leave such a picture out of inputFiles. Known bounds: perspective moves with the
 // canvas only approximately, and a picture is cut to its own width and height from the canvas's top
-// left corner. Passes out: the class library's invalid-argument exception (CInvalidArgException*)
+// left corner; one that is wider or higher than the canvas ends the call there with OpenCV's
+// message. Passes out: the class library's invalid-argument exception (CInvalidArgException*)
 // for an empty inputFiles and as above, and everything else that is not cv::Exception.
 TARVIX_API int tx_MatchImages(CStringArray& inputFiles, CStringArray& outputFiles);
 
