@@ -21,7 +21,8 @@ public:
     // Blocks that this thread ever allocated, less those it freed, in and out of scopes.
     [[nodiscard]] static long liveBlocks();
     // False also where it would have ended the process: in cv::utils::BufferArea, whose destructor
-    // raises an exception when one of its allocations failed, and in libgomp, which ends it itself.
+    // raises an exception when one of its allocations failed, in libgomp, which ends it itself, and
+    // in the JPEG encoder's first allocation, after which it jumps to where nothing is prepared.
     [[nodiscard]] static bool hasFailed();
     // The library that asked for what failed, the C and C++ run time left out.
     [[nodiscard]] static std::string failedLibrary();
