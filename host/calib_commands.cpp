@@ -2,6 +2,7 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "platform/paths/paths.h"
 
 #include <tarvix/tarvix.h>
 
@@ -28,6 +29,8 @@ namespace host {
 namespace {
 
 namespace fs = std::filesystem;
+using tarvix::nameOf;
+using tarvix::pathOf;
 
 // The module says nothing while it searches the photographs; a dot a second shows that it works.
 class Progress {
@@ -101,9 +104,9 @@ bool isPicture(const fs::path& path) {
 // The pictures of a folder, by name.
 std::vector<std::string> picturesIn(const std::string& folder) {
     std::vector<std::string> files;
-    for (const auto& entry : fs::directory_iterator(folder)) {
+    for (const auto& entry : fs::directory_iterator(pathOf(folder))) {
         if (entry.is_regular_file() && isPicture(entry.path())) {
-            files.push_back(entry.path().string());
+            files.push_back(nameOf(entry.path()));
         }
     }
     std::sort(files.begin(), files.end());
@@ -115,7 +118,7 @@ std::vector<std::string> picturesIn(const std::string& folder) {
 
 bool isFolder(const std::string& path) {
     std::error_code ignored;
-    return fs::is_directory(path, ignored);
+    return fs::is_directory(pathOf(path), ignored);
 }
 
 std::vector<std::string> expanded(const std::vector<std::string>& photos) {
@@ -135,17 +138,18 @@ std::vector<std::string> expanded(const std::vector<std::string>& photos) {
 std::vector<std::string> pairsIn(const std::string& folder) {
     std::vector<std::string> files;
     for (const std::string& file : picturesIn(folder)) {
-        const fs::path left(file);
-        std::string name = left.filename().string();
+        const fs::path left = pathOf(file);
+        std::string name = nameOf(left.filename());
         const std::size_t at = name.find("left");
         if (at == std::string::npos) {
             continue;
         }
-        const fs::path right = fs::path(left).replace_filename(name.replace(at, 4, "right"));
+        const fs::path right =
+            fs::path(left).replace_filename(pathOf(name.replace(at, 4, "right")));
         std::error_code ignored;
         if (fs::exists(right, ignored)) {
             files.push_back(file);
-            files.push_back(right.string());
+            files.push_back(nameOf(right));
         }
     }
     if (files.empty()) {
@@ -157,7 +161,7 @@ std::vector<std::string> pairsIn(const std::string& folder) {
 void checkFiles(const std::vector<std::string>& files) {
     for (const std::string& file : files) {
         std::error_code ignored;
-        if (!fs::exists(file, ignored)) {
+        if (!fs::exists(pathOf(file), ignored)) {
             throw Failure("no such file: '" + file + "'");
         }
     }
@@ -165,7 +169,7 @@ void checkFiles(const std::vector<std::string>& files) {
 
 void makeFolder(const std::string& folder) {
     std::error_code error;
-    fs::create_directories(folder, error);
+    fs::create_directories(pathOf(folder), error);
     if (error) {
         throw Failure("cannot make the folder '" + folder + "': " + error.message());
     }
@@ -225,7 +229,7 @@ struct StoredMatrix {
 };
 
 cv::Mat readStored(const std::string& folder, const StoredMatrix& stored) {
-    const std::string path = (fs::path(folder) / stored.file).string();
+    const std::string path = nameOf(pathOf(folder) / stored.file);
     const cv::FileStorage storage(path, cv::FileStorage::READ);
     cv::Mat matrix;
     cv::read(storage[stored.key], matrix, cv::Mat());

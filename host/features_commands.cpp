@@ -2,6 +2,7 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "platform/paths/paths.h"
 
 #include <tarvix/tarvix.h>
 
@@ -25,6 +26,8 @@ namespace host {
 namespace {
 
 namespace fs = std::filesystem;
+using tarvix::nameOf;
+using tarvix::pathOf;
 
 void addSelector(CLI::App& command, const std::string& name, int& selector,
                  const std::map<std::string, int>& choices, const std::string& help) {
@@ -122,7 +125,7 @@ public:
         std::random_device random;
         m_path = parent / (".half-" + std::to_string(random()));
         if (!fs::create_directory(m_path, error)) {
-            throw Failure("cannot write into the folder '" + parent.string() + "'");
+            throw Failure("cannot write into the folder '" + nameOf(parent) + "'");
         }
     }
     ~WorkFolder() {
@@ -144,11 +147,11 @@ public:
         : m_pattern(std::move(folderOrPattern)),
           m_digits(std::max<std::size_t>(2, std::to_string(count == 0 ? 0 : count - 1).size())) {
         if (m_pattern.find("{}") == std::string::npos) {
-            m_pattern = (fs::path(m_pattern) / "registered-{}.png").string();
+            m_pattern = nameOf(pathOf(m_pattern) / "registered-{}.png");
         }
     }
-    [[nodiscard]] fs::path folder() const { return fs::path(m_pattern).parent_path(); }
-    [[nodiscard]] std::string extension() const { return fs::path(m_pattern).extension().string(); }
+    [[nodiscard]] fs::path folder() const { return pathOf(m_pattern).parent_path(); }
+    [[nodiscard]] std::string extension() const { return nameOf(pathOf(m_pattern).extension()); }
     [[nodiscard]] std::string name(std::size_t picture) const {
         std::string number = std::to_string(picture);
         number.insert(0, m_digits - std::min(m_digits, number.size()), '0');
@@ -176,14 +179,14 @@ public:
             std::error_code ignored;
             fs::remove(half(i), ignored);
             in.Add(m_inputs[i].c_str());
-            out.Add(half(i).string().c_str());
+            out.Add(nameOf(half(i)).c_str());
         }
         const HeldMessages held;
         tx_MatchImages(in, out);
         for (const std::size_t i : pictures) {
             std::error_code ignored;
             // A disk that filled up leaves a file that cannot be read back.
-            if (!fs::exists(half(i), ignored) || cv::imread(half(i).string()).empty()) {
+            if (!fs::exists(half(i), ignored) || cv::imread(nameOf(half(i))).empty()) {
                 return held.texts.empty() ? "too few good matches with the first picture"
                                           : held.texts[0];
             }
@@ -195,7 +198,7 @@ public:
     void keep(const std::vector<std::size_t>& pictures) const {
         for (const std::size_t i : pictures) {
             std::error_code error;
-            fs::rename(half(i), m_names.name(i), error);
+            fs::rename(half(i), pathOf(m_names.name(i)), error);
             if (error) {
                 throw Failure("cannot write '" + m_names.name(i) + "': " + error.message());
             }

@@ -2,6 +2,7 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "platform/paths/paths.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -21,6 +22,8 @@ namespace host {
 namespace {
 
 namespace fs = std::filesystem;
+using tarvix::nameOf;
+using tarvix::pathOf;
 
 constexpr int widestShown = 720; // pixels; larger pictures are shrunk for the page only
 
@@ -94,13 +97,13 @@ public:
 
     [[nodiscard]] std::string place(const std::string& word) const {
         if (word.rfind("PHOTOS/", 0) == 0) {
-            return (m_photos / word.substr(7)).generic_string();
+            return nameOf(m_photos) + word.substr(6);
         }
         if (word == "PHOTOS") {
-            return m_photos.generic_string();
+            return nameOf(m_photos);
         }
         if (word.rfind("OUT/", 0) == 0) {
-            return (m_out / word.substr(4)).generic_string();
+            return nameOf(m_out) + word.substr(3);
         }
         return word;
     }
@@ -155,7 +158,7 @@ Tarvix )" TARVIX_VERSION
              << m_html.str() << "</body></html>\n";
         file.flush();
         if (!file) {
-            throw Failure("cannot write '" + path.string() + "'");
+            throw Failure("cannot write '" + nameOf(path) + "'");
         }
     }
 
@@ -176,8 +179,8 @@ private:
             cv::imencode(".jpg", shown, bytes, {cv::IMWRITE_JPEG_QUALITY, 88});
             m_html << "<figure><img alt=\"" << escape(role) << "\" src=\"data:image/jpeg;base64,"
                    << base64(bytes) << "\"><figcaption>" << escape(role) << ": "
-                   << escape(fs::path(path).filename().string()) << ", " << picture.cols
-                   << " &times; " << picture.rows << "</figcaption></figure>\n";
+                   << escape(nameOf(pathOf(path).filename())) << ", " << picture.cols << " &times; "
+                   << picture.rows << "</figcaption></figure>\n";
         }
     }
 
@@ -189,13 +192,13 @@ private:
 int runGallery(const fs::path& directory, const fs::path& photos) {
     std::error_code error;
     if (!fs::is_directory(photos, error)) {
-        throw Failure("no folder of photographs at '" + photos.string() +
+        throw Failure("no folder of photographs at '" + nameOf(photos) +
                       "'; the package opencv-doc brings it, or give --photos");
     }
     const fs::path results = directory / "results";
     fs::create_directories(results, error);
     if (error) {
-        throw Failure("cannot make the folder '" + results.string() + "': " + error.message());
+        throw Failure("cannot make the folder '" + nameOf(results) + "': " + error.message());
     }
     std::vector<GalleryEntry> entries;
     for (const auto& family :
@@ -223,7 +226,7 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
         page.addEntry(entry, status, took.count());
     }
     page.write(directory / "index.html");
-    std::cout << "The page: " << fs::absolute(directory / "index.html").string() << '\n';
+    std::cout << "The page: " << nameOf(fs::absolute(directory / "index.html")) << '\n';
     return failed;
 }
 
@@ -241,7 +244,7 @@ void addGalleryCommand(CLI::App& app) {
     command->add_option("DIR", o->directory, "Folder for the page, made when missing")->required();
     command->add_option("--photos", o->photos, "Folder of photographs")->capture_default_str();
     command->callback([o] {
-        if (const int failed = runGallery(o->directory, o->photos); failed != 0) {
+        if (const int failed = runGallery(pathOf(o->directory), pathOf(o->photos)); failed != 0) {
             throw Failure(std::to_string(failed) + " of the gallery's operations failed");
         }
     });

@@ -1,6 +1,7 @@
 #include "host/pictures.h"
 
 #include "host/host.h"
+#include "platform/paths/paths.h"
 
 #include <tarvix/tarvix.h>
 
@@ -27,7 +28,7 @@ unsigned char* line(const CDib& dib, int fromTop) {
 
 Picture loadPicture(const std::string& path, bool gray) {
     std::error_code ignored;
-    if (!std::filesystem::exists(path, ignored)) {
+    if (!std::filesystem::exists(tarvix::pathOf(path), ignored)) {
         throw Failure("no such file: '" + path + "'");
     }
     Picture picture(tx_LoadFile(path.c_str()));
@@ -84,22 +85,23 @@ void savePicture(const CDib& dib, const std::string& path) {
 
 void saveMatrix(const cv::Mat& m, const std::string& path) {
     namespace fs = std::filesystem;
-    const fs::path target(path);
+    const fs::path target = tarvix::pathOf(path);
     // Written beside the target under a name of its own, then renamed: a full disk leaves the old
     // file.
     fs::path half = target;
-    half.replace_filename(".half-" + target.filename().string());
+    half.replace_filename(fs::path(".half-") += target.filename());
+    const std::string halfName = tarvix::nameOf(half);
     std::error_code error;
     bool written = false;
     std::string reason;
     try {
-        written = !m.empty() && cv::imwrite(half.string(), m);
+        written = !m.empty() && cv::imwrite(halfName, m);
     } catch (const cv::Exception& e) {
         reason = ": " + oneLine(e.what());
     }
     if (written) {
         // imwrite does not report a disk that filled up; a picture that can be read back is whole.
-        written = !cv::imread(half.string(), cv::IMREAD_UNCHANGED).empty();
+        written = !cv::imread(halfName, cv::IMREAD_UNCHANGED).empty();
     }
     if (written) {
         fs::rename(half, target, error);
