@@ -115,6 +115,18 @@ public:
         return words;
     }
 
+    // The last run's pictures must not stand for those of a failed operation.
+    void removeOldResults(const GalleryEntry& entry) const {
+        for (const auto& names : {entry.before, entry.after}) {
+            for (const std::string& name : names) {
+                std::error_code ignored;
+                if (name.rfind("OUT/", 0) == 0) {
+                    fs::remove(pathOf(place(name)), ignored);
+                }
+            }
+        }
+    }
+
     void addEntry(const GalleryEntry& entry, int status, double seconds) {
         m_html << "<section><h2>" << escape(entry.title) << "</h2><p>" << escape(entry.text)
                << "</p>\n<pre>tarvix";
@@ -122,9 +134,9 @@ public:
             m_html << ' ' << escape(quoted(word));
         }
         m_html << "</pre>\n<div class=row>";
-        addPictures("before", entry.before);
+        addPictures("before", entry.before, status == 0);
         if (status == 0) {
-            addPictures("after", entry.after);
+            addPictures("after", entry.after, true);
         }
         m_html << "</div><p class=figures>" << (status == 0 ? "took " : "<b>failed</b> after ")
                << std::fixed << std::setprecision(2) << seconds << " s</p></section>\n";
@@ -163,10 +175,14 @@ Tarvix )" TARVIX_VERSION
     }
 
 private:
-    void addPictures(const std::string& role, const std::vector<std::string>& names) {
+    // A failed operation may have no picture to show: those are left out unless `all` is set.
+    void addPictures(const std::string& role, const std::vector<std::string>& names, bool all) {
         for (const std::string& name : names) {
             const std::string path = place(name);
             const cv::Mat picture = cv::imread(path, cv::IMREAD_COLOR);
+            if (picture.empty() && !all) {
+                continue;
+            }
             if (picture.empty()) {
                 throw Failure("cannot read '" + path + "'");
             }
@@ -206,6 +222,9 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
         entries.insert(entries.end(), family.begin(), family.end());
     }
     Page page(photos, results);
+    for (const GalleryEntry& entry : entries) {
+        page.removeOldResults(entry);
+    }
     int failed = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const GalleryEntry& entry = entries[i];
