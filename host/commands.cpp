@@ -18,6 +18,11 @@ int report(const std::string& text) {
     return 1;
 }
 
+// Text that a full disk did not take is only missed when it is flushed.
+int flushed(int status) {
+    return status == 0 && !std::cout.flush() ? report("standard output cannot be written") : status;
+}
+
 } // namespace
 
 int runCommand(std::vector<std::string> arguments) {
@@ -39,9 +44,9 @@ int runCommand(std::vector<std::string> arguments) {
     try {
         std::reverse(arguments.begin(), arguments.end()); // CLI11 takes the last argument first
         app.parse(std::move(arguments));
-        return application().messageShown() ? 1 : 0;
+        return flushed(application().messageShown() ? 1 : 0);
     } catch (const CLI::Success& e) {
-        return app.exit(e);
+        return flushed(app.exit(e));
     } catch (const CLI::ParseError& e) {
         std::cerr << "tarvix: " << oneLine(e.what()) << " (--help shows the usage)\n";
         return 2;

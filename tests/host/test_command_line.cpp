@@ -48,6 +48,17 @@ TEST_F(CommandLine, HelpAndVersion) {
     EXPECT_THAT(version.out, HasSubstr("OpenCV "));
 }
 
+TEST_F(CommandLine, OutputThatIsLostIsAFailure) {
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"lines", home}, {"lines", home, "--json"}, {"--help"}}) {
+        std::vector<std::string> words = {"-c", R"(exec "$0" "$@" >/dev/full)", TARVIX_PROGRAM};
+        words.insert(words.end(), command.begin(), command.end());
+        const ProgramResult run = test::runProgram("/bin/sh", words);
+        expectOneLine(run, 1);
+        EXPECT_THAT(run.err, HasSubstr("standard output cannot be written"));
+    }
+}
+
 TEST_F(CommandLine, LoadWritesThePicture) {
     EXPECT_EQ(tarvix({"load", home, "-o", out}).status, 0);
     EXPECT_TRUE(test::identical(result(), test::photo("home.jpg")));
