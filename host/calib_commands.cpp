@@ -2,12 +2,12 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "host/print_json.h"
 #include "platform/paths/paths.h"
 
 #include <tarvix/tarvix.h>
 
 #include <PreviewWindow.h>
-#include <nlohmann/json.hpp>
 #include <opencv2/core.hpp>
 #include <opencv2/core/persistence.hpp>
 #include <opencv2/imgproc.hpp>
@@ -263,7 +263,7 @@ void printMatrices(const std::string& folder, const std::vector<StoredMatrix>& s
         all[stored.key] = std::move(rows);
     }
     if (json) {
-        std::cout << all << '\n';
+        printJson(all);
     }
 }
 
@@ -457,8 +457,7 @@ void addMeasure(CLI::App& app) {
         }
         if (o->json) {
             // JSON has no infinity: a point at infinity prints null.
-            std::cout << nlohmann::json{{"x", out.x}, {"y", out.y}, {"z", out.z}, {"unit", o->unit}}
-                      << '\n';
+            printJson(nlohmann::json{{"x", out.x}, {"y", out.y}, {"z", out.z}, {"unit", o->unit}});
             return;
         }
         std::cout << out.x << ' ' << out.y << ' ' << out.z << (o->unit.empty() ? "" : " ")

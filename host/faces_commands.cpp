@@ -2,10 +2,10 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "host/print_json.h"
 
 #include <tarvix/tarvix.h>
 
-#include <nlohmann/json.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -40,7 +40,7 @@ void print(const CArray<RECT, RECT&>& faces, bool asJson) {
         }
     }
     if (asJson) {
-        std::cout << nlohmann::json{{"faces", std::move(list)}} << '\n';
+        printJson(nlohmann::json{{"faces", std::move(list)}});
     }
 }
 

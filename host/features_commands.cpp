@@ -2,12 +2,12 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "host/print_json.h"
 #include "platform/paths/paths.h"
 
 #include <tarvix/tarvix.h>
 
 #include <afxcoll.h>
-#include <nlohmann/json.hpp>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
@@ -148,6 +148,10 @@ public:
           m_digits(std::max<std::size_t>(2, std::to_string(count == 0 ? 0 : count - 1).size())) {
         if (m_pattern.find("{}") == std::string::npos) {
             m_pattern = nameOf(pathOf(m_pattern) / "registered-{}.png");
+        }
+        if (nameOf(folder()).find("{}") != std::string::npos) {
+            throw CLI::ValidationError("{} may stand in a file's name, not in a folder's: '" +
+                                       m_pattern + "'");
         }
     }
     [[nodiscard]] fs::path folder() const { return pathOf(m_pattern).parent_path(); }
@@ -291,9 +295,8 @@ void runRegister(const RegisterOptions& o) {
         saveMatrix(overlayOf(written), o.overlay);
     }
     if (o.json) {
-        std::cout << nlohmann::json{{"canvas", {canvas.width, canvas.height}},
-                                    {"pictures", std::move(list)}}
-                  << '\n';
+        printJson(nlohmann::json{{"canvas", {canvas.width, canvas.height}},
+                                 {"pictures", std::move(list)}});
         return;
     }
     std::cout << "canvas " << canvas.width << " x " << canvas.height << '\n';

@@ -2,10 +2,10 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "host/print_json.h"
 
 #include <tarvix/tarvix.h>
 
-#include <nlohmann/json.hpp>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -146,7 +146,7 @@ void addLines(CLI::App& app) {
             for (std::size_t i = 0; i < ends; i += 2) {
                 segments.push_back({points[i].x, points[i].y, points[i + 1].x, points[i + 1].y});
             }
-            std::cout << nlohmann::json{{"segments", std::move(segments)}} << '\n';
+            printJson(nlohmann::json{{"segments", std::move(segments)}});
             return;
         }
         for (std::size_t i = 0; i < ends; i += 2) {
@@ -200,8 +200,7 @@ void addChessboard(CLI::App& app) {
         }
         std::string text(corners.GetString());
         if (o->json) {
-            std::cout << nlohmann::json{{"board", o->board}, {"corners", cornersAsJson(text)}}
-                      << '\n';
+            printJson(nlohmann::json{{"board", o->board}, {"corners", cornersAsJson(text)}});
             return;
         }
         for (char& c : text) {

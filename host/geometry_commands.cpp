@@ -2,10 +2,10 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
+#include "host/print_json.h"
 
 #include <tarvix/tarvix.h>
 
-#include <nlohmann/json.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -82,7 +82,7 @@ void printPose(const std::array<double, 12>& result, bool json) {
         for (std::size_t i = 0; i < 8; i += 2) {
             out["corners"].push_back({result[i], result[i + 1]});
         }
-        std::cout << out.dump() << '\n';
+        printJson(out);
         return;
     }
     std::cout << std::fixed << std::setprecision(2) << "pitch " << result[8] << ", yaw "

@@ -88,6 +88,20 @@ TEST_F(FeatureCommands, RegisterIntoAFolder) {
     EXPECT_EQ(cv::imread(out).size(), canvas);
 }
 
+TEST_F(FeatureCommands, RegisterPrintsJsonOfAnyFileName) {
+    const std::string latin = window("caf\xe9.png", 200, 100);
+    const ProgramResult run = tarvix({"register", latin, "-o", folder / "set", "--json"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const json picture = json::parse(run.out).at("pictures").at(0);
+    EXPECT_EQ(picture.at("input"), folder / "caf\xef\xbf\xbd.png"); // U+FFFD
+}
+
+TEST_F(FeatureCommands, RegisterNumbersFilesNotFolders) {
+    const std::string a = window("a.png", 200, 100);
+    expectOneLine(tarvix({"register", a, "-o", folder / "{}/view.png"}), 2);
+    EXPECT_FALSE(std::filesystem::exists(folder / "{}"));
+}
+
 TEST_F(FeatureCommands, RegisterSaysWhatWasLeftOut) {
     const std::string a = window("a.png", 200, 100), b = window("b.png", 140, 130);
     cv::imwrite(folder / "one.png", cv::Mat(1, 1, CV_8UC3, cv::Scalar::all(9)));
