@@ -12,6 +12,10 @@ int main(int argc, char** argv) {
         return 1;
     }
     const std::unique_ptr<CDib> edges(tx_Canny(*picture, 80, 200, 3, 0)); // may throw cv::Exception
+    if (edges == nullptr) {
+        std::cerr << "no bitmap could be made for the edges\n";
+        return 1;
+    }
     const BITMAPINFOHEADER& header = edges->m_bmi.bmiHeader;
     const std::ptrdiff_t stride = (std::ptrdiff_t{header.biWidth} + 3) / 4 * 4; // padded rows,
     for (int y = 0; y < header.biHeight && y < 64; ++y) { // stored from the bottom up
