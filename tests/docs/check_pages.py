@@ -2,10 +2,10 @@
 
 - every link leads somewhere, and every page can be reached from docs/README.md
 - every C++ and CMake example is in a program under docs/examples, which is compiled and run
-- every message of the program tarvix is in docs/troubleshooting.md
-- every export is in the README's table, in the table of failures of docs/using.md, on its family's page, and in the
-  tables of the tests that put all exports through the same
-- the version number stands in one place only
+- every message of the program tarvix and of its preview window is in docs/troubleshooting.md
+- every export is in the README's table, in the table of failures of docs/using.md, on its family's page,
+  and in the tables of the tests that put all exports through the same
+- the version has an entry in CHANGELOG.md
 """
 
 import pathlib
@@ -71,9 +71,12 @@ def check_messages():
     page = ROOT / "docs/troubleshooting.md"
     known = words(page.read_text())
     found = 0
-    for source in sorted((ROOT / "host").glob("*.cpp")):
+    preview = list(ROOT.glob("platform/preview/src/*.cpp"))
+    if not preview:
+        complain(page, "no sources of the preview window were found")
+    for source in sorted([*ROOT.glob("host/*.cpp"), *preview]):
         text = source.read_text()
-        for name in ["Failure", "ValidationError", "take", "report", "needFiles"]:
+        for name in ["Failure", "ValidationError", "take", "report", "runtime_error"]:
             for arguments in calls(text, name):
                 joined = re.sub(r'"\s*\n?\s*"', "", arguments)
                 for literal in re.findall(r'"((?:[^"\\]|\\.)*)"', joined):
@@ -87,14 +90,19 @@ def check_messages():
 
 def check_exports():
     symbols = (ROOT / "tests/module/exports.txt").read_text()
-    pages = "".join(page.read_text() for page in ROOT.glob("docs/*.md") if page.name != "using.md")
+    family_page = {}  # of the header's name, but for calib.h
+    for header in ROOT.glob("include/tarvix/*.h"):
+        page = ROOT / f"docs/{header.stem.replace('calib', 'calibration')}.md"
+        family_page.update(dict.fromkeys(re.findall(r"^(?! *//).*\b(tx_\w+)", header.read_text(), re.M), page))
     fuzzers = "".join(source.read_text() for source in ROOT.glob("tests/fuzz/fuzz_*.cpp"))
     for name in sorted(set(re.findall(r"^(tx_\w+)", symbols, re.M))):
         for page, row in [("README.md", r"\|.*"), ("docs/using.md", r"\|.*"), ("tests/support/exports.cpp", r" *\{\"")]:
             if not re.search(rf"^{row}\b{name}\b", (ROOT / page).read_text(), re.M):
                 complain(ROOT / page, f"no row for {name}")
-        if name not in re.findall(r"\w+", pages):
-            complain(ROOT / "docs", f"{name} is on no page")
+        if name not in family_page:
+            complain(ROOT / "include/tarvix", f"{name} is in no header")
+        elif name not in re.findall(r"\w+", family_page[name].read_text()):
+            complain(family_page[name], f"nothing about {name}")
         # Without a camera, which a fuzzer has not, tracking ends at once.
         if name != "tx_TrackFace" and name not in re.findall(r"\w+", fuzzers):
             complain(ROOT / "tests/fuzz", f"{name} is in no fuzzer")
