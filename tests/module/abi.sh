@@ -8,7 +8,7 @@ if [ "$1" = --update ]; then update=1 && shift; fi
 baseline=$1 version=$2 module=$3
 [ -e "$module" ] || { echo "no $module: build everything first" >&2; exit 1; }
 suppressions=$(mktemp) errors=$(mktemp)
-trap 'rm -f "$suppressions" "$errors"' EXIT
+trap 'rm -f "$suppressions" "$errors" "$baseline.new"' EXIT
 # What a host is compiled with is ours or the platform's; the rest stands behind pointers and in private members.
 printf '[suppress_type]\nname_regexp = ^(cv|std|__gnu_cxx|tarvix)::\ndrop = yes\n' >"$suppressions"
 differs() {
@@ -42,6 +42,6 @@ if [ -z "$update" ]; then
 fi
 {
   abidw --no-corpus-path --no-comp-dir-path --no-show-locs --no-elf-needed --exported-interfaces-only \
-    --suppressions "$suppressions" "$module"
-  echo "<!-- Tarvix $version -->"
+    --suppressions "$suppressions" "$module" &&
+    echo "<!-- Tarvix $version -->"
 } >"$baseline.new" && mv "$baseline.new" "$baseline" && echo "the baseline is that of version $version"
