@@ -4,7 +4,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 command -v clang-format >/dev/null || die "clang-format is missing: install the package clang-format"
 cd "$root"
-mapfile -t files < <(find . \( -name build -o -name '.?*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
+mapfile -t files < <(find . \( -name build -o -path './build-*' -o -name '.?*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
 if [ "${1:-}" = --fix ]; then
   clang-format -i "${files[@]}"
 else

@@ -129,8 +129,9 @@ def main():
         source = pathlib.Path(entry["file"])
         if any(map(source.is_relative_to, WANTED)) and not source.is_relative_to(BUILD):
             entries.setdefault(entry["file"], entry)
-    if not entries:
-        sys.exit(f"tarvix: no source of {', '.join(map(str, WANTED))} in {BUILD}/compile_commands.json")
+    for path in WANTED:
+        if not any(pathlib.Path(source).is_relative_to(path) for source in entries):
+            sys.exit(f"tarvix: no source of {path} in {BUILD}/compile_commands.json")
 
     counts = {"unchanged": 0, "silent": 0}
     bad = 0
