@@ -22,6 +22,7 @@ as_roff() {
 
 help=$("$program" --help)
 mapfile -t commands < <(sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z-]*\) .*/\1/p' <<<"$help")
+[ ${#commands[@]} -gt 0 ] || { echo "no commands in the help of $program" >&2 && exit 1; }
 
 cat <<END
 .TH TARVIX 1 "" "Tarvix $version" "User Commands"
