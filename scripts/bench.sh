@@ -17,5 +17,6 @@ for program in "${programs[@]}"; do
     --benchmark_out_format=json "$@" || die "$program failed"
 done
 revision=$(git -C "$root" describe --always --dirty 2>/dev/null) || revision=unknown
-python3 "$root/scripts/bench_page.py" "$results" "$revision" >"$results/index.html"
+python3 "$root/scripts/bench_page.py" "$results" "$revision" >"$results/index.html.new"
+mv "$results/index.html.new" "$results/index.html"
 say "done: $results/index.html"

@@ -23,8 +23,9 @@ svg { display: block; margin: 1em 0; max-width: 100% } text { font: 12px sans-se
 
 
 def load(folder, program):
+    """The file's content; nothing of an empty file, which a program leaves when the filter excludes all it has."""
     with open(os.path.join(folder, program + ".json"), encoding="utf-8") as file:
-        return json.load(file)
+        return json.loads(file.read() or "{}")
 
 
 def name_of(run):
@@ -111,7 +112,9 @@ def ratios(runs, reference_name, limit=LIMIT):
 def main(folder, revision):
     programs = {p: load(folder, "bench_" + p) for p in ("exports", "calib", "bridge", "converge", "registration")}
     runs = {p: content.get("benchmarks", []) for p, content in programs.items()}
-    context = programs["exports"]["context"]
+    context = next((content["context"] for content in programs.values() if content), None)
+    if context is None:
+        sys.exit("tarvix: no benchmark has run")
     model = platform.machine()
     if os.path.exists("/proc/cpuinfo"):
         with open("/proc/cpuinfo", encoding="utf-8") as file:
