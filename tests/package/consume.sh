@@ -38,7 +38,9 @@ mv "$work/installed" "$prefix"
 
 # find_package
 configure() { cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_PREFIX_PATH=$prefix" "${@:3}"; }
-quietly "find_package: configuring" configure "$source/docs/examples" "$work/examples"
+quietly "find_package: configuring" configure "$source/docs/examples" "$work/examples" -DCMAKE_CXX_STANDARD=17 \
+  -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
+grep -e '-std=[a-z+]*2' "$work/examples/compile_commands.json" && fail "a host is raised above C++17"
 grep -qF "Tarvix_DIR:PATH=$prefix/$libdir/cmake/Tarvix" "$work/examples/CMakeCache.txt" || fail "another Tarvix was found"
 quietly "find_package: building" cmake --build "$work/examples"
 "$work/examples/example_host" "$photograph" >"$work/out" || fail "the host fails: $(cat "$work/out")"
