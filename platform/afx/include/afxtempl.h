@@ -100,8 +100,8 @@ private:
     }
 
     INT_PTR GrownBy(INT_PTR step) const {
-        const INT_PTR grown = static_cast<INT_PTR>(static_cast<std::size_t>(m_nMaxSize) +
-                                                   static_cast<std::size_t>(step));
+        const auto grown = static_cast<INT_PTR>(static_cast<std::size_t>(m_nMaxSize) +
+                                                static_cast<std::size_t>(step));
         if (grown < m_nMaxSize) {
             AfxThrowInvalidArgException();
         }

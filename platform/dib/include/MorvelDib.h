@@ -48,8 +48,8 @@ public:
     int BitBlt(HWND window, int xDest, int yDest, int width, int height, int xSrc, int ySrc,
                DWORD rop);
 
-    HBITMAP m_hBitmap; // not NULL once created
-    BYTE* m_pBits;     // the first stored row
+    HBITMAP m_hBitmap = nullptr; // not NULL once created
+    BYTE* m_pBits = nullptr;     // the first stored row
     struct {
         BITMAPINFOHEADER bmiHeader;
         RGBQUAD bmiColors[256]; // used up to 8 bits per pixel

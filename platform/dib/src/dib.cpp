@@ -77,7 +77,7 @@ bool clip(std::int64_t& dest, std::int64_t& source, std::int64_t& extent, std::i
 
 } // namespace
 
-CDib::CDib() : m_hBitmap(nullptr), m_pBits(nullptr), m_bmi() {
+CDib::CDib() : m_bmi() {
     if (isDue(constructionToFail)) {
         throw std::bad_alloc();
     }

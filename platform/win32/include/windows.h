@@ -10,6 +10,8 @@
 // Exported from the stand-in's shared library.
 #define TARVIX_WIN32_API extern "C" __attribute__((visibility("default")))
 
+// Declared as in the real header, whose tags are part of decorated names.
+// NOLINTBEGIN(modernize-use-using, bugprone-reserved-identifier)
 typedef unsigned char BYTE;
 typedef std::uint16_t WORD;
 typedef std::uint32_t DWORD; // 32 bits, also where long has 64
@@ -85,6 +87,7 @@ typedef struct tagBITMAPINFOHEADER {
     DWORD biClrUsed;
     DWORD biClrImportant;
 } BITMAPINFOHEADER;
+// NOLINTEND(modernize-use-using, bugprone-reserved-identifier)
 
 // The path of the running executable, symbolic links resolved, terminated. module must be NULL
 // (else 0). Returns the length without terminator; when the buffer is too small, the path is cut to
