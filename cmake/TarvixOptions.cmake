@@ -24,6 +24,12 @@ else()
               -Wnon-virtual-dtor
               -Woverloaded-virtual
               $<$<BOOL:${TARVIX_WERROR}>:-Werror>)
+  # OpenCV's messages name our source: as filters/lines.cpp, not with the folder of the machine that built it.
+  # ccache hands that folder on as seen from the build folder.
+  cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY "${CMAKE_BINARY_DIR}" OUTPUT_VARIABLE from_build)
+  foreach(folder IN ITEMS "${PROJECT_SOURCE_DIR}" "${from_build}")
+    target_compile_options(tarvix_options INTERFACE "-fmacro-prefix-map=${folder}/=")
+  endforeach()
 endif()
 
 # TARVIX_SANITIZE: a list for -fsanitize=, e.g. "address,undefined" or "thread".

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# debian.sh BUILD PACKAGES VERSION: packs the Debian packages into the folder PACKAGES and checks them.
+# debian.sh BUILD SOURCE PACKAGES VERSION: packs the Debian packages into the folder PACKAGES and checks them.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-build=$1 packages=$2 version=$3
+build=$1 source=$2 packages=$3 version=$4
 
 rm -rf "$packages"
 (cd "$build" && quietly "packing" cpack --config CPackConfig.cmake -B "$packages")
@@ -17,5 +17,5 @@ done
 cd / && "$work/unpacked/usr/bin/tarvix" --version 2>"$work/log" && fail "libraries were found outside the system's folders"
 LD_LIBRARY_PATH=$(echo "$work"/unpacked/usr/lib/*-linux-*) "$work/unpacked/usr/bin/tarvix" --version || fail "tarvix --version"
 gzip -dc "$work/unpacked/usr/share/man/man1/tarvix.1.gz" | grep 'TH TARVIX' >/dev/null || fail "no manual page"
-find "$work/unpacked" -type f -exec grep -lF -e "$build" {} + && fail "a file names a folder of this machine"
+find "$work/unpacked" -type f -exec grep -lF -e "$source" -e "$build" {} + && fail "a file names a folder of this machine"
 echo "packed, silent under lintian, unpacked: ${names[*]}"
