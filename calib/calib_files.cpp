@@ -22,10 +22,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// OpenCV's own text for its error code, with the file's name. CV_Error would add the path of this
-// source on the machine that built it.
+// OpenCV's own text for its error code, with the file's name.
 [[noreturn]] void raise(int code, const std::string& text, const char* function) {
-    cv::error(code, text, function, "calib_files.cpp", __LINE__);
+    cv::error(code, text, function, __FILE__, __LINE__);
 }
 
 [[noreturn]] void raiseParseError(const std::string& path) {

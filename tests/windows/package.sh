@@ -71,7 +71,7 @@ tr -d '\r' <"$work/host.out" >"$work/host.txt"
 grep -q '^refused: OpenCV' "$work/host.txt" && grep -q '^edges: [1-9]' "$work/host.txt" ||
     fail "the host prints $(cat "$work/host.txt")"
 # The same without CMake, as the text says.
-x86_64-w64-mingw32-g++-posix -std=c++20 -DNOMINMAX -I"$root/include" -I"$root/include/tarvix/platform" \
+x86_64-w64-mingw32-g++-posix -std=c++17 -DNOMINMAX -I"$root/include" -I"$root/include/tarvix/platform" \
     -o "$root/bin/by_hand.exe" "$source/tests/windows/package_host.cpp" "$root"/lib/lib{Tarvix,MorvelDib,TarvixAfx}.dll.a ||
     fail "a host cannot be built by hand"
 run "$root/bin/by_hand.exe" "in.jpg" | tr -d '\r' | cmp - "$work/host.txt" || fail "the host that was built by hand"
