@@ -24,7 +24,7 @@ protected:
         cv::imwrite(folder / name, test::photo("building.jpg")(cv::Rect(x, y, 440, 400)));
         return folder / name;
     }
-    [[nodiscard]] int filesIn(const std::string& directory) const {
+    static int filesIn(const std::string& directory) {
         int count = 0;
         for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory)) {
             ++count;
