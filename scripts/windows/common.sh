@@ -15,6 +15,7 @@ wine_environment() {
     need_command wine wine
     export WINEDEBUG="${WINEDEBUG:--all}"
     export WINEARCH=win64
+    export LC_ALL=C.UTF-8 # file names may have any letter
     export WINEDLLOVERRIDES="mscoree,mshtml=" # neither .NET nor a browser: no offers to download them
     wine_template="$tarvix_cache/wine-folder-$(wine --version 2>/dev/null | tr -cs 'a-zA-Z0-9.\n' - | head -n 1)"
 }
