@@ -48,6 +48,7 @@ TEST_F(CommandLine, HelpAndVersion) {
     EXPECT_THAT(version.out, HasSubstr("OpenCV "));
 }
 
+#if __has_include(<sys/wait.h>) // where there is a shell, and /dev/full
 TEST_F(CommandLine, OutputThatIsLostIsAFailure) {
     for (const std::vector<std::string>& command :
          {std::vector<std::string>{"lines", home}, {"lines", home, "--json"}, {"--help"}}) {
@@ -58,6 +59,7 @@ TEST_F(CommandLine, OutputThatIsLostIsAFailure) {
         EXPECT_THAT(run.err, HasSubstr("standard output cannot be written"));
     }
 }
+#endif
 
 TEST_F(CommandLine, LoadWritesThePicture) {
     EXPECT_EQ(tarvix({"load", home, "-o", out}).status, 0);
@@ -246,7 +248,7 @@ TEST_F(CommandLine, GalleryShowsEveryEntry) {
 
 TEST_F(CommandLine, GalleryShowsWhatFailed) {
     std::filesystem::create_directories(folder / "photos");
-    std::filesystem::create_symlink(test::photoPath("messi5.jpg"), folder / "photos/messi5.jpg");
+    std::filesystem::copy_file(test::photoPath("messi5.jpg"), folder / "photos/messi5.jpg");
     // Of an earlier run: the picture that the convergence would have left.
     std::filesystem::create_directories(folder / "gallery/results");
     cv::imwrite(folder / "gallery/results/facade-marked.png", test::photo("home.jpg"));
