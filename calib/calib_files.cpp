@@ -89,7 +89,7 @@ std::string slurp(const std::string& path) {
     return text;
 }
 
-// Where the links lead. Empty when that is something other than a file or nothing.
+// Where the links lead. Empty when that is something other than a file, or can never be one.
 fs::path writableTarget(const fs::path& path) {
     std::error_code error;
     fs::path target(path);
@@ -99,6 +99,9 @@ fs::path writableTarget(const fs::path& path) {
             return {};
         }
         target = target.parent_path() / to;
+    }
+    if (!target.has_filename()) { // a link to "name/"
+        return {};
     }
     if (fs::exists(target, error)) {
         // Opened without touching it: a file that may not be written must not be replaced either.
@@ -258,6 +261,8 @@ void MatrixWriter::restore(const Pending& one) {
         write(std::ofstream(one.target, std::ios::binary), one.earlier);
     } else if (write(std::ofstream(one.beside, std::ios::binary), one.earlier)) {
         fs::rename(one.beside, one.target, ignored);
+    } else {
+        fs::remove(one.beside, ignored);
     }
 }
 

@@ -60,6 +60,10 @@ TEST_F(PosixFiles, ThingsInTheWayAreLeftAlone) {
     fs::create_symlink("cam.xml", folder / "cam.xml"); // leads to itself
     EXPECT_EQ(calibrate(), 0);
     expectMessageAbout("cam.xml");
+    fs::remove(folder / "cam.xml");
+    fs::create_symlink("nowhere/", folder / "cam.xml"); // names no file
+    EXPECT_EQ(calibrate(), 0);
+    expectMessageAbout("cam.xml");
     EXPECT_THAT(test::namesIn(folder.path()), UnorderedElementsAre("cam.xml"));
 }
 
