@@ -8,7 +8,7 @@
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 [[ ${1:-} =~ ^([0-9]+|--short)$ ]] || die "usage: scripts/fuzz.sh SECONDS|--short [NAME...]"
-seconds=$1
+duration=$1 # seconds, or --short
 shift
 declare -A short=([bitmaps]=1000 [corners]=2000 [calibration_folders]=100000 [image_files]=3000 [file_lists]=1000)
 cd "$root"
@@ -30,14 +30,14 @@ mkdir -p "$found"
 for name in "${names[@]}"; do
   program=build/fuzz/bin/fuzz_$name
   [ -x "$program" ] || die "no fuzzer '$name'"
-  if [ "$seconds" = --short ]; then
+  if [ "$duration" = --short ]; then
     kept=$root/build/fuzz/short/$name
     rm -rf "$kept"
     limit=(-seed=1 -runs="${short[$name]:?has no number of inputs for the short run}")
     niceness=0
   else
     kept=$root/build/fuzz/kept/$name
-    limit=(-max_total_time="$seconds")
+    limit=(-max_total_time="$duration")
     niceness=19
   fi
   log=$root/build/fuzz/$name.log
