@@ -2,7 +2,7 @@
 
 #include "bridge/guard.h"
 #include "calib/document_check.h"
-#include "platform/paths/paths.h"
+#include "platform/system/paths.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/core/persistence.hpp>

@@ -2,7 +2,7 @@
 
 #include "bridge/guard.h"
 #include "faces/face_detection.h"
-#include "platform/display/display.h"
+#include "platform/system/display.h"
 
 #include <opencv2/highgui.hpp>
 #include <opencv2/imgproc.hpp>

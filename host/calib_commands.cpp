@@ -3,11 +3,11 @@
 #include "host/host.h"
 #include "host/pictures.h"
 #include "host/print_json.h"
-#include "platform/paths/paths.h"
+#include "platform/system/paths.h"
 
 #include <tarvix/tarvix.h>
 
-#include <PreviewWindow.h>
+#include "platform/system/preview_window.h"
 #include <opencv2/core.hpp>
 #include <opencv2/core/persistence.hpp>
 #include <opencv2/imgproc.hpp>

@@ -3,7 +3,7 @@
 #include "host/host.h"
 #include "host/pictures.h"
 #include "host/print_json.h"
-#include "platform/paths/paths.h"
+#include "platform/system/paths.h"
 
 #include <tarvix/tarvix.h>
 

@@ -2,7 +2,7 @@
 #include "host/commands.h"
 #include "host/host.h"
 #include "host/pictures.h"
-#include "platform/paths/paths.h"
+#include "platform/system/paths.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>

@@ -1,7 +1,7 @@
 #include "host/pictures.h"
 
 #include "host/host.h"
-#include "platform/paths/paths.h"
+#include "platform/system/paths.h"
 
 #include <tarvix/tarvix.h>
 

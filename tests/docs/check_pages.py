@@ -71,7 +71,7 @@ def check_messages():
     page = ROOT / "docs/troubleshooting.md"
     known = words(page.read_text())
     found = 0
-    preview = list(ROOT.glob("platform/preview/src/*.cpp"))
+    preview = list(ROOT.glob("platform/system/preview_window_*.cpp"))
     if not preview:
         complain(page, "no sources of the preview window were found")
     for source in sorted([*ROOT.glob("host/*.cpp"), *preview]):

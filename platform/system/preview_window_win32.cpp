@@ -1,4 +1,4 @@
-#include <PreviewWindow.h>
+#include "platform/system/preview_window.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "platform/paths/paths.h"
+#include "platform/system/paths.h"
 
 namespace tarvix {
 

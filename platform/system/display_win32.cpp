@@ -1,4 +1,4 @@
-#include "platform/display/display.h"
+#include "platform/system/display.h"
 
 namespace tarvix {
 
