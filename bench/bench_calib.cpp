@@ -4,6 +4,7 @@
 #include "bench/paired.h"
 #include "bridge/dib_bridge.h"
 #include "calib/calib_files.h"
+#include "calib/calib_writer.h"
 #include "calib/stereo_calibrate.h"
 
 #include <tarvix/tarvix.h>
@@ -47,11 +48,10 @@ void stereoSearch(benchmark::State& state, bool equalSides) {
         state.SkipWithError("no photographs (package opencv-doc)");
         return;
     }
-    const tarvix::FileList list{static_cast<int>(files.size()),
-                                [&](int i) { return files[static_cast<std::size_t>(i)]; }};
+    const tarvix::FileList list = tarvix::viewList(files);
     const auto search = [&](int threads) {
         omp_set_num_threads(threads);
-        benchmark::DoNotOptimize(tarvix::findStereoViews(list, {9, 6}, 1, {}).imagePoints1.data());
+        benchmark::DoNotOptimize(tarvix::findStereoViews(list, {9, 6}, 1, {})->imagePoints1.data());
     };
     const int before = cv::getNumThreads();
     cv::setNumThreads(1);
@@ -92,14 +92,16 @@ public:
         m_projection = (cv::Mat_<double>(3, 4) << f, 0, size.width / 2.0, 0, 0, f,
                         size.height / 2.0, 0, 0, 0, 1, 0);
         tarvix::MatrixWriter writer;
-        const std::string folder = path();
-        writer.add(folder.c_str(), tarvix::cameraFile, m_camera);
-        writer.add(folder.c_str(), tarvix::distortionFile, m_distortion);
+        const auto add = [&](const tarvix::CalibFile& file, const cv::Mat& matrix) {
+            writer.add(fs::path(path()) / file.name, file.name, file.key, matrix);
+        };
+        add(tarvix::cameraFile, m_camera);
+        add(tarvix::distortionFile, m_distortion);
         const tarvix::StereoCameraFiles& one = tarvix::stereoCameraFiles[0];
-        writer.add(folder.c_str(), one.cameraMatrix, m_camera);
-        writer.add(folder.c_str(), one.distortion, m_distortion);
-        writer.add(folder.c_str(), one.rotation, m_rotation);
-        writer.add(folder.c_str(), one.projection, m_projection);
+        add(one.cameraMatrix, m_camera);
+        add(one.distortion, m_distortion);
+        add(one.rotation, m_rotation);
+        add(one.projection, m_projection);
         writer.commit();
     }
     [[nodiscard]] std::string path() const { return m_folder.path(); }

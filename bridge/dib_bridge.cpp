@@ -1,10 +1,8 @@
 #include "bridge/dib_bridge.h"
 
+#include "bridge/dib_view.h"
 #include "bridge/guard.h"
 
-#include <climits>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 namespace tarvix {
@@ -27,27 +25,6 @@ void copyRow(unsigned char* to, const unsigned char* from, std::size_t bytes) {
 }
 
 } // namespace
-
-std::ptrdiff_t storedRowBytes(int width, int bitCount) {
-    // 64 bits, so that a damaged header cannot overflow; equal to the 32-bit value wherever that
-    // exists.
-    const std::int64_t bits = std::int64_t{bitCount} * width + 31;
-    return static_cast<std::ptrdiff_t>((bits >> 3) & ~std::int64_t{3});
-}
-
-DibView viewOf(const CDib& dib) {
-    DibView view;
-    if (dib.m_hBitmap == nullptr) {
-        return view;
-    }
-    const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
-    view.bits = dib.m_pBits;
-    view.width = header.biWidth;
-    view.rows = header.biHeight == INT_MIN ? INT_MAX : std::abs(header.biHeight);
-    view.bitCount = header.biBitCount;
-    view.stride = storedRowBytes(view.width, view.bitCount);
-    return view;
-}
 
 cv::Mat DibToMat(const CDib& dib) {
     const DibView view = viewOf(dib);

@@ -1,27 +1,29 @@
-// The failure convention of the exports, written once; its variants are visible at the call:
+// The failure convention of the exports, written once. Its variants are visible at the call:
 //
-// - showCvSwallowRest: a cv::Exception's text is shown, everything else ends silently.
-// - showCvPassRest: a cv::Exception's text is shown, everything else passes out to the host.
-// - swallowAll: everything ends silently.
-// - no guard: every exception passes out to the host.
+//     showCvSwallowRest   a cv::Exception's text is shown, everything else ends silently
+//     showCvPassRest      a cv::Exception's text is shown, everything else propagates to the host
+//     swallowAll          everything ends silently
+//     no guard            every exception propagates to the host
 //
-// An expected failure (empty input, board not found, no result bitmap) is raised by failSilently().
-// The module shows no text of its own, only OpenCV's.
+// Operations say "nothing" in their type; orFail turns that into the silent failure. The module
+// shows no text of its own, only OpenCV's.
 #pragma once
 
+#include <afxwin.h>
 #include <opencv2/core.hpp>
 
+#include <optional>
 #include <type_traits>
 #include <utility>
 
 namespace tarvix {
 
-// Raises an expected failure: an int of value 0, which the guards end silently.
+// Ends an export silently: throws an int of value 0, which the guards swallow.
 [[noreturn]] inline void failSilently() {
     throw 0;
 }
 
-// Passes a result on; a null result is an expected failure.
+// Pass a result on. A null pointer, no value or an empty matrix fails silently.
 template <class T>
 T* orFail(T* result) {
     if (result == nullptr) {
@@ -29,12 +31,27 @@ T* orFail(T* result) {
     }
     return result;
 }
+template <class T>
+T orFail(std::optional<T> result) {
+    if (!result) {
+        failSilently();
+    }
+    return *std::move(result);
+}
+inline cv::Mat orFail(cv::Mat result) {
+    if (result.empty()) {
+        failSilently();
+    }
+    return result;
+}
 
-// Shows e.what() in a modal message box: AfxMessageBox(text, 0, 0).
-void showException(const cv::Exception& e);
+// Shows e.what() in a modal message box.
+inline void showException(const cv::Exception& e) {
+    AfxMessageBox(e.what(), 0, 0);
+}
 
-// Runs body(). A cv::Exception is shown and gives onCvException; any other exception gives the
-// result of onOther(), without a message.
+// Runs body(). Shows a cv::Exception and returns onCvException. Returns onOther() after any other
+// exception, without a message.
 template <class Result, class Body, class OnOther>
 Result showCvSwallowRest(std::type_identity_t<Result> onCvException, Body&& body,
                          OnOther&& onOther) {
@@ -48,14 +65,14 @@ Result showCvSwallowRest(std::type_identity_t<Result> onCvException, Body&& body
     }
 }
 
-// The convention of most exports: both kinds of failure give onFailure.
+// The convention of most exports: both kinds of failure return onFailure.
 template <class Result, class Body>
 Result showCvSwallowRest(std::type_identity_t<Result> onFailure, Body&& body) {
     return showCvSwallowRest<Result>(onFailure, std::forward<Body>(body),
                                      [&] { return onFailure; });
 }
 
-// A cv::Exception is shown and gives onCvException; any other exception leaves the export.
+// Shows a cv::Exception and returns onCvException. Any other exception propagates to the host.
 template <class Result, class Body>
 Result showCvPassRest(std::type_identity_t<Result> onCvException, Body&& body) {
     try {
@@ -66,7 +83,7 @@ Result showCvPassRest(std::type_identity_t<Result> onCvException, Body&& body) {
     }
 }
 
-// Every exception gives onFailure, silently.
+// Returns onFailure after any exception, silently.
 template <class Result, class Body>
 Result swallowAll(std::type_identity_t<Result> onFailure, Body&& body) {
     try {

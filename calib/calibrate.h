@@ -1,9 +1,12 @@
 // Calibration of one camera from photographs of a chessboard.
 #pragma once
 
-#include "calib/chess_views.h"
+#include "chess_views.h"
 
+#include <common/file_list.h>
 #include <opencv2/core/mat.hpp>
+
+#include <optional>
 
 namespace tarvix {
 
@@ -13,10 +16,13 @@ struct CameraCalibration {
 };
 
 // Finds the board in every file and estimates the camera, a pinhole with five distortion
-// coefficients, from scratch. `show`, when set, gets each view with its corners as found, before
-// their refinement. Ends silently (failSilently) at the first file without a visible board; raises
-// cv::Exception for a file that cannot be read and for too few views. The size of the last picture
-// is the one given to the estimation.
-CameraCalibration calibrateCamera(const FileList& files, cv::Size pattern, const ShowView& show);
+// coefficients, from scratch.
+//   pattern  inner corners: width per row, height per column
+//   show     if set, gets each view with its corners as found, before they are refined
+// Returns no value after the first image without a board: one bad image spoils the set.
+// On failure: throws cv::Exception for an unreadable image and for too few views; what the list
+// throws.
+std::optional<CameraCalibration> calibrateCamera(const FileList& files, cv::Size pattern,
+                                                 const ShowView& show);
 
 } // namespace tarvix

@@ -1,4 +1,4 @@
-#include "calib/chess_views.h"
+#include "chess_views.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>
@@ -16,12 +16,16 @@ std::vector<cv::Point3f> boardModel(cv::Size pattern, float squareSize) {
     return model;
 }
 
-bool findBoard(const cv::Mat& grey, cv::Size pattern, Corners& corners) {
-    return cv::findChessboardCorners(grey, pattern, corners,
-                                     cv::CALIB_CB_ADAPTIVE_THRESH + cv::CALIB_CB_NORMALIZE_IMAGE);
+std::optional<BoardCorners> findBoard(const cv::Mat& grey, cv::Size pattern) {
+    BoardCorners corners;
+    if (!cv::findChessboardCorners(grey, pattern, corners,
+                                   cv::CALIB_CB_ADAPTIVE_THRESH + cv::CALIB_CB_NORMALIZE_IMAGE)) {
+        return {};
+    }
+    return corners;
 }
 
-void refineCorners(const cv::Mat& grey, Corners& corners, const Refinement& refinement) {
+void refineCorners(const cv::Mat& grey, BoardCorners& corners, const Refinement& refinement) {
     cv::cornerSubPix(grey, corners, {refinement.halfWindow, refinement.halfWindow}, {-1, -1},
                      {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30, refinement.epsilon});
 }

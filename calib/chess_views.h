@@ -1,24 +1,22 @@
-// Photographs of a flat chessboard: the board's model, its corners in a picture, lists of files.
+// Photographs of a flat chessboard: the board's model and its corners in an image.
 #pragma once
 
+#include <opencv2/core/mat.hpp>
 #include <opencv2/core/types.hpp>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace tarvix {
 
-using Corners = std::vector<cv::Point2f>; // pixels
+using BoardCorners = std::vector<cv::Point2f>; // row by row, pixels
 
-// File names by position. `at` may raise for a position out of range.
-struct FileList {
-    int count = 0;
-    std::function<std::string(int)> at;
-};
-
-// Called with each view's file, its corners and its picture's size, on the calling thread.
-using ShowView = std::function<void(const std::string& path, const Corners& corners, cv::Size)>;
+// Called with each view's file, its corners and the size of the image they were found in, on the
+// calling thread.
+using ShowView =
+    std::function<void(const std::string& file, const BoardCorners& corners, cv::Size imageSize)>;
 
 // How corners are refined: half the search window's side, and the shift that ends the refinement.
 struct Refinement {
@@ -29,14 +27,18 @@ struct Refinement {
 inline constexpr Refinement monoRefinement{5, 0.1};
 inline constexpr Refinement stereoRefinement{11, 0.01};
 
-// The board's inner corners in its own plane, z = 0. `pattern` is (corners per row, corners per
-// column). On purpose the first coordinate is the row's index and the second the position in the
-// row, times squareSize: the transpose of the usual model.
+// Returns the board's inner corners in its own plane, z = 0, in units of squareSize. On purpose the
+// first coordinate is the row's index and the second the position in the row: the transpose of the
+// usual model.
+//   pattern  inner corners: width per row, height per column
 std::vector<cv::Point3f> boardModel(cv::Size pattern, float squareSize);
 
-// Finds the board in a grey picture, corners to about a pixel. False when it is not (wholly) seen.
-bool findBoard(const cv::Mat& grey, cv::Size pattern, Corners& corners);
+// Finds the board in a CV_8UC1 image, corners to about a pixel.
+// Returns no value if it is not wholly seen.
+// On failure: throws cv::Exception for an empty image or a pattern that OpenCV refuses.
+std::optional<BoardCorners> findBoard(const cv::Mat& grey, cv::Size pattern);
 
-void refineCorners(const cv::Mat& grey, Corners& corners, const Refinement& refinement);
+// Moves each corner to where the edges around it meet.
+void refineCorners(const cv::Mat& grey, BoardCorners& corners, const Refinement& refinement);
 
 } // namespace tarvix

@@ -1,4 +1,4 @@
-#include "calib/document_check.h"
+#include "document_check.h"
 
 #include <algorithm>
 #include <string>

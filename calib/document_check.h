@@ -11,7 +11,7 @@
 
 namespace tarvix {
 
-// A calibration file has some hundred bytes. Larger ones than this are refused unread.
+// A calibration file is a few hundred bytes. Larger ones than this are refused unread.
 inline constexpr std::size_t largestDocument = std::size_t{1} << 20;
 
 // True for a whole, well-formed XML document of the kind that OpenCV writes: a header, one element

@@ -1,23 +1,51 @@
 #include <tarvix/calib.h>
 
 #include "bridge/dib_bridge.h"
+#include "bridge/dib_view.h"
+#include "bridge/file_list.h"
 #include "bridge/guard.h"
+#include "bridge/host_paths.h"
+#include "bridge/preview.h"
 #include "calib/calib_files.h"
+#include "calib/calib_writer.h"
 #include "calib/calibrate.h"
 #include "calib/meas3d.h"
 #include "calib/preview.h"
 #include "calib/stereo_calibrate.h"
 #include "calib/undistort.h"
 
+#include <opencv2/imgcodecs.hpp>
+
 using namespace tarvix;
 
 namespace {
 
-// Reads by the bounds-checked accessor: a position past the end raises the class library's
-// invalid-argument exception.
-FileList listOf(const CStringArray& files) {
-    return {static_cast<int>(files.GetSize()),
-            [&files](int i) { return std::string(files.GetAt(i).GetString()); }};
+// Draws each view into the host's window; nothing without a window.
+ShowView previewInto(HWND window, cv::Size pattern) {
+    if (window == nullptr) {
+        return {};
+    }
+    return [=](const std::string& file, const BoardCorners& corners, cv::Size imageSize) {
+        const std::optional<cv::Size> client = clientSize(window);
+        if (client) { // not closed while the calibration runs
+            const cv::Mat colour = cv::imread(file, cv::IMREAD_COLOR);
+            drawInto(window, previewImage(colour, pattern, corners, imageSize, *client));
+        }
+    };
+}
+
+// A file that is missing fails silently.
+cv::Mat needMatrix(const char* folder, const CalibFile& file) {
+    const HostPath path = pathIn(folder, file.name);
+    if (!exists(path)) {
+        failSilently();
+    }
+    return readMatrix(path.path, path.name, file.key);
+}
+
+void add(MatrixWriter& writer, const char* folder, const CalibFile& file, const cv::Mat& matrix) {
+    const HostPath path = pathIn(folder, file.name);
+    writer.add(path.path, path.name, file.key, matrix);
 }
 
 } // namespace
@@ -26,10 +54,10 @@ int tx_Calib(CStringArray& files, const char* folder, int boardW, int boardH, HW
     return showCvSwallowRest<int>(0, [&] {
         const cv::Size pattern(boardW, boardH);
         const CameraCalibration camera =
-            calibrateCamera(listOf(files), pattern, previewInto(preview, pattern));
+            orFail(calibrateCamera(filesOf(files), pattern, previewInto(preview, pattern)));
         MatrixWriter writer; // both files or none
-        writer.add(folder, cameraFile, camera.cameraMatrix);
-        writer.add(folder, distortionFile, camera.distCoeffs);
+        add(writer, folder, cameraFile, camera.cameraMatrix);
+        add(writer, folder, distortionFile, camera.distCoeffs);
         writer.commit();
         return 1;
     });
@@ -42,7 +70,7 @@ CDib* tx_UseCalib(CDib& image, const char* folder, float* outA, float* outB) {
         refuseEmpty(cameraMatrix, cameraFile);
         refuseEmpty(distCoeffs, distortionFile);
         const Undistorted result = undistort(DibToMat(image), cameraMatrix, distCoeffs);
-        DibPtr dib(orFail(MatToDib(result.picture)));
+        DibPtr dib(orFail(MatToDib(result.image)));
         if (outA != nullptr && outB != nullptr) {
             // On purpose: the row from the width, the column from the height, and y before x.
             const DibView view = viewOf(image);
@@ -57,12 +85,13 @@ int tx_StereoCalib(CStringArray& files, const char* folder, int boardW, int boar
                    float squareSize, HWND preview) {
     return showCvSwallowRest<int>(0, [&] {
         const cv::Size pattern(boardW, boardH);
-        const StereoCalibration pair = calibrateStereo(
-            findStereoViews(listOf(files), pattern, squareSize, previewInto(preview, pattern)));
+        const StereoViews views = orFail(
+            findStereoViews(filesOf(files), pattern, squareSize, previewInto(preview, pattern)));
+        const StereoCalibration pair = calibrateStereo(views);
         // Each file by itself: those written before a failure stay.
         const auto write = [folder](const CalibFile& file, const cv::Mat& matrix) {
             MatrixWriter writer;
-            writer.add(folder, file, matrix);
+            add(writer, folder, file, matrix);
             writer.commit();
         };
         for (std::size_t i = 0; i < pair.cameras.size(); ++i) {
@@ -102,12 +131,13 @@ tx_Meas3D::~tx_Meas3D() {
 tx_Meas3D& tx_Meas3D::operator=(const tx_Meas3D& other) = default;
 
 // On purpose: an earlier matrix is not released (a shallow copy may still use it), and neither a
-// missing file nor an empty matrix is a failure. Everything raised ends silently.
+// missing file nor an empty matrix is a failure. Every exception ends silently.
 int tx_Meas3D::Init(const char* folder) {
     m_q = nullptr;
     return swallowAll<int>(0, [&] {
         auto q = std::make_unique<cv::Mat>();
-        *q = readMatrix(pathIn(folder, reprojectionFile), reprojectionFile.key);
+        const HostPath path = pathIn(folder, reprojectionFile.name);
+        *q = readMatrix(path.path, path.name, reprojectionFile.key);
         m_q = q.release();
         return 1;
     });

@@ -1,4 +1,4 @@
-#include "calib/meas3d.h"
+#include "meas3d.h"
 
 namespace tarvix {
 

@@ -1,6 +1,4 @@
-#include "calib/stereo_calibrate.h"
-
-#include "bridge/guard.h"
+#include "stereo_calibrate.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -13,19 +11,18 @@ namespace {
 
 // One camera's half of a pass. Each section writes its own only.
 struct Side {
-    bool found = false;
-    Corners corners;
-    cv::Size pictureSize;
+    std::optional<BoardCorners> corners;
+    cv::Size imageSize;
     std::exception_ptr failure;
 
-    // Raises nothing: an exception must not leave a section.
+    // Throws nothing: an exception must not leave a section.
     void search(const FileList& files, int position, cv::Size pattern) noexcept {
         try {
             const cv::Mat grey = cv::imread(files.at(position), cv::IMREAD_GRAYSCALE);
-            pictureSize = grey.size();
-            found = findBoard(grey, pattern, corners);
-            if (found) {
-                refineCorners(grey, corners, stereoRefinement);
+            imageSize = grey.size();
+            corners = findBoard(grey, pattern);
+            if (corners) {
+                refineCorners(grey, *corners, stereoRefinement);
             }
         } catch (...) {
             failure = std::current_exception();
@@ -35,11 +32,11 @@ struct Side {
 
 } // namespace
 
-StereoViews findStereoViews(const FileList& files, cv::Size pattern, float squareSize,
-                            const ShowView& show) {
+std::optional<StereoViews> findStereoViews(const FileList& files, cv::Size pattern,
+                                           float squareSize, const ShowView& show) {
     std::vector<cv::Point3f> model;
     StereoViews views;
-    for (int k = 0; k < files.count; k += 2) {
+    for (int k = 0; k < files.size; k += 2) {
         Side left;
         Side right;
 #pragma omp parallel sections default(none) shared(left, right, files, k, pattern)
@@ -54,19 +51,19 @@ StereoViews findStereoViews(const FileList& files, cv::Size pattern, float squar
                 std::rethrow_exception(side->failure);
             }
         }
-        if (!left.found || !right.found) {
-            failSilently(); // one bad picture spoils the set
+        if (!left.corners || !right.corners) {
+            return {}; // one bad image spoils the set
         }
         if (show) {
-            show(files.at(k), left.corners, left.pictureSize);
+            show(files.at(k), *left.corners, left.imageSize);
         }
         if (model.empty()) {
             model = boardModel(pattern, squareSize); // a board that was seen has a sane size
         }
-        views.pictureSize = left.pictureSize;
+        views.imageSize = left.imageSize;
         views.objectPoints.push_back(model);
-        views.imagePoints1.push_back(std::move(left.corners));
-        views.imagePoints2.push_back(std::move(right.corners));
+        views.imagePoints1.push_back(*std::move(left.corners));
+        views.imagePoints2.push_back(*std::move(right.corners));
     }
     return views;
 }
@@ -80,11 +77,11 @@ StereoCalibration calibrateStereo(const StereoViews& views) {
     cv::Mat f;
     cv::stereoCalibrate(views.objectPoints, views.imagePoints1, views.imagePoints2,
                         one.cameraMatrix, one.distortion, two.cameraMatrix, two.distortion,
-                        views.pictureSize, r, t, e, f, cv::CALIB_FIX_INTRINSIC,
+                        views.imageSize, r, t, e, f, cv::CALIB_FIX_INTRINSIC,
                         {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 100, 1e-5});
     // Flags 0: without CALIB_ZERO_DISPARITY the principal points may differ.
     cv::stereoRectify(one.cameraMatrix, one.distortion, two.cameraMatrix, two.distortion,
-                      views.pictureSize, r, t, one.rotation, two.rotation, one.projection,
+                      views.imageSize, r, t, one.rotation, two.rotation, one.projection,
                       two.projection, pair.reprojection, 0, -1.0, cv::Size(), nullptr, nullptr);
     return pair;
 }

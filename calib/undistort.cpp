@@ -1,4 +1,4 @@
-#include "calib/undistort.h"
+#include "undistort.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>
@@ -7,13 +7,13 @@
 
 namespace tarvix {
 
-Undistorted undistort(const cv::Mat& picture, const cv::Mat& cameraMatrix,
+Undistorted undistort(const cv::Mat& image, const cv::Mat& cameraMatrix,
                       const cv::Mat& distCoeffs) {
     Undistorted result;
-    cv::initUndistortRectifyMap(cameraMatrix, distCoeffs, cv::Mat(), cameraMatrix, picture.size(),
+    cv::initUndistortRectifyMap(cameraMatrix, distCoeffs, cv::Mat(), cameraMatrix, image.size(),
                                 CV_32FC1, result.map1, result.map2);
-    cv::remap(picture, result.picture, result.map1, result.map2, cv::INTER_CUBIC,
-              cv::BORDER_CONSTANT, cv::Scalar(0, 0, 0, 0));
+    cv::remap(image, result.image, result.map1, result.map2, cv::INTER_CUBIC, cv::BORDER_CONSTANT,
+              cv::Scalar(0, 0, 0, 0));
     return result;
 }
 
@@ -24,14 +24,14 @@ float mapSample(const cv::Mat& map, int row, int column) {
                                  : std::numeric_limits<float>::quiet_NaN();
 }
 
-cv::Mat rectify(const cv::Mat& picture, const cv::Mat& cameraMatrix, const cv::Mat& distortion,
+cv::Mat rectify(const cv::Mat& image, const cv::Mat& cameraMatrix, const cv::Mat& distortion,
                 const cv::Mat& rotation, const cv::Mat& projection) {
     cv::Mat map1;
     cv::Mat map2;
-    cv::initUndistortRectifyMap(cameraMatrix, distortion, rotation, projection, picture.size(),
+    cv::initUndistortRectifyMap(cameraMatrix, distortion, rotation, projection, image.size(),
                                 CV_32FC1, map1, map2);
     cv::Mat rectified;
-    cv::remap(picture, rectified, map1, map2, cv::INTER_AREA, cv::BORDER_CONSTANT,
+    cv::remap(image, rectified, map1, map2, cv::INTER_AREA, cv::BORDER_CONSTANT,
               cv::Scalar(0, 0, 0, 0));
     return rectified;
 }

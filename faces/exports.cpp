@@ -1,18 +1,33 @@
 #include <tarvix/faces.h>
 
 #include "bridge/dib_bridge.h"
+#include "bridge/display.h"
+#include "bridge/executable_folder.h"
 #include "bridge/guard.h"
-#include "faces/face_array.h"
+#include "bridge/rect_array.h"
 #include "faces/face_detection.h"
 #include "faces/face_tracking.h"
 
 using namespace tarvix;
 
+namespace {
+
+// Nobody asks whether the cascade was loaded, on purpose: if it is missing or is not a cascade, the
+// first detection throws the cv::Exception that the user is shown.
+void loadCascade(cv::CascadeClassifier& classifier, const char* fileName) {
+    const std::string path = besideExecutable(fileName);
+    if (!path.empty()) {
+        classifier.load(path);
+    }
+}
+
+} // namespace
+
 // No conversion to grey, on purpose: OpenCV's message tells the user that 24 bits do not do.
 int tx_FindFaces(CDib& image, CArray<RECT, RECT&>& faces) {
     cv::CascadeClassifier classifier;
-    return collectFaces(faces, [&] {
-        loadBesideExecutable(classifier, "haarcascade_frontalface_alt.xml");
+    return collectRects(faces, [&] {
+        loadCascade(classifier, "haarcascade_frontalface_alt.xml");
         cv::Mat grey = DibToMat(image);
         return detectFaces(classifier, grey, cv::Size(0, 0));
     });
@@ -22,7 +37,14 @@ int tx_FindFaces(CDib& image, CArray<RECT, RECT&>& faces) {
 int tx_TrackFace(const char* /*ignored*/) {
     cv::CascadeClassifier classifier;
     const auto track = [&] {
-        trackLargestFace(classifier);
+        cv::VideoCapture camera(0, cv::CAP_ANY);
+        if (!camera.isOpened()) {
+            failSilently();
+        }
+        requireDisplay();
+        openTrackingWindow();
+        loadCascade(classifier, "lbpcascade_frontalface.xml");
+        showLargestFace(camera, classifier);
         return 1;
     };
     const int result = showCvSwallowRest<int>(0, track, [] { return 1; });

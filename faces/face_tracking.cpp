@@ -1,19 +1,15 @@
-#include "faces/face_tracking.h"
+#include "face_tracking.h"
 
-#include "bridge/guard.h"
-#include "faces/face_detection.h"
-#include "platform/system/display.h"
+#include "face_detection.h"
 
 #include <opencv2/highgui.hpp>
 #include <opencv2/imgproc.hpp>
-#include <opencv2/videoio.hpp>
 
 namespace tarvix {
 
 namespace {
 
 const char* const window = "TrackFace";
-const char* const cascadeFile = "lbpcascade_frontalface.xml";
 constexpr int keyWaitMs = 30;
 const cv::Size smallestFace(10, 10);
 
@@ -25,16 +21,11 @@ void outlineLargestFace(cv::CascadeClassifier& classifier, cv::Mat& frame) {
 
 } // namespace
 
-void trackLargestFace(cv::CascadeClassifier& classifier) {
-    cv::VideoCapture camera(0, cv::CAP_ANY);
-    if (!camera.isOpened()) {
-        failSilently();
-    }
-    if (!canShowWindows()) {
-        CV_Error(cv::Error::StsError, "There is no display to open a window on");
-    }
+void openTrackingWindow() {
     cv::namedWindow(window, cv::WINDOW_AUTOSIZE);
-    loadBesideExecutable(classifier, cascadeFile);
+}
+
+void showLargestFace(cv::VideoCapture& camera, cv::CascadeClassifier& classifier) {
     int key = -1;
     while (key < 0) {
         cv::Mat frame;
@@ -46,11 +37,10 @@ void trackLargestFace(cv::CascadeClassifier& classifier) {
 }
 
 void closeTrackingWindow() {
-    // OpenCV raises an exception for a window that was never made.
-    swallowAll<int>(0, [] {
+    try {
         cv::destroyWindow(window);
-        return 1;
-    });
+    } catch (...) { // OpenCV throws for a window that was never opened
+    }
 }
 
 } // namespace tarvix

@@ -1,18 +1,21 @@
-// The live picture of the first camera with its largest face outlined.
+// The live image of a camera with its largest face outlined.
 #pragma once
 
 #include <opencv2/objdetect.hpp>
+#include <opencv2/videoio.hpp>
 
 namespace tarvix {
 
-// Shows camera 0 in the window "TrackFace", frame by frame, until a key is pressed in it. The
-// classifier is loaded on the way. The camera is released on every way out; the window stays until
-// closeTrackingWindow().
-// Raises the silent failure when the camera cannot be opened, before anything else is tried, and
-// cv::Exception when there is no display, no cascade or no further frame.
-void trackLargestFace(cv::CascadeClassifier& classifier);
+// Opens the window "TrackFace", sized to its image.
+// On failure: throws cv::Exception.
+void openTrackingWindow();
 
-// Closes the window. It may never have been made.
+// Shows the camera's frames in the window, the largest face of each outlined, until a key is
+// pressed in it. Faces smaller than 10 x 10 pixels are ignored.
+// On failure: throws cv::Exception if the classifier is empty or the camera delivers no frame.
+void showLargestFace(cv::VideoCapture& camera, cv::CascadeClassifier& classifier);
+
+// Closes the window. It may never have been opened.
 void closeTrackingWindow();
 
 } // namespace tarvix

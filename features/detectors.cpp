@@ -1,4 +1,4 @@
-#include "features/detectors.h"
+#include "detectors.h"
 
 namespace tarvix {
 

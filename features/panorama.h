@@ -1,15 +1,17 @@
 // Joining overlapping photographs into a panorama.
 #pragma once
 
+#include <common/file_list.h>
 #include <opencv2/core/mat.hpp>
-#include <opencv2/stitching.hpp>
 
-#include <vector>
+#include <optional>
 
 namespace tarvix {
 
-// Stitches CV_8UC3 photographs taken from one place into `panorama`. Only Stitcher::OK means that
-// there is one; too few pictures and pictures without overlap give another status.
-cv::Stitcher::Status stitchPanorama(const std::vector<cv::Mat>& photographs, cv::Mat& panorama);
+// Reads photographs that were taken from one place, in colour, and stitches them.
+// Returns the panorama (CV_8UC3). Returns no value if a file cannot be read, if there are too few
+// of them, or if they do not overlap.
+// On failure: throws cv::Exception, and what the list throws.
+std::optional<cv::Mat> stitchPanorama(const FileList& files);
 
 } // namespace tarvix

@@ -1,19 +1,16 @@
-#include "features/registration.h"
+#include "registration.h"
 
-#include "features/detectors.h"
+#include "matching.h"
 
 #include <opencv2/calib3d.hpp>
-#include <opencv2/flann.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <climits>
 #include <cmath>
-#include <cstring>
-#include <stdexcept>
+#include <cstdint>
 #include <string>
 
 namespace tarvix {
@@ -33,80 +30,11 @@ int roundedToInt(double value) {
     return static_cast<int>(std::clamp(moved, double{INT_MIN}, double{INT_MAX}));
 }
 
-const cv::KeyPoint& keypointAt(const std::vector<cv::KeyPoint>& keypoints, int index) {
-    if (index < 0 || static_cast<std::size_t>(index) >= keypoints.size()) {
-        throw std::out_of_range("invalid vector<T> subscript");
-    }
-    return keypoints[static_cast<std::size_t>(index)];
-}
-
-// The bits of a 32-bit element, whatever its type.
-std::uint32_t bitsAt(const cv::Mat& m, int row, int column) {
-    std::uint32_t bits = 0;
-    std::memcpy(&bits, m.ptr(row, column), sizeof bits);
-    return bits;
-}
-
-cv::Mat readColour(const CString& path) {
-    return cv::imread(std::string(path.GetString()), cv::IMREAD_COLOR);
-}
-
-void write(const CString& path, const cv::Mat& picture) {
-    cv::imwrite(std::string(path.GetString()), picture);
+cv::Mat readColour(const std::string& file) {
+    return cv::imread(file, cv::IMREAD_COLOR);
 }
 
 } // namespace
-
-FeatureFinder::FeatureFinder() : m_detector(createOrb()), m_extractor(createBrisk()) {}
-
-Features FeatureFinder::find(const cv::Mat& image) const {
-    Features features;
-    m_detector->detect(image, features.keypoints, cv::noArray());
-    m_extractor->compute(image, features.keypoints, features.descriptors);
-    return features;
-}
-
-Neighbours twoNearest(const cv::Mat& descriptors, const cv::Mat& referenceDescriptors) {
-    Neighbours found;
-    if (descriptors.empty() || referenceDescriptors.rows < 2) {
-        return found; // an index on no descriptors would read past its own tables
-    }
-    const cv::flann::SearchParams search(32, 0.0F, true);
-    if (descriptors.depth() == CV_8U) {
-        cv::flann::Index index(referenceDescriptors, cv::flann::LshIndexParams(12, 20, 2),
-                               cvflann::FLANN_DIST_HAMMING);
-        index.knnSearch(descriptors, found.indices, found.dists, 2, search);
-    } else {
-        cv::flann::Index index(referenceDescriptors, cv::flann::KDTreeIndexParams(4),
-                               cvflann::FLANN_DIST_L2);
-        index.knnSearch(descriptors, found.indices, found.dists, 2, search);
-    }
-    return found;
-}
-
-bool isClearlyNearest(std::uint32_t nearestBits, std::uint32_t secondBits) {
-    const float limit = 0.6F * std::bit_cast<float>(secondBits);
-    return std::bit_cast<float>(nearestBits) <= limit;
-}
-
-PointPairs goodMatches(const Neighbours& neighbours, const std::vector<cv::KeyPoint>& keypoints,
-                       const std::vector<cv::KeyPoint>& referenceKeypoints) {
-    const cv::Mat& dists = neighbours.dists;
-    const cv::Mat& indices = neighbours.indices;
-    PointPairs pairs;
-    if (dists.empty()) {
-        return pairs;
-    }
-    CV_Assert(dists.cols >= 2 && dists.elemSize() == sizeof(std::uint32_t) &&
-              indices.rows >= dists.rows && indices.type() == CV_32SC1);
-    for (int j = 0; j < dists.rows; ++j) {
-        if (isClearlyNearest(bitsAt(dists, j, 0), bitsAt(dists, j, 1))) {
-            pairs.image.push_back(keypointAt(keypoints, j).pt);
-            pairs.reference.push_back(keypointAt(referenceKeypoints, indices.at<int>(j, 0)).pt);
-        }
-    }
-    return pairs;
-}
 
 cv::Mat estimateHomography(const PointPairs& pairs) {
     return cv::findHomography(pairs.image, pairs.reference, cv::RANSAC, 1.0, cv::noArray(), 2000,
@@ -146,15 +74,15 @@ Canvas commonCanvas(cv::Size reference, const std::vector<cv::Rect>& outlines) {
     return {saturate(left), saturate(top), {saturate(right - left), saturate(bottom - top)}};
 }
 
-void registerImages(const CStringArray& inputs, const CStringArray& outputs) {
-    const cv::Mat reference = readColour(inputs.GetAt(0));
+void registerImages(const FileList& inputs, const FileList& outputs) {
+    const cv::Mat reference = readColour(inputs.at(0));
     const FeatureFinder finder;
     const Features referenceFeatures = finder.find(reference);
 
     std::vector<cv::Mat> homographies; // referenceFromImage of every picture that passed
     std::vector<cv::Rect> outlines;
-    for (INT_PTR k = 1; k < inputs.GetSize(); ++k) {
-        const cv::Mat image = readColour(inputs.GetAt(k));
+    for (int k = 1; k < inputs.size; ++k) {
+        const cv::Mat image = readColour(inputs.at(k));
         const Features features = finder.find(image);
         const PointPairs pairs =
             goodMatches(twoNearest(features.descriptors, referenceFeatures.descriptors),
@@ -165,7 +93,7 @@ void registerImages(const CStringArray& inputs, const CStringArray& outputs) {
         homographies.push_back(estimateHomography(pairs));
         outlines.push_back(projectedOutline(homographies.back(), image.size()));
     }
-    if (outputs.GetSize() - 1 != static_cast<INT_PTR>(outlines.size())) {
+    if (outputs.size - 1 != static_cast<int>(outlines.size())) {
         return;
     }
 
@@ -175,24 +103,24 @@ void registerImages(const CStringArray& inputs, const CStringArray& outputs) {
     reference.copyTo(
         canvas(cv::Rect({saturate(-std::int64_t{layout.left}), saturate(-std::int64_t{layout.top})},
                         reference.size())));
-    write(outputs.GetAt(0), canvas);
+    cv::imwrite(outputs.at(0), canvas);
 
-    for (INT_PTR k = 1; k < inputs.GetSize(); ++k) {
-        const cv::Mat image = readColour(inputs.GetAt(k));
-        if (static_cast<std::size_t>(k) > homographies.size()) {
-            AfxThrowInvalidArgException(); // as the name that follows would
-        }
+    for (int k = 1; k < inputs.size; ++k) {
+        const cv::Mat image = readColour(inputs.at(k));
+        // There is a name for each stored homography and no more, so an input without a homography
+        // ends here.
+        const std::string output = outputs.at(k);
         // Only the translation is moved into the canvas, on purpose: exact without perspective.
         cv::Mat canvasFromImage = homographies[static_cast<std::size_t>(k - 1)];
         canvasFromImage.at<double>(0, 2) -= layout.left;
         canvasFromImage.at<double>(1, 2) -= layout.top;
         cv::Mat warped;
-        // The picture's own size, on purpose: what lies further out on the canvas is cut off.
+        // The image's own size, on purpose: what is further out on the canvas is cut off.
         cv::warpPerspective(image, warped, canvasFromImage, image.size(), cv::INTER_LINEAR,
                             cv::BORDER_CONSTANT, cv::Scalar::all(0));
         canvas.setTo(cv::Scalar::all(0));
         warped.copyTo(canvas(cv::Rect({0, 0}, warped.size())));
-        write(outputs.GetAt(k), canvas);
+        cv::imwrite(output, canvas);
     }
 }
 

@@ -1,6 +1,4 @@
-#include "filters/chessboard.h"
-
-#include "bridge/guard.h"
+#include "chessboard.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>
@@ -23,19 +21,19 @@ void appendNumber(std::string& text, float value) {
 
 } // namespace
 
-MarkedBoard markChessboard(cv::Mat source, cv::Size board) {
+std::optional<MarkedBoard> markChessboard(cv::Mat source, cv::Size board) {
     cv::Mat grey(source.size(), CV_8UC1);
     cv::cvtColor(source, grey, cv::COLOR_BGR2GRAY, 1);
     std::vector<cv::Point2f> corners;
-    // The search runs on the colour picture, the refinement on the grey one.
+    // The search runs on the colour image, the refinement on the grey one.
     if (!cv::findChessboardCorners(source, board, corners,
                                    cv::CALIB_CB_ADAPTIVE_THRESH | cv::CALIB_CB_NORMALIZE_IMAGE)) {
-        failSilently();
+        return {};
     }
     cv::cornerSubPix(grey, corners, {11, 11}, {-1, -1},
                      cv::TermCriteria(cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 30, 0.01));
     cv::drawChessboardCorners(source, board, corners, true);
-    return {std::move(source), std::move(corners)};
+    return MarkedBoard{std::move(source), std::move(corners)};
 }
 
 std::string cornerText(const std::vector<cv::Point2f>& corners) {

@@ -1,6 +1,7 @@
 #include <tarvix/filters.h>
 
 #include "bridge/dib_bridge.h"
+#include "bridge/dib_view.h"
 #include "bridge/guard.h"
 #include "filters/chessboard.h"
 #include "filters/lines.h"
@@ -10,12 +11,12 @@
 
 using namespace tarvix;
 
-// No handler, on purpose: an exception of the decoder passes out to the host.
+// No handler, on purpose: an exception of the decoder propagates to the host.
 CDib* tx_LoadFile(const char* path) {
     return MatToDib(loadColour(path));
 }
 
-// No handler, on purpose: what OpenCV refuses passes out to the host.
+// No handler, on purpose: what OpenCV refuses propagates to the host.
 CDib* tx_Canny(CDib& src, double threshold1, double threshold2, int apertureSize, int l2Gradient) {
     return MatToDib(
         cannyEdges(DibToMat(src), threshold1, threshold2, apertureSize, l2Gradient != 0));
@@ -23,18 +24,21 @@ CDib* tx_Canny(CDib& src, double threshold1, double threshold2, int apertureSize
 
 CDib* tx_Denoise(CDib& src, float h, float hColor, int templateWindowSize, int searchWindowSize) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
-        return orFail(MatToDib(
-            denoiseColour(DibToMat(src), h, hColor, templateWindowSize, searchWindowSize)));
+        const cv::Mat denoised =
+            orFail(denoiseColour(DibToMat(src), h, hColor, templateWindowSize, searchWindowSize));
+        return orFail(MatToDib(denoised));
     });
 }
 
 CDib* tx_getRectSubPix(CDib& src, int width, int height, float centerX, float centerY) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
-        return orFail(MatToDib(subPixelPatch(DibToMat(src), {width, height}, {centerX, centerY})));
+        const cv::Mat patch =
+            orFail(subPixelPatch(DibToMat(src), {width, height}, {centerX, centerY}));
+        return orFail(MatToDib(patch));
     });
 }
 
-// No handler, on purpose: what OpenCV refuses passes out to the host, `points` untouched.
+// No handler, on purpose: what OpenCV refuses propagates to the host, `points` untouched.
 int tx_FindLines(CDib& image, POINT*& points) {
     const DibView view = viewOf(image);
     const std::vector<cv::Vec4i> segments =
@@ -54,8 +58,8 @@ int tx_FindLines(CDib& image, POINT*& points) {
 CDib* tx_FindChessboard(CDib& image, int cornersPerRow, int cornersPerColumn, CString& corners) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
         const MarkedBoard board =
-            markChessboard(DibToMat(image), {cornersPerRow, cornersPerColumn});
-        DibPtr result(orFail(MatToDib(board.picture)));
+            orFail(markChessboard(DibToMat(image), {cornersPerRow, cornersPerColumn}));
+        DibPtr result(orFail(MatToDib(board.image)));
         corners = cornerText(board.corners).c_str();
         return result.release();
     });

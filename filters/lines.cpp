@@ -1,4 +1,4 @@
-#include "filters/lines.h"
+#include "lines.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -14,7 +14,7 @@ std::vector<cv::Vec4i> findLines(const cv::Mat& source, int shortest) {
     cv::Mat grey;
     // On purpose the weights of red and blue are exchanged: the channels are blue, green, red.
     cv::cvtColor(source, grey, cv::COLOR_RGB2GRAY, 0);
-    cv::Mat map; // the thresholded picture, then the edges
+    cv::Mat map; // the thresholded image, then the edges
     const double level = cv::threshold(grey, map, 0.0, 255.0, cv::THRESH_OTSU);
     cv::Canny(grey, map, level / 3.0, level, 3, false);
     std::vector<cv::Vec4i> segments;

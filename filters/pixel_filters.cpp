@@ -1,6 +1,4 @@
-#include "filters/pixel_filters.h"
-
-#include "bridge/guard.h"
+#include "pixel_filters.h"
 
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -26,14 +24,10 @@ cv::Mat cannyEdges(const cv::Mat& source, double threshold1, double threshold2, 
 cv::Mat denoiseColour(const cv::Mat& source, float h, float hColor, int templateWindowSize,
                       int searchWindowSize) {
     if (source.empty()) {
-        failSilently();
+        return {};
     }
     cv::Mat output(source.size(), source.type());
-    if (output.data == nullptr) {
-        failSilently();
-    }
-    // OpenCV takes the half of these; with a negative half it divides by zero, which would end the
-    // process.
+    // OpenCV halves these and divides by zero if the half is negative.
     CV_Assert(templateWindowSize / 2 >= 0 && searchWindowSize / 2 >= 0);
     cv::fastNlMeansDenoisingColored(source, output, h, hColor, templateWindowSize,
                                     searchWindowSize);
@@ -42,16 +36,16 @@ cv::Mat denoiseColour(const cv::Mat& source, float h, float hColor, int template
 
 cv::Mat subPixelPatch(const cv::Mat& source, cv::Size size, cv::Point2f center) {
     cv::Mat patch(size, source.type());
-    if (patch.data == nullptr) {
-        failSilently();
+    if (patch.empty()) {
+        return {};
     }
     CV_Assert(!source.empty()); // OpenCV 4.6 would read through a null pointer
     CV_Assert(!std::isnan(center.x) && !std::isnan(center.y));
     // OpenCV counts positions in ints, which a far centre overflows. A patch that lies wholly
-    // outside is all border wherever it lies, so its centre may come nearer.
-    const auto nearer = [](float position, int patchSide, int pictureSide) {
+    // outside is all border wherever it lies, so its centre can be clamped.
+    const auto nearer = [](float position, int patchSide, int imageSide) {
         const float beyond = static_cast<float>(patchSide) + 2;
-        return std::clamp(position, -beyond, static_cast<float>(pictureSide) + beyond);
+        return std::clamp(position, -beyond, static_cast<float>(imageSide) + beyond);
     };
     const cv::Point2f reachable(nearer(center.x, size.width, source.cols),
                                 nearer(center.y, size.height, source.rows));

@@ -1,7 +1,7 @@
-#include "geometry/converge.h"
+#include "converge.h"
 
-#include "geometry/four.h"
-#include "geometry/vect.h"
+#include "four.h"
+#include "vect.h"
 
 #include <algorithm>
 #include <cmath>

@@ -8,7 +8,7 @@
 // The sign conventions are drawn up in docs/conventions.md.
 #pragma once
 
-#include "geometry/homography_warp.h"
+#include "corners.h"
 
 #include <opencv2/core.hpp>
 

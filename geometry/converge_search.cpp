@@ -1,6 +1,6 @@
-#include "geometry/converge_search.h"
+#include "converge_search.h"
 
-#include "geometry/converge_search_detail.h"
+#include "converge_search_detail.h"
 
 namespace tarvix {
 

@@ -1,7 +1,7 @@
 // The search for the pose that straightens a marked quadrilateral.
 #pragma once
 
-#include "geometry/converge.h"
+#include "converge.h"
 
 namespace tarvix {
 

@@ -69,9 +69,9 @@
 // coordinate fails (b), an infinite one (c).
 #pragma once
 
-#include "geometry/converge.h"
-#include "geometry/four.h"
-#include "geometry/vect.h"
+#include "converge.h"
+#include "four.h"
+#include "vect.h"
 
 #include <algorithm>
 #include <cmath>

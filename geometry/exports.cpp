@@ -1,9 +1,9 @@
 #include <tarvix/geometry.h>
 
 #include "bridge/dib_bridge.h"
+#include "bridge/dib_view.h"
 #include "geometry/converge.h"
 #include "geometry/converge_search.h"
-#include "geometry/dib_picture_view.h"
 #include "geometry/homography_warp.h"
 #include "geometry/projective_warp.h"
 
@@ -13,7 +13,7 @@
 
 using namespace tarvix;
 
-// No handler for OpenCV's exceptions in this file, on purpose: they pass out to the host.
+// No handler for OpenCV's exceptions in this file, on purpose: they propagate to the host.
 
 namespace {
 
@@ -28,7 +28,7 @@ DibPtr newDib() {
 // The picture to warp from. OpenCV's vectorised sampling keeps row steps in 16 bits and lets
 // negative ones through unchecked: beyond that, it would read elsewhere, so it gets a copy.
 cv::Mat sourceView(const DibView& image) {
-    const cv::Mat view = pictureViewOf(image);
+    const cv::Mat view = imageViewOf(image);
     return image.stride > 0x7fff ? view.clone() : view;
 }
 
@@ -37,26 +37,26 @@ cv::Mat sourceView(const DibView& image) {
 CDib* tx_Projective(CDib& image, double* srcCorners, double* dstCorners) {
     const cv::Mat picture = DibToMat(image);
     const ProjectiveCanvas canvas =
-        fitCanvas(cornersFromArray(srcCorners), cornersFromArray(dstCorners));
+        fitCanvas(narrowedCornersFromArray(srcCorners), narrowedCornersFromArray(dstCorners));
     return MatToDib(warpOntoCanvas(picture, canvas));
 }
 
 CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) {
     const DibView picture = viewOf(image);
     const ProjectiveCanvas canvas =
-        fitCanvas(cornersFromArray(srcCorners), cornersFromArray(dstCorners));
+        fitCanvas(narrowedCornersFromArray(srcCorners), narrowedCornersFromArray(dstCorners));
     return MatToDib(coverageOnCanvas({picture.width, picture.rows}, canvas));
 }
 
 CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, double offsetX,
                   double offsetY, int pitchOnly, double* result) {
     cv::Mat picture = DibToMat(image);
-    // The clock is read around the work as it always was; nothing uses it.
+    // The clock is read around the work; nothing uses the values.
     LARGE_INTEGER frequency, start, end;
     QueryPerformanceFrequency(&frequency);
     QueryPerformanceCounter(&start);
 
-    const MarkedQuad marked{picture.size(), pointsFromArray(corners)};
+    const MarkedQuad marked{picture.size(), cornersFromArray(corners)};
     const Pose pose = findPose(marked, focal);
     const Corners corrected =
         correctCorners(marked, pose, {scale, offsetX, offsetY, pitchOnly != 0});
@@ -78,7 +78,7 @@ CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, doub
 
 CDib* tx_ConvergeScaled(CDib& image, double* corners, double* target) {
     cv::Mat picture = DibToMat(image);
-    warpOnWhite(picture, pointsFromArray(corners), pointsFromArray(target));
+    warpOnWhite(picture, cornersFromArray(corners), cornersFromArray(target));
     return MatToDib(picture);
 }
 
@@ -96,8 +96,8 @@ CDib* tx_PerspAlign(CDib& image, CDib& reference, double* imagePoints, double* r
     if (aligned->Create(frame.width, frame.rows, 24, nullptr, nullptr) == 0) {
         return nullptr;
     }
-    cv::Mat destination = pictureViewOf(viewOf(*aligned));
-    warpInto(sourceView(source), destination, pointsFromArray(imagePoints),
-             pointsFromArray(referencePoints), cv::Scalar(fill0, fill1, fill2, 0));
+    cv::Mat destination = imageViewOf(viewOf(*aligned));
+    warpInto(sourceView(source), destination, cornersFromArray(imagePoints),
+             cornersFromArray(referencePoints), cv::Scalar(fill0, fill1, fill2, 0));
     return aligned.release();
 }

@@ -1,4 +1,4 @@
-#include "geometry/homography_warp.h"
+#include "homography_warp.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>
@@ -6,11 +6,6 @@
 #include <vector>
 
 namespace tarvix {
-
-Corners pointsFromArray(const double* xy) {
-    return {cv::Point2d(xy[0], xy[1]), cv::Point2d(xy[2], xy[3]), cv::Point2d(xy[4], xy[5]),
-            cv::Point2d(xy[6], xy[7])};
-}
 
 void warpInto(const cv::Mat& source, cv::Mat& destination, const Corners& from, const Corners& to,
               const cv::Scalar& fill) {
@@ -22,10 +17,10 @@ void warpInto(const cv::Mat& source, cv::Mat& destination, const Corners& from, 
                         cv::BORDER_CONSTANT, fill);
 }
 
-void warpOnWhite(cv::Mat& picture, const Corners& from, const Corners& to) {
-    cv::Mat warped(picture.size(), picture.type()); // in place, OpenCV would copy the source first
-    warpInto(picture, warped, from, to, cv::Scalar(255, 255, 255, 0));
-    picture = warped;
+void warpOnWhite(cv::Mat& image, const Corners& from, const Corners& to) {
+    cv::Mat warped(image.size(), image.type()); // in place, OpenCV would copy the source first
+    warpInto(image, warped, from, to, cv::Scalar(255, 255, 255, 0));
+    image = warped;
 }
 
 } // namespace tarvix

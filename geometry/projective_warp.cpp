@@ -1,6 +1,6 @@
-#include "geometry/projective_warp.h"
+#include "projective_warp.h"
 
-#include "geometry/vect.h"
+#include "vect.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -8,14 +8,6 @@
 #include <cfloat>
 
 namespace tarvix {
-
-CornersF cornersFromArray(const double* corners) {
-    CornersF points;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        points[i] = {static_cast<float>(corners[2 * i]), static_cast<float>(corners[2 * i + 1])};
-    }
-    return points;
-}
 
 ProjectiveCanvas fitCanvas(const CornersF& from, const CornersF& to) {
     const cv::Mat canvasFromImage =
@@ -43,15 +35,15 @@ ProjectiveCanvas fitCanvas(const CornersF& from, const CornersF& to) {
     return canvas;
 }
 
-cv::Mat warpOntoCanvas(const cv::Mat& picture, const ProjectiveCanvas& canvas) {
+cv::Mat warpOntoCanvas(const cv::Mat& image, const ProjectiveCanvas& canvas) {
     cv::Mat warped;
-    cv::warpPerspective(picture, warped, canvas.canvasFromImage, canvas.size, cv::INTER_LINEAR,
+    cv::warpPerspective(image, warped, canvas.canvasFromImage, canvas.size, cv::INTER_LINEAR,
                         cv::BORDER_CONSTANT, cv::Scalar(0, 0, 0, 0));
     return warped;
 }
 
-cv::Mat coverageOnCanvas(cv::Size pictureSize, const ProjectiveCanvas& canvas) {
-    return warpOntoCanvas(cv::Mat(pictureSize, CV_8UC1, cv::Scalar(255, 255, 255, 0)), canvas);
+cv::Mat coverageOnCanvas(cv::Size imageSize, const ProjectiveCanvas& canvas) {
+    return warpOntoCanvas(cv::Mat(imageSize, CV_8UC1, cv::Scalar(255, 255, 255, 0)), canvas);
 }
 
 } // namespace tarvix

@@ -1,4 +1,4 @@
-#include "geometry/vect.h"
+#include "vect.h"
 
 namespace tarvix {
 

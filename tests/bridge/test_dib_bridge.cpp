@@ -1,4 +1,5 @@
 #include "bridge/dib_bridge.h"
+#include "bridge/dib_view.h"
 
 #include "tests/support/pictures.h"
 #include "tests/support/test_host.h"

@@ -1,6 +1,7 @@
 // The calibration file set: format, readers and writers, and files that are not what they should
 // be.
 #include "calib/calib_files.h"
+#include "calib/calib_writer.h"
 #include "calib/document_check.h"
 #include "calib/undistort.h"
 #include "tests/calib/views.h"
@@ -33,7 +34,7 @@ std::string document(const std::string& key, const std::string& rows, const std:
 
 void write(const std::string& folder, const tarvix::CalibFile& file, const cv::Mat& matrix) {
     tarvix::MatrixWriter writer;
-    writer.add(folder.c_str(), file, matrix);
+    writer.add(std::filesystem::path(folder) / file.name, file.name, file.key, matrix);
     writer.commit();
 }
 
@@ -109,7 +110,7 @@ TEST_F(CalibFiles, NumbersComeBackToTheBit) {
     m.at<double>(0, 2) = std::numeric_limits<double>::max();
     m.at<double>(0, 3) = std::numeric_limits<double>::infinity();
     write(folder.path(), {"any.xml", "Any"}, m);
-    EXPECT_TRUE(test::identical(tarvix::readMatrix(folder / "any.xml", "Any"), m));
+    EXPECT_TRUE(test::identical(tarvix::readMatrix(folder / "any.xml", "any.xml", "Any"), m));
 }
 
 TEST_F(CalibFiles, AnExistingFileIsReplacedAndNothingElseIsLeft) {
@@ -125,7 +126,7 @@ TEST_F(CalibFiles, CameraMatrixKeysOfTheStereoSetAreMM1AndMM2) {
         const std::string n = std::to_string(camera);
         EXPECT_FALSE(test::stored(folder / ("M" + n + ".xml"), "MM" + n).empty());
         test::store(folder / ("M" + n + ".xml"), "M" + n, someCamera);
-        EXPECT_TRUE(tarvix::readMatrix(folder / ("M" + n + ".xml"), ("MM" + n).c_str()).empty());
+        EXPECT_TRUE(tarvix::readMatrix(folder / ("M" + n + ".xml"), "M.xml", ("MM" + n).c_str()).empty());
         expectFailures("M" + n + ".xml", true);
     }
 }

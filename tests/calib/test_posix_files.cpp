@@ -109,7 +109,7 @@ TEST_F(PosixFiles, AQuestionMarkInThePathIsAName) {
     fs::create_directory(odd);
     ASSERT_EQ(calibrate(odd), 1);
     EXPECT_THAT(test::namesIn(odd), UnorderedElementsAre("cam.xml", "dist.xml"));
-    EXPECT_FALSE(tarvix::readMatrix(odd + "/cam.xml", "CameraMatrix").empty());
+    EXPECT_FALSE(tarvix::readMatrix(odd + "/cam.xml", "cam.xml", "CameraMatrix").empty());
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 #include <tarvix/tarvix.h>
 
 #include "bridge/guard.h"
-#include "faces/face_array.h"
+#include "bridge/rect_array.h"
 #include "tests/support/pictures.h"
 #include "tests/support/program.h"
 #include "tests/support/test_host.h"
@@ -169,15 +169,15 @@ TEST_F(FindFaces, APictureStoredTopDownIsSearchedUpsideDown) {
 }
 
 // What stays in the array when the way into it breaks off.
-class CollectFaces : public FindFaces {
+class CollectRects : public FindFaces {
 protected:
     const std::vector<cv::Rect> three = {{10, 20, 30, 40}, {1, 2, 3, 4}, {5, 6, 7, 8}};
 };
 
-TEST_F(CollectFaces, EmptiesTheArrayBeforeTheSearch) {
+TEST_F(CollectRects, EmptiesTheArrayBeforeTheSearch) {
     faces.SetSize(9);
     INT_PTR sizeThen = -1;
-    EXPECT_EQ(tarvix::collectFaces(faces,
+    EXPECT_EQ(tarvix::collectRects(faces,
                                    [&] {
                                        sizeThen = faces.GetSize();
                                        return three;
@@ -188,8 +188,8 @@ TEST_F(CollectFaces, EmptiesTheArrayBeforeTheSearch) {
                                            ElementsAre(5, 6, 12, 14)));
 }
 
-TEST_F(CollectFaces, AMessageGivesZeroThoughAppendedFacesStay) {
-    EXPECT_EQ(tarvix::collectFaces(faces,
+TEST_F(CollectRects, AMessageGivesZeroThoughAppendedFacesStay) {
+    EXPECT_EQ(tarvix::collectRects(faces,
                                    [&]() -> std::vector<cv::Rect> {
                                        faces.SetSize(2);
                                        CV_Error(cv::Error::StsError, "broken off");
@@ -200,8 +200,8 @@ TEST_F(CollectFaces, AMessageGivesZeroThoughAppendedFacesStay) {
     EXPECT_THAT(host.messages[0].text, HasSubstr("broken off"));
 }
 
-TEST_F(CollectFaces, AnArrayThatCannotGrowKeepsAndCountsWhatItHolds) {
-    EXPECT_EQ(tarvix::collectFaces(faces,
+TEST_F(CollectRects, AnArrayThatCannotGrowKeepsAndCountsWhatItHolds) {
+    EXPECT_EQ(tarvix::collectRects(faces,
                                    [&] {
                                        // Room for two, and a growth that no memory fulfils: the
                                        // third face raises the class library's exception.
@@ -215,9 +215,9 @@ TEST_F(CollectFaces, AnArrayThatCannotGrowKeepsAndCountsWhatItHolds) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(CollectFaces, AnyOtherExceptionIsSilentAndGivesTheSize) {
+TEST_F(CollectRects, AnyOtherExceptionIsSilentAndGivesTheSize) {
     const auto after = [&](auto raise) {
-        return tarvix::collectFaces(faces, [&]() -> std::vector<cv::Rect> {
+        return tarvix::collectRects(faces, [&]() -> std::vector<cv::Rect> {
             faces.SetSize(2);
             raise();
             return {};

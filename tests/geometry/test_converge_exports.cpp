@@ -55,7 +55,7 @@ TEST_F(ConvergeExports, ConvergeIsSearchCorrectionAndWarp) {
         const Dib out(tx_Converge(*source, corners.data(), 0.0, 1.25, 6.0, -4.0, 0, result.data()));
         ASSERT_NE(out, nullptr);
 
-        const tarvix::MarkedQuad quad{{240, 180}, tarvix::pointsFromArray(corners.data())};
+        const tarvix::MarkedQuad quad{{240, 180}, tarvix::cornersFromArray(corners.data())};
         const tarvix::Pose pose = tarvix::findPose(quad, 0.0);
         const tarvix::Corners to = tarvix::correctCorners(quad, pose, {1.25, 6.0, -4.0, false});
         for (std::size_t i = 0; i < 4; ++i) {
@@ -122,7 +122,7 @@ TEST_F(ConvergeExports, ScaleTwoDoublesAndThePictureKeepsItsSize) {
     std::array<double, 12> one{};
     const Dib a(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, one.data()));
     const Dib b(tx_Converge(*source, corners.data(), 30.0, 2, 0, 0, 0, result.data()));
-    const cv::Point2f c = tarvix::PolygonCentroid(tarvix::pointsFromArray(corners.data()));
+    const cv::Point2f c = tarvix::PolygonCentroid(tarvix::cornersFromArray(corners.data()));
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_NEAR(result[2 * i] - c.x, 2 * (one[2 * i] - c.x), 1e-9);
         EXPECT_NEAR(result[2 * i + 1] - c.y, 2 * (one[2 * i + 1] - c.y), 1e-9);

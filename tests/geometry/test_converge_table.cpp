@@ -53,7 +53,7 @@ TEST(ConvergeTable, SamePoseToTheLastBit) {
         ASSERT_TRUE(parse(line, row)) << line;
         ++rows;
         const tarvix::MarkedQuad quad{{row.width, row.height},
-                                      tarvix::pointsFromArray(row.input.data())};
+                                      tarvix::cornersFromArray(row.input.data())};
         const tarvix::Pose pose = tarvix::findPose(quad, row.input[8]);
         const std::array<double, 4> found{pose.pitchDeg, pose.yawDeg, pose.rollDeg, pose.focalMm};
         for (std::size_t i = 0; i < found.size(); ++i) {

@@ -25,8 +25,8 @@ Corners box(double left, double top, double right, double bottom) {
 
 cv::Size canvasSize(const Corners& to) {
     const Corners from = box(0, 0, 10, 10);
-    return tarvix::fitCanvas(tarvix::cornersFromArray(from.data()),
-                             tarvix::cornersFromArray(to.data()))
+    return tarvix::fitCanvas(tarvix::narrowedCornersFromArray(from.data()),
+                             tarvix::narrowedCornersFromArray(to.data()))
         .size;
 }
 

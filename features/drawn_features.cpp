@@ -1,7 +1,6 @@
-#include "features/feature_tests.h"
+#include "drawn_features.h"
 
-#include "bridge/guard.h"
-#include "features/detectors.h"
+#include "detectors.h"
 
 #include <vector>
 
@@ -18,11 +17,11 @@ cv::Mat drawDetected(const cv::Mat& image, cv::Feature2D& detector) {
 cv::Mat drawMatched(const cv::Mat& query, const cv::Mat& train, int detectorSelector,
                     int extractorSelector) {
     if (query.empty() || train.empty()) {
-        failSilently();
+        return {};
     }
     const cv::Ptr<cv::Feature2D> detector = createDetector(detectorSelector);
     if (detector == nullptr) {
-        failSilently();
+        return {};
     }
     std::vector<cv::KeyPoint> queryKeypoints;
     std::vector<cv::KeyPoint> trainKeypoints;
@@ -31,7 +30,7 @@ cv::Mat drawMatched(const cv::Mat& query, const cv::Mat& train, int detectorSele
 
     const cv::Ptr<cv::Feature2D> extractor = createExtractor(extractorSelector);
     if (extractor == nullptr) {
-        failSilently();
+        return {};
     }
     cv::Mat queryDescriptors;
     cv::Mat trainDescriptors;

@@ -2,7 +2,7 @@
 #include <tarvix/tarvix.h>
 
 #include "features/detectors.h"
-#include "features/feature_tests.h"
+#include "features/drawn_features.h"
 #include "tests/support/export_test.h"
 #include "tests/support/pictures.h"
 
