@@ -126,7 +126,8 @@ TEST_F(CalibFiles, CameraMatrixKeysOfTheStereoSetAreMM1AndMM2) {
         const std::string n = std::to_string(camera);
         EXPECT_FALSE(test::stored(folder / ("M" + n + ".xml"), "MM" + n).empty());
         test::store(folder / ("M" + n + ".xml"), "M" + n, someCamera);
-        EXPECT_TRUE(tarvix::readMatrix(folder / ("M" + n + ".xml"), "M.xml", ("MM" + n).c_str()).empty());
+        EXPECT_TRUE(
+            tarvix::readMatrix(folder / ("M" + n + ".xml"), "M.xml", ("MM" + n).c_str()).empty());
         expectFailures("M" + n + ".xml", true);
     }
 }

@@ -135,9 +135,8 @@ TEST_F(Preview, AWindowClosedHalfWayIsNoFailure) {
             }
             const std::optional<cv::Size> client = tarvix::clientSize(handle);
             drawn += client ? 1 : 0;
-            const cv::Mat view =
-                tarvix::previewImage(cv::imread(file), test::boardPattern, corners, size,
-                                     client.value_or(cv::Size(320, 240)));
+            const cv::Mat view = tarvix::previewImage(cv::imread(file), test::boardPattern, corners,
+                                                      size, client.value_or(cv::Size(320, 240)));
             tarvix::drawInto(handle, view);
         });
     EXPECT_EQ(shown, 4);

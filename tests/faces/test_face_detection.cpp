@@ -27,7 +27,8 @@ TEST(LargestFace, IsTheOneOfTheLargestArea) {
 }
 
 TEST(LargestFace, OfEqualAreasIsTheFirst) {
-    EXPECT_EQ(largestFace({{1, 2, 30, 20}, {50, 60, 20, 30}, {70, 80, 30, 20}}), cv::Rect(1, 2, 30, 20));
+    EXPECT_EQ(largestFace({{1, 2, 30, 20}, {50, 60, 20, 30}, {70, 80, 30, 20}}),
+              cv::Rect(1, 2, 30, 20));
     EXPECT_EQ(largestFace({{50, 60, 20, 30}, {1, 2, 30, 20}}), cv::Rect(50, 60, 20, 30));
 }
 
@@ -40,17 +41,16 @@ TEST(LargestFace, AreasBeyond32BitsAreCompared) {
     EXPECT_EQ(largestFace({{0, 0, 10, 10}, {0, 0, 70000, 70000}}), cv::Rect(0, 0, 70000, 70000));
 }
 
-// Every pixel: white on the outline through (x, y) and (x + width, y + height), untouched elsewhere.
+// Every pixel: white on the outline through (x, y) and (x + width, y + height), untouched
+// elsewhere.
 void expectOutline(const cv::Mat& before, const cv::Mat& after, const cv::Rect& face) {
     const int right = face.x + face.width;
     const int bottom = face.y + face.height;
     int wrong = 0;
     for (int y = 0; y < before.rows; ++y) {
         for (int x = 0; x < before.cols; ++x) {
-            const bool inside =
-                x >= face.x && x <= right && y >= face.y && y <= bottom;
-            const bool isEdge =
-                inside && (x == face.x || x == right || y == face.y || y == bottom);
+            const bool inside = x >= face.x && x <= right && y >= face.y && y <= bottom;
+            const bool isEdge = inside && (x == face.x || x == right || y == face.y || y == bottom);
             const cv::Vec3b expected =
                 isEdge ? cv::Vec3b(255, 255, 255) : before.at<cv::Vec3b>(y, x);
             wrong += after.at<cv::Vec3b>(y, x) != expected ? 1 : 0;
