@@ -39,9 +39,6 @@ Features FeatureFinder::find(const cv::Mat& image) const {
 
 Neighbours twoNearest(const cv::Mat& descriptors, const cv::Mat& referenceDescriptors) {
     Neighbours found;
-    if (descriptors.empty() || referenceDescriptors.rows < 2) {
-        return found; // an index on no descriptors would read past its own tables
-    }
     const cv::flann::SearchParams search(32, 0.0F, true);
     if (descriptors.depth() == CV_8U) {
         cv::flann::Index index(referenceDescriptors, cv::flann::LshIndexParams(12, 20, 2),

@@ -31,11 +31,14 @@ private:
 // The two nearest reference descriptors of every descriptor: `indices` CV_32S and `dists` 32-bit,
 // both rows x 2, nearest first. The distances of byte descriptors are Hamming counts (CV_32S),
 // those of others squared Euclidean floats (CV_32F). A neighbour that was not found has index -1.
-// Without descriptors on either side there are no rows.
+// An image without keypoints gives no rows.
 struct Neighbours {
     cv::Mat indices;
     cv::Mat dists;
 };
+// On failure: throws cv::Exception for what the index or the search refuses: an image that could
+// not be read, and a reference with fewer than two descriptors. An index draws random numbers, so
+// it is built even if there is nothing to search.
 Neighbours twoNearest(const cv::Mat& descriptors, const cv::Mat& referenceDescriptors);
 
 // Whether the nearest neighbour is clearly nearer than the second: nearest <= 0.6 second, on the

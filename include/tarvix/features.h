@@ -29,7 +29,9 @@ TARVIX_API CDib* tx_MatchTest(CDib& image1, CDib& image2, int detector, int desc
 //   outputFiles  one more than pictures pass the registration, as many as inputFiles when all do;
 //                the extension chooses the format. With any other number nothing is written.
 // Returns 1 on success, on a wrong number of names and after OpenCV's message alike, on purpose:
-// the files that were written tell. Those written before a failure stay. A picture with fewer than
+// the files that were written tell. Those written before a failure stay. OpenCV's message is shown,
+// and nothing written, if a further file cannot be read or the first picture gives fewer than two
+// descriptors (a flat or unreadable one). A picture with fewer than
 // 8 good matches is left out, silently; the pictures after it are then written with the homography
 // and the name of the one before, and the call ends with the class library's invalid-argument
 // exception. So leave such a picture out of inputFiles. Known bounds: perspective moves with the
