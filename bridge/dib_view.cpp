@@ -28,6 +28,20 @@ DibView viewOf(const CDib& dib) {
     return view;
 }
 
+bool isBeyondBitmaps(cv::Size size, int matrixType) {
+    if (size.width <= 0 || size.height <= 0) {
+        return false;
+    }
+    const int bitCount = static_cast<int>(CV_ELEM_SIZE(matrixType)) * 8;
+    const std::int64_t rowBits = std::int64_t{bitCount} * size.width + 31;
+    const std::int64_t bytes = std::int64_t{storedRowBytes(size.width, bitCount)} * size.height;
+    if (rowBits <= INT32_MAX && bytes <= std::int64_t{UINT32_MAX}) {
+        return false;
+    }
+    const cv::Mat probe(size, matrixType); // touches no memory, throws as an operation would
+    return true;
+}
+
 cv::Mat imageViewOf(const DibView& dib) {
     assert(dib.bits != nullptr && dib.bitCount == 24);
     // cv::Mat keeps steps unsigned; modulo 2^64 a negative one works all the same.

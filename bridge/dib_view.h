@@ -30,6 +30,11 @@ DibView viewOf(const CDib& dib);
 // Bytes of one stored row: ((bitCount * width + 31) >> 3) & ~3.
 std::ptrdiff_t storedRowBytes(int width, int bitCount);
 
+// Whether a result of this size and type could never become a bitmap: a row's bits must fit a
+// signed 32-bit number, all rows' bytes an unsigned one, as the header counts them. On failure:
+// throws cv::Exception if not even the matrix can be allocated.
+bool isBeyondBitmaps(cv::Size size, int matrixType);
+
 // Views a created 24-bit bitmap as CV_8UC3 and copies nothing. Row 0 is the image's top line, which
 // is stored last, so the row step is negative. The view must not outlive the bitmap.
 cv::Mat imageViewOf(const DibView& dib);

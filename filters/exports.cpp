@@ -7,6 +7,7 @@
 #include "filters/lines.h"
 #include "filters/pixel_filters.h"
 
+#include <cmath>
 #include <new>
 
 using namespace tarvix;
@@ -32,8 +33,12 @@ CDib* tx_Denoise(CDib& src, float h, float hColor, int templateWindowSize, int s
 
 CDib* tx_getRectSubPix(CDib& src, int width, int height, float centerX, float centerY) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
-        const cv::Mat patch =
-            orFail(subPixelPatch(DibToMat(src), {width, height}, {centerX, centerY}));
+        const cv::Mat source = DibToMat(src);
+        const bool isAnswered = !source.empty() && !std::isnan(centerX) && !std::isnan(centerY);
+        if (isAnswered && isBeyondBitmaps({width, height}, source.type())) {
+            failSilently(); // before gigabytes are filled in vain
+        }
+        const cv::Mat patch = orFail(subPixelPatch(source, {width, height}, {centerX, centerY}));
         return orFail(MatToDib(patch));
     });
 }

@@ -5,7 +5,9 @@
 #include <opencv2/photo.hpp>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
 
 namespace tarvix {
 
@@ -29,6 +31,13 @@ cv::Mat denoiseColour(const cv::Mat& source, float h, float hColor, int template
     cv::Mat output(source.size(), source.type());
     // OpenCV halves these and divides by zero if the half is negative.
     CV_Assert(templateWindowSize / 2 >= 0 && searchWindowSize / 2 >= 0);
+    // It sums squared differences of two channels over the template in ints, and looks up a table
+    // by the sum: beyond their range it would read other memory.
+    constexpr int largestHalf = 63;
+    static_assert(2 * 255 * 255 * (2 * largestHalf + 1) * (2 * largestHalf + 1) > 0 &&
+                  std::int64_t{2 * 255 * 255} * (2 * largestHalf + 3) * (2 * largestHalf + 3) >
+                      INT_MAX);
+    CV_Assert(templateWindowSize / 2 <= largestHalf);
     cv::fastNlMeansDenoisingColored(source, output, h, hColor, templateWindowSize,
                                     searchWindowSize);
     return output;
@@ -41,14 +50,11 @@ cv::Mat subPixelPatch(const cv::Mat& source, cv::Size size, cv::Point2f center) 
     }
     CV_Assert(!source.empty()); // OpenCV 4.6 would read through a null pointer
     CV_Assert(!std::isnan(center.x) && !std::isnan(center.y));
-    // OpenCV counts positions in ints, which a far centre overflows. A patch that lies wholly
-    // outside is all border wherever it lies, so its centre can be clamped.
-    const auto nearer = [](float position, int patchSide, int imageSide) {
-        const float beyond = static_cast<float>(patchSide) + 2;
-        return std::clamp(position, -beyond, static_cast<float>(imageSide) + beyond);
-    };
-    const cv::Point2f reachable(nearer(center.x, size.width, source.cols),
-                                nearer(center.y, size.height, source.rows));
+    // OpenCV counts bytes of a row in ints, which a farther centre would overflow. So far out all
+    // positions are whole pixels outside the image: moving the centre changes nothing but that.
+    constexpr float farthest = 1 << 29;
+    const cv::Point2f reachable(std::clamp(center.x, -farthest, farthest),
+                                std::clamp(center.y, -farthest, farthest));
     cv::getRectSubPix(source, size, reachable, patch, -1);
     return patch;
 }

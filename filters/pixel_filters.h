@@ -27,13 +27,15 @@ cv::Mat cannyEdges(const cv::Mat& source, double threshold1, double threshold2, 
 //   h, hColor  filter strength for luminance and for colour
 //   templateWindowSize, searchWindowSize  sides of the windows, pixels
 // Returns an image of the source's size and type; an empty matrix for an empty source.
-// On failure: throws cv::Exception for what OpenCV refuses and for negative windows.
+// On failure: throws cv::Exception for what OpenCV refuses, for negative windows, and for a
+// template of 128 or more: OpenCV's sums would leave the range of int.
 cv::Mat denoiseColour(const cv::Mat& source, float h, float hColor, int templateWindowSize,
                       int searchWindowSize);
 
 // Cuts out a patch, interpolated bilinearly, borders replicated.
-//   size    of the patch, pixels
-//   center  of the patch in top-down image coordinates, pixels
+//   source  CV_8UC1 or CV_8UC3
+//   size    of the patch, pixels; a row's bytes must fit an int
+//   center  of the patch in top-down image coordinates, pixels; passed on unchanged up to 2^29
 // Returns a patch of the source's type; an empty matrix if `size` has no pixels.
 // On failure: throws cv::Exception for an empty source, a negative size or a centre that is not a
 // number.

@@ -35,17 +35,24 @@ cv::Mat sourceView(const DibView& image) {
 } // namespace
 
 CDib* tx_Projective(CDib& image, double* srcCorners, double* dstCorners) {
-    const cv::Mat picture = DibToMat(image);
+    const cv::Mat matrix = DibToMat(image);
     const ProjectiveCanvas canvas =
         fitCanvas(narrowedCornersFromArray(srcCorners), narrowedCornersFromArray(dstCorners));
-    return MatToDib(warpOntoCanvas(picture, canvas));
+    if (!matrix.empty() && isBeyondBitmaps(canvas.size, matrix.type())) {
+        return nullptr; // before the warp fills gigabytes in vain
+    }
+    return MatToDib(warpOntoCanvas(matrix, canvas));
 }
 
 CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) {
-    const DibView picture = viewOf(image);
+    const DibView view = viewOf(image);
     const ProjectiveCanvas canvas =
         fitCanvas(narrowedCornersFromArray(srcCorners), narrowedCornersFromArray(dstCorners));
-    return MatToDib(coverageOnCanvas({picture.width, picture.rows}, canvas));
+    const cv::Size imageSize(view.width, view.rows);
+    if (!imageSize.empty() && isBeyondBitmaps(canvas.size, CV_8UC1)) {
+        return nullptr; // before the warp fills gigabytes in vain
+    }
+    return MatToDib(coverageOnCanvas(imageSize, canvas));
 }
 
 CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, double offsetX,

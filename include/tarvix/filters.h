@@ -22,14 +22,16 @@ TARVIX_API CDib* tx_Canny(CDib& src, double threshold1, double threshold2, int a
 // Removes colour noise by non-local means; a new 24-bit bitmap of the source's size.
 //   h, hColor               filter strength for luminance and for colour
 //   templateWindowSize      pixels, odd; searchWindowSize: pixels, odd (time grows with its square)
-// Only 24-bit bitmaps can be denoised: OpenCV's message is shown for 8 bits and for negative
-// windows, other depths give null silently.
+// Only 24-bit bitmaps can be denoised: OpenCV's message is shown for 8 bits, for negative windows
+// and for a template of 128 or more, whose sums OpenCV cannot hold; other depths give null
+// silently.
 TARVIX_API CDib* tx_Denoise(CDib& src, float h, float hColor, int templateWindowSize,
                             int searchWindowSize);
 
 // The patch of width x height pixels centred on (centerX, centerY), interpolated, borders
-// replicated; a new bitmap of the source's depth. A width or height of 0 gives null silently;
-// OpenCV's message is shown for negative ones and for a centre that is not a number.
+// replicated; a new bitmap of the source's depth. A width or height of 0, or a size that no bitmap
+// can have, gives null silently; OpenCV's message is shown for negative ones and for a centre that
+// is not a number.
 TARVIX_API CDib* tx_getRectSubPix(CDib& src, int width, int height, float centerX, float centerY);
 
 // Straight segments of a 24-bit picture; returns their number n. `points` receives an array of 2 n

@@ -12,7 +12,8 @@
 // Warps the picture so that srcCorners land on dstCorners, on a canvas that is the bounding box of
 // dstCorners, moved to the canvas's origin; black where the picture does not reach. A new bitmap of
 // the picture's depth. Every exception passes out (cv::Exception for an unsupported depth). When
-// every x (or y) of dstCorners is negative, the box is taken to end at 0 instead.
+// every x (or y) of dstCorners is negative, the box is taken to end at 0 instead. NULL, without a
+// warp, for a canvas that no bitmap can have.
 TARVIX_API CDib* tx_Projective(CDib& image, double* srcCorners, double* dstCorners);
 
 // The coverage mask of tx_Projective for the same arguments: a new 8-bit bitmap, 255 where the

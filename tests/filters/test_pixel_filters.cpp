@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <random>
 
 namespace {
 
@@ -198,6 +199,27 @@ TEST_F(Denoise, NegativeWindowsAreRefusedWithAMessage) {
     host.messages.clear();
 }
 
+// OpenCV's sums of squared differences would leave the range of int and index other memory.
+TEST_F(Denoise, TemplatesBeyondOpenCvsSumsAreRefusedWithAMessage) {
+    cv::Mat chequer(40, 50, CV_8UC3, cv::Scalar(0, 0, 255)); // the largest differences of colour
+    for (int y = 0; y < chequer.rows; ++y) {
+        for (int x = y % 2; x < chequer.cols; x += 2) {
+            chequer.at<cv::Vec3b>(y, x) = cv::Vec3b(0, 255, 0);
+        }
+    }
+    const Dib source = test::dibOf(chequer);
+    for (const int size : {128, 129, 185, 199, 201, 501, 1001, INT_MAX}) {
+        host.messages.clear();
+        EXPECT_EQ(tx_Denoise(*source, 3, 3, size, 3), nullptr) << size;
+        ASSERT_EQ(host.messages.size(), 1U) << size;
+        EXPECT_THAT(host.messages[0].text, HasSubstr("templateWindowSize"));
+    }
+    host.messages.clear();
+    const Dib largest(tx_Denoise(*source, 3, 3, 127, 3));
+    ASSERT_NE(largest, nullptr);
+    EXPECT_EQ(test::matOf(*largest).size(), chequer.size());
+}
+
 TEST_F(Denoise, RefusedCreateGivesNullSilently) {
     const Dib source = test::makeDib(8, 8, 24);
     morvel_dib_testing::failCreate(1);
@@ -249,6 +271,45 @@ TEST_F(GetRectSubPix, FarBeyondTheBorderIsTheBorderToo) {
     const Dib nowhere(tx_getRectSubPix(*test::dibOf(picture), 3, 3, std::nanf(""), 4));
     EXPECT_EQ(nowhere, nullptr);
     EXPECT_EQ(host.messages.size(), 1U);
+}
+
+// A far centre keeps its fraction: OpenCV's rounding depends on it.
+TEST_F(GetRectSubPix, EqualsTheBareCallAroundEveryCentreThatOpenCvTakes) {
+    std::mt19937 random(20); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    int different = 0;
+    for (int i = 0; i < 40000; ++i) {
+        const cv::Mat image = test::noise(1 + below(20), 1 + below(20), i % 2 ? CV_8UC1 : CV_8UC3);
+        const cv::Size size(1 + below(24), 1 + below(24));
+        const auto coordinate = [&] {
+            const float reach = std::ldexp(1.0F, below(30)); // up to 2^29
+            return std::uniform_real_distribution<float>(-reach, reach)(random);
+        };
+        const cv::Point2f centre(coordinate(), coordinate());
+        cv::Mat expected;
+        cv::getRectSubPix(image, size, centre, expected, -1);
+        const Dib dib(
+            tx_getRectSubPix(*test::dibOf(image), size.width, size.height, centre.x, centre.y));
+        ASSERT_NE(dib, nullptr);
+        if (!identical(test::matOf(*dib), expected) && ++different < 5) {
+            ADD_FAILURE() << image.size() << ", patch " << size << " around " << centre;
+        }
+    }
+    EXPECT_EQ(different, 0);
+}
+
+// Rows so long that OpenCV would count their bytes beyond the range of int.
+TEST_F(GetRectSubPix, SizesThatNoBitmapCanHaveGiveNullSilently) {
+    const Dib source = test::makeDib(8, 8, 24);
+    EXPECT_EQ(tx_getRectSubPix(*source, INT_MAX, 1, 4, 4), nullptr);
+    EXPECT_EQ(tx_getRectSubPix(*source, 89'478'485, 1, 4, 4), nullptr);
+    EXPECT_EQ(tx_getRectSubPix(*source, 1, INT_MAX, 4, 4), nullptr);
+    EXPECT_EQ(tx_getRectSubPix(*test::makeDib(8, 8, 8), INT_MAX, 1, 4, 4), nullptr);
+    EXPECT_TRUE(host.messages.empty());
+    // What is answered with a message is so whatever the size.
+    EXPECT_EQ(tx_getRectSubPix(*test::makeDib(8, 8, 32), INT_MAX, 1, 4, 4), nullptr);
+    EXPECT_EQ(tx_getRectSubPix(*source, INT_MAX, 1, std::nanf(""), 4), nullptr);
+    EXPECT_EQ(host.messages.size(), 2U);
 }
 
 TEST_F(GetRectSubPix, WidthOrHeightZeroGivesNullSilently) {

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <cstring>
 
 namespace {
@@ -44,6 +45,28 @@ std::vector<unsigned char> storedBytes(const CDib& dib) {
 }
 
 // The correction
+
+// Corners on a line admit no correction. What the homography makes of corners that are not numbers
+// depends on the line.
+TEST_F(ConvergeExports, CornersOnASlantedLineGiveNoNumbersAndAWhiteImage) {
+    const Dib source = dibOf(test::scene(450, 500));
+    corners = {100, 100, 200, 200, 300, 300, 400, 400};
+    const Dib out(tx_Converge(*source, corners.data(), 0.0, 1, 0, 0, 0, result.data()));
+    ASSERT_NE(out, nullptr);
+    for (std::size_t i = 0; i < 8; ++i) {
+        EXPECT_TRUE(std::isnan(result[i])) << i;
+    }
+    for (std::size_t i = 8; i < 12; ++i) {
+        EXPECT_EQ(result[i], 0.0) << i;
+    }
+    EXPECT_TRUE(identical(matOf(*out), cv::Mat(450, 500, CV_8UC3, cv::Scalar::all(255))));
+}
+
+TEST_F(ConvergeExports, CornersOnAnUprightLineAreRefusedByTheHomography) {
+    const Dib source = dibOf(test::scene(450, 500));
+    corners = {100, 100, 100, 200, 100, 300, 100, 400};
+    EXPECT_THROW(tx_Converge(*source, corners.data(), 0.0, 1, 0, 0, 0, nullptr), cv::Exception);
+}
 
 TEST_F(ConvergeExports, ConvergeIsSearchCorrectionAndWarp) {
     for (const int type : {CV_8UC1, CV_8UC3}) {

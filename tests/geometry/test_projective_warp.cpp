@@ -2,6 +2,7 @@
 #include "geometry/projective_warp.h"
 
 #include "tests/support/export_test.h"
+#include "tests/support/memory.h"
 #include "tests/support/pictures.h"
 
 #include <tarvix/tarvix.h>
@@ -200,6 +201,53 @@ TEST_F(Projective, CollinearCornersDoNotCrash) {
         const Dib warped(tx_Projective(*source, good.data(), line.data()));
     } catch (const cv::Exception&) {
     }
+}
+
+// A canvas that was filled would count gigabytes.
+void expectNothingFilled(std::size_t peakBefore) {
+    if (!test::isInstrumented) {
+        EXPECT_LT(test::peakMemory() - peakBefore, std::size_t{64} << 20);
+    }
+}
+
+// Found before the warp runs: it would fill gigabytes for a bitmap that cannot be made.
+TEST_F(Projective, ACanvasThatNoBitmapCanHaveGivesNullAtOnce) {
+    const Dib source = test::makeDib(40, 30, 24);
+    Corners from = box(0, 0, 40, 30);
+    const std::size_t before = test::peakMemory();
+    for (Corners to : {box(0, 0, 1e9, 1), box(0, 0, 300e6, 1), box(0, 0, 40'000, 40'000)}) {
+        EXPECT_EQ(tx_Projective(*source, from.data(), to.data()), nullptr) << to[2];
+    }
+    for (Corners to : {box(0, 0, 1e9, 1), box(0, 0, 70'000, 70'000)}) {
+        EXPECT_EQ(tx_GetProjectiveMask(*source, from.data(), to.data()), nullptr) << to[2];
+    }
+    expectNothingFilled(before);
+}
+
+TEST_F(Projective, ACornerAtTheEndOfDoubleEndsAtOnce) {
+    const Dib source = test::makeDib(40, 30, 24);
+    Corners from = box(0, 0, 40, 30);
+    Corners to = from;
+    to[2] = 1e300;
+    const std::size_t before = test::peakMemory();
+    const auto none = [](auto call) { // no bitmap, or OpenCV's refusal of so large a matrix
+        try {
+            return Dib(call()) == nullptr;
+        } catch (const cv::Exception&) {
+            return true;
+        }
+    };
+    EXPECT_TRUE(none([&] { return tx_Projective(*source, from.data(), to.data()); }));
+    EXPECT_TRUE(none([&] { return tx_GetProjectiveMask(*source, from.data(), to.data()); }));
+    expectNothingFilled(before);
+}
+
+// The refusal of an empty source is OpenCV's, whatever the canvas.
+TEST_F(Projective, AnUnsupportedDepthIsRefusedWhateverTheCanvas) {
+    const Dib source = test::makeDib(40, 30, 32);
+    Corners from = box(0, 0, 40, 30);
+    Corners to = box(0, 0, 1e9, 1);
+    EXPECT_THROW(tx_Projective(*source, from.data(), to.data()), cv::Exception);
 }
 
 } // namespace
