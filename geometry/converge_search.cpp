@@ -1,6 +1,6 @@
 #include "converge_search.h"
 
-#include "converge_search_detail.h"
+#include "converge_scan.h"
 
 namespace tarvix {
 

@@ -1,7 +1,7 @@
 // The fast search against the plain scan, bit for bit; what is on purpose in its results; and wrong
 // rules, which must show.
+#include "geometry/converge_scan.h"
 #include "geometry/converge_search.h"
-#include "geometry/converge_search_detail.h"
 #include "tests/geometry/literal_scan.h"
 #include "tests/geometry/quad_cases.h"
 
@@ -248,7 +248,7 @@ struct NoMargins : SearchRules {
     static constexpr double screenMargin = 0.0;
 };
 struct NoDepthGuard : SearchRules {
-    static constexpr double depthGuard = -1e300;
+    static constexpr double smallestDepth = -1e300;
 };
 struct LessOrEqual : SearchRules {
     static constexpr bool lastOfEqualsWins = true;
