@@ -112,11 +112,15 @@ bool exactlyAbove(const Corners& q, double limitDeg) {
 //
 // Centroids. By (b), (c) and (d) the projected triangles have one sign and doubled areas of at
 // least F^2 f (W^2/4096) / (W^2 + f^2)^(3/2) >= 2.3e-7 F^2, which the rounding of the points
-// changes by less than 7.3e-9 F^2. So their common centroid lies among them, and as computed within
-// 266 F of the origin: the rounding of its sums counts less than 0.2 F. That of the marked corners
-// lies within 201 F, likewise. Moving by the difference costs less than 740 u F. How the difference
-// itself is rounded does not matter, it is the same for all four points. Together a point is off by
-// less than 65000 u F.
+// changes by less than 7.3e-9 F^2. So their common centroid lies among them, and the doubled area A
+// of both is at least 4.4e-7 F^2. With products of two coordinates below p = 265^2 F^2, rounding
+// costs each cross product 4 p u and their sum 18 p u more, in all 34 p u; each moment, two
+// coordinates times a cross product, 8 * 530 F p u and their sum 18 * 530 F p u more, in all
+// 50 * 530 F p u. The centroid as computed is off by
+// (50 * 530 F / 3 + 34 * 265 F) p u / A < 0.32 F, so within 266 F of the origin. That of the
+// marked corners lies within 201 F, likewise. Moving by the difference costs less than 740 u F. How
+// the difference itself is rounded does not matter, it is the same for all four points. Together a
+// point is off by less than 65000 u F.
 //
 // Edges. ray' x ray' is orthogonal to both rays, so by (d) its x and y components hold at least
 // 1/64.1 of its length, and that is at least f times the marked edge. So a projected edge is at
