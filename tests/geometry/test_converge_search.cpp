@@ -1,5 +1,5 @@
 // The fast search against the plain scan, bit for bit; what is on purpose in its results; and wrong
-// rules, which must show.
+// rules, which must show. The bounds have tests of their own in test_converge_bounds.cpp.
 #include "geometry/converge_scan.h"
 #include "geometry/converge_search.h"
 #include "tests/geometry/literal_scan.h"
@@ -139,71 +139,6 @@ TEST(Search, MinusZeroIsUnknownToo) {
     EXPECT_EQ(bits(findPose(quad, -0.0)), bits(findPose(quad, 0.0)));
 }
 
-// The bounds that refuse candidates.
-
-TEST(Bounds, NeverExceedTheErrorByMoreThanTheMargins) {
-    using Screen = converge_detail::Screen<SearchRules>;
-    std::mt19937_64 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
-    const auto uniform = [&](double from, double to) {
-        return from + static_cast<double>(random() % 1000001) * 1e-6 * (to - from);
-    };
-    long trusted = 0;
-    double worst = 0.0;
-    for (const QuadCase& c : hostileCases(99, 2000)) {
-        const Screen screen(c.quad);
-        const cv::Point2f centroid = PolygonCentroid(c.quad.corners);
-        for (int i = 0; i < 40; ++i) {
-            const double pitch = uniform(-66, 66);
-            const double yaw = uniform(-66, 66);
-            const double roll = uniform(-66, 66);
-            const Lens shorter(c.quad.picture, uniform(0.1, 50));
-            const Lens longer(c.quad.picture, uniform(0.1, 50));
-            const auto rotated = screen.rotate(RotationX(pitch), RotationY(yaw));
-            if (!screen.trustedAt(rotated, shorter.focalPx) ||
-                !screen.trustedAt(rotated, longer.focalPx)) {
-                continue;
-            }
-            ++trusted;
-            const Screen::Edges a(rotated, shorter.focalPx);
-            const Screen::Edges b(rotated, longer.focalPx);
-            const converge_detail::CosineSum between = Screen::between(a, b);
-            const double t = uniform(0, 1);
-            Lens lens = shorter;
-            lens.focalPx = shorter.focalPx + t * (longer.focalPx - shorter.focalPx);
-            lens.perspective = PerspectiveMatrix(truncateToInt(lens.focalPx),
-                                                 truncateToInt(lens.focalPx), lens.focalPx);
-            const converge_detail::CosineSum at = Screen::at(Screen::Edges(rotated, lens.focalPx));
-            const double error = RightAngleError(projectOntoCentroid(
-                                     c.quad, centroid, rayRotation(pitch, yaw, roll), lens)) *
-                                 pi / 180.0;
-            const double exact = at.numerator / at.denominator;
-            worst = std::max(worst, exact - error);
-            EXPECT_LE(between.numerator / between.denominator, exact + 1e-9) << c.name;
-        }
-    }
-    EXPECT_GT(trusted, 5000);
-    EXPECT_LT(worst, 1e-8); // far below the proven 4.4e-5
-}
-
-TEST(Bounds, ZeroLengthEdgesAreNeverRefused) {
-    // RightAngleError takes the cosine at an edge of length 0 as 0.
-    const Corners q = {cv::Point2d(0, 0), {10, 0}, {10, 0}, {3, 7}};
-    EXPECT_FALSE(converge_detail::exactlyAbove<SearchRules>(q, 0.0));
-    const Corners repeated = {cv::Point2d(5, 5), {5, 5}, {5, 5}, {5, 5}};
-    EXPECT_EQ(RightAngleError(repeated), 0.0);
-    EXPECT_FALSE(converge_detail::exactlyAbove<SearchRules>(repeated, 0.0));
-}
-
-TEST(Bounds, OverflowUnderflowAndNotANumberAreNeverRefused) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    for (const double unit : {1e80, 1e150, 1e200, 1e-200, 1e-35, nan}) {
-        const Corners q = {cv::Point2d(0, 0), {2 * unit, 0}, {3 * unit, unit}, {0, unit}};
-        EXPECT_FALSE(converge_detail::exactlyAbove<SearchRules>(q, 1.0)) << unit;
-    }
-    const Corners plain = {cv::Point2d(0, 0), {2, 0}, {3, 1}, {0, 1}};
-    EXPECT_TRUE(converge_detail::exactlyAbove<SearchRules>(plain, 1.0));
-}
-
 // Wrong rules, which the comparison with the plain scan must notice.
 
 struct Expected {
@@ -247,9 +182,6 @@ struct NoMargins : SearchRules {
     static constexpr double exactMargin = 0.0;
     static constexpr double screenMargin = 0.0;
 };
-struct NoDepthGuard : SearchRules {
-    static constexpr double smallestDepth = -1e300;
-};
 struct LessOrEqual : SearchRules {
     static constexpr bool lastOfEqualsWins = true;
 };
@@ -265,32 +197,6 @@ TEST(Mutants, ANegativeMarginOfTheLinearBoundShows) {
 }
 TEST(Mutants, NoMarginsShow) {
     EXPECT_GT(differencesWith<NoMargins>(), 0);
-}
-TEST(Mutants, AMissingDepthGuardShows) {
-    // A corner on the horizon is projected so far away that moving by the centroid makes the others
-    // coincide: RightAngleError then counts nothing at them, the linear bound does.
-    const double pitch = 45.0;
-    const cv::Matx33d x = RotationX(pitch);
-    const cv::Matx33d y = RotationY(0.0);
-    double worst = 0.0;
-    for (int i = 1; i < 200; ++i) {
-        MarkedQuad quad{{1200, 900}, {cv::Point2d(595, 445), {610, 445}, {}, {592, 460}}};
-        const Lens lens(quad.picture, 36.0);
-        quad.corners[2] = {1500.0, 450.0 + lens.focalPx * x(1, 1) / x(2, 1) + i * 1e-12};
-        using OpenScreen = converge_detail::Screen<NoDepthGuard>;
-        const OpenScreen open(quad);
-        const auto rotated = open.rotate(x, y);
-        ASSERT_TRUE(open.trustedAt(rotated, lens.focalPx));
-        EXPECT_FALSE(converge_detail::Screen<SearchRules>(quad).trustedAt(
-            converge_detail::Screen<SearchRules>(quad).rotate(x, y), lens.focalPx));
-        const auto sum = OpenScreen::at(OpenScreen::Edges(rotated, lens.focalPx));
-        const double error = RightAngleError(projectOntoCentroid(
-            quad, PolygonCentroid(quad.corners), rayRotation(pitch, 0.0, 0.0), lens));
-        if (std::isfinite(error)) {
-            worst = std::max(worst, sum.numerator / sum.denominator - error * pi / 180.0);
-        }
-    }
-    EXPECT_GT(worst, SearchRules::screenMargin);
 }
 TEST(Mutants, LessOrEqualShows) {
     EXPECT_GT(differencesWith<LessOrEqual>(), 0);
