@@ -167,12 +167,10 @@ public:
         m_cross = m_x * m_dy - m_y * m_dx;
         const double shortest = smallest(sqrt4(m_dx * m_dx + m_dy * m_dy));
         const Four triangles = m_dx * next(m_dy) - m_dy * next(m_dx); // 012, 123, 230, 301
-        // Of the same sign as 012.
-        const double smallestArea = triangles.v[0] > 0.0
-                                        ? std::min(triangles.v[0], triangles.v[2])
-                                        : std::min(-triangles.v[0], -triangles.v[2]);
+        const double sign = triangles.v[0] < 0.0 ? -1.0 : 1.0;
+        const double smallestArea = m_reach * m_reach * Rules::smallestArea;
         if (shortest >= m_reach * Rules::shortestMarkedEdge &&
-            smallestArea >= m_reach * m_reach * Rules::smallestArea) {
+            sign * triangles.v[0] >= smallestArea && sign * triangles.v[2] >= smallestArea) {
             m_focalFrom =
                 std::max(m_reach * Rules::shortestFocal, largest * Rules::focalOfCoordinate + 1.0);
             m_focalTo = std::min(m_reach * Rules::longestFocal, Rules::longestFocalPx);

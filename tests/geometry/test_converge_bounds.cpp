@@ -168,6 +168,17 @@ TEST(LinearBound, IsNotTrustedForTrianglesOfTwoSigns) {
     EXPECT_TRUE(trusted<NoAreaGuard>(concave));
 }
 
+TEST(LinearBound, IsNotTrustedForCoordinatesThatAreNotFinite) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const double value : {std::numeric_limits<double>::quiet_NaN(), infinity, -infinity}) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            View view{rectangle(image, 500.0), 1000.0};
+            view.quad.corners[k].x = value;
+            EXPECT_FALSE(trusted<SearchRules>(view)) << value << " at " << k;
+        }
+    }
+}
+
 TEST(LinearBound, IsTrustedFromTheShortestFocalLengthOn) {
     expectGuardFrom1<NoShortestFocal>([](double t) {
         return View{rectangle(image, 500.0), t * 500.0 / 32.0};
