@@ -31,8 +31,8 @@ DibView viewOf(const CDib& dib);
 std::ptrdiff_t storedRowBytes(int width, int bitCount);
 
 // Whether a result of this size and type could never become a bitmap: a row's bits must fit a
-// signed 32-bit number, all rows' bytes an unsigned one, as the header counts them. On failure:
-// throws cv::Exception if not even the matrix can be allocated.
+// signed 32-bit number, all rows' bytes an unsigned one, as the header counts them.
+// On failure: throws cv::Exception if not even the matrix can be allocated.
 bool isBeyondBitmaps(cv::Size size, int matrixType);
 
 // Views a created 24-bit bitmap as CV_8UC3 and copies nothing. Row 0 is the image's top line, which

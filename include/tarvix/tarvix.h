@@ -1,4 +1,4 @@
-// Tarvix: computer-vision operations for applications that display and process pictures.
+// Tarvix: computer-vision operations for applications that display and process images.
 // docs/using.md says how a host links and loads it, docs/conventions.md has axes and signs.
 //
 // Rules that hold for every export, said once:
@@ -9,13 +9,14 @@
 //            must not run at once.
 // Inputs     Bitmaps are only read. An 8-bit bitmap's palette indices count as grey levels; the
 //            pixels of a 24-bit bitmap are blue, green, red. Rows are taken as stored bottom-up,
-//            whatever the sign of the height. Coordinates are pixels of the picture as seen: x
+//            whatever the sign of the height. Coordinates are pixels of the image as seen: x
 //            right, y down, origin at the top-left pixel.
 // Results    A returned CDib* is new and belongs to the caller, who deletes it; null means failure.
-//            Exports that return an int give a count, or 1 for success and 0 for failure.
+//            Exports that return an int return a count, or 1 for success and 0 for failure.
 // Failures   Unless the export says otherwise: an expected failure (empty input, nothing found,
-//            a missing file) gives null or 0 silently; a cv::Exception is shown in a modal message
-//            box and gives null or 0. Some exports let exceptions pass out on purpose and say so.
+//            a missing file) returns null or 0 silently; a cv::Exception is shown in a modal
+//            message box and the export returns null or 0. Some exports let exceptions propagate
+//            to the caller and say so.
 #pragma once
 
 #include <tarvix/calib.h>
