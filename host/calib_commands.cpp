@@ -1,6 +1,7 @@
+#include "host/application.h"
 #include "host/arguments.h"
 #include "host/commands.h"
-#include "host/host.h"
+#include "host/failure.h"
 #include "host/pictures.h"
 #include "host/print_json.h"
 #include "platform/system/paths.h"
@@ -202,7 +203,7 @@ void runCalibration(const CalibrationOptions& o, const std::vector<std::string>&
         return;
     }
     if (application().messageShown()) {
-        throw Failure("");
+        throw Failure::alreadyShown();
     }
     std::string missing;
     std::size_t without = 0;

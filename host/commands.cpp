@@ -1,6 +1,7 @@
 #include "host/commands.h"
 
-#include "host/host.h"
+#include "host/application.h"
+#include "host/failure.h"
 
 #include <opencv2/core.hpp>
 

@@ -1,6 +1,7 @@
+#include "host/application.h"
 #include "host/arguments.h"
 #include "host/commands.h"
-#include "host/host.h"
+#include "host/failure.h"
 #include "host/pictures.h"
 #include "host/print_json.h"
 
@@ -61,7 +62,7 @@ void addFaces(CLI::App& app) {
         CArray<RECT, RECT&> faces;
         tx_FindFaces(*grey, faces);
         if (application().messageShown()) {
-            throw Failure(""); // the message has said why
+            throw Failure::alreadyShown();
         }
         if (!o->out.empty()) {
             cv::Mat drawn = toMatrix(*loadPicture(o->in, false));
@@ -78,7 +79,7 @@ void addTrack(CLI::App& app) {
                  "window; ends at once when there is no camera");
     command->callback([] {
         if (tx_TrackFace(nullptr) == 0) {
-            throw Failure(""); // the message has said why
+            throw Failure::alreadyShown();
         }
     });
 }

@@ -1,6 +1,7 @@
+#include "host/application.h"
 #include "host/arguments.h"
 #include "host/commands.h"
-#include "host/host.h"
+#include "host/failure.h"
 #include "host/pictures.h"
 #include "host/print_json.h"
 #include "platform/system/paths.h"

@@ -1,6 +1,5 @@
 #include "host/arguments.h"
 #include "host/commands.h"
-#include "host/host.h"
 #include "host/pictures.h"
 #include "host/print_json.h"
 

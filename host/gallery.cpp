@@ -1,6 +1,6 @@
 // tarvix gallery DIR: every operation on real photographs, as one self-contained page.
 #include "host/commands.h"
-#include "host/host.h"
+#include "host/failure.h"
 #include "host/pictures.h"
 #include "platform/system/paths.h"
 

@@ -1,6 +1,6 @@
 #include "host/arguments.h"
 #include "host/commands.h"
-#include "host/host.h"
+#include "host/failure.h"
 #include "host/pictures.h"
 #include "host/print_json.h"
 

@@ -1,6 +1,7 @@
 #include "host/pictures.h"
 
-#include "host/host.h"
+#include "host/application.h"
+#include "host/failure.h"
 #include "platform/system/paths.h"
 
 #include <tarvix/tarvix.h>
@@ -47,7 +48,7 @@ Picture take(CDib* result, const std::string& what) {
     Picture picture(result);
     if (picture == nullptr) {
         // The module has said why, or it failed silently and the host has to say something.
-        throw Failure(application().messageShown() ? "" : what);
+        throw application().messageShown() ? Failure::alreadyShown() : Failure(what);
     }
     return picture;
 }

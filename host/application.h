@@ -1,21 +1,15 @@
-// What the sample host's parts share: its application object and its way of failing.
+// The sample host's application object, through which the module shows its messages.
 #pragma once
 
 #include <afxwin.h>
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace host {
 
-// A failure the user is told about as "tarvix: <text>", exit status 1.
-class Failure : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-// The application object. The module shows OpenCV's messages through it; here they become one line
-// on standard error and make the exit status 1.
+// Prints each message of the module as one line on standard error. A message that is shown makes
+// the exit status 1.
 class Application : public CWinApp {
 public:
     int DoMessageBox(LPCSTR text, UINT type, UINT helpId) override;
@@ -28,15 +22,14 @@ private:
     std::vector<std::string>* m_held = nullptr;
 };
 
-// The one application object of the process.
+// The one application object of the process, made by the first call.
 Application& application();
 
-// While it lives, the module's messages are kept here instead of being shown: for a call that may
-// fail.
+// While it lives, messages are kept in `texts` instead of being shown: for a call that may fail.
 class HeldMessages {
 public:
-    HeldMessages() { application().m_held = &texts; }
-    ~HeldMessages() { application().m_held = nullptr; }
+    HeldMessages();
+    ~HeldMessages();
     HeldMessages(const HeldMessages&) = delete;
     HeldMessages& operator=(const HeldMessages&) = delete;
     std::vector<std::string> texts;

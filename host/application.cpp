@@ -1,0 +1,45 @@
+#include "host/application.h"
+
+#include <iostream>
+
+namespace host {
+
+int Application::DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) {
+    if (m_held != nullptr) {
+        m_held->push_back(oneLine(text));
+        return IDOK;
+    }
+    std::cerr << "tarvix: " << oneLine(text) << '\n';
+    m_messageShown = true;
+    return IDOK;
+}
+
+Application& application() {
+    static Application instance;
+    return instance;
+}
+
+HeldMessages::HeldMessages() {
+    application().m_held = &texts;
+}
+
+HeldMessages::~HeldMessages() {
+    application().m_held = nullptr;
+}
+
+std::string oneLine(const std::string& text) {
+    std::string line;
+    for (const char c : text) {
+        if (c != '\n' && c != '\r') {
+            line += c;
+        } else if (!line.empty() && line.back() != ' ') {
+            line += ' ';
+        }
+    }
+    while (!line.empty() && line.back() == ' ') {
+        line.pop_back();
+    }
+    return line;
+}
+
+} // namespace host
