@@ -1,78 +1,32 @@
 #include "host/application.h"
 #include "host/arguments.h"
 #include "host/commands.h"
+#include "host/drawing.h"
 #include "host/failure.h"
-#include "host/pictures.h"
+#include "host/images.h"
+#include "host/photographs.h"
 #include "host/print_json.h"
+#include "host/progress.h"
+#include "host/saving.h"
 #include "platform/system/paths.h"
+#include "platform/system/preview_window.h"
 
 #include <tarvix/tarvix.h>
 
-#include "platform/system/preview_window.h"
 #include <opencv2/core.hpp>
 #include <opencv2/core/persistence.hpp>
-#include <opencv2/imgproc.hpp>
 
-#include <algorithm>
-#include <chrono>
-#include <condition_variable>
-#include <filesystem>
 #include <iomanip>
 #include <iostream>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <set>
-#include <thread>
 
 namespace host {
 
 namespace {
 
-namespace fs = std::filesystem;
 using tarvix::nameOf;
 using tarvix::pathOf;
-
-// The module says nothing while it searches the photographs; a dot a second shows that it works.
-class Progress {
-public:
-    explicit Progress(const std::string& what, bool quiet) : m_quiet(quiet) {
-        if (!m_quiet) {
-            std::cout << what << ' ' << std::flush;
-            m_thread = std::thread([this] { tick(); });
-        }
-    }
-    ~Progress() {
-        if (!m_quiet) {
-            {
-                const std::lock_guard lock(m_mutex);
-                m_done = true;
-            }
-            m_wake.notify_one();
-            m_thread.join();
-            const std::chrono::duration<double> took = std::chrono::steady_clock::now() - m_start;
-            std::cout << ' ' << std::fixed << std::setprecision(1) << took.count() << " s\n"
-                      << std::defaultfloat << std::flush;
-        }
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
-private:
-    void tick() {
-        std::unique_lock lock(m_mutex);
-        while (!m_wake.wait_for(lock, std::chrono::seconds(1), [this] { return m_done; })) {
-            std::cout << '.' << std::flush;
-        }
-    }
-
-    bool m_quiet;
-    bool m_done = false;
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-    std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::thread m_thread;
-};
 
 // What both calibrations take.
 struct CalibrationOptions {
@@ -92,101 +46,15 @@ void addCalibrationOptions(CLI::App& command, CalibrationOptions& o) {
     command.add_flag("--json", o.json, "Print one JSON object instead of lines of text");
 }
 
-bool isPicture(const fs::path& path) {
-    static const std::set<std::string> extensions{".jpg", ".jpeg", ".png", ".bmp",
-                                                  ".tif", ".tiff", ".pgm", ".ppm"};
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return extensions.contains(extension);
-}
-
-// The pictures of a folder, by name.
-std::vector<std::string> picturesIn(const std::string& folder) {
-    std::vector<std::string> files;
-    for (const auto& entry : fs::directory_iterator(pathOf(folder))) {
-        if (entry.is_regular_file() && isPicture(entry.path())) {
-            files.push_back(nameOf(entry.path()));
-        }
-    }
-    std::sort(files.begin(), files.end());
-    if (files.empty()) {
-        throw Failure("no pictures in the folder '" + folder + "'");
-    }
-    return files;
-}
-
-bool isFolder(const std::string& path) {
-    std::error_code ignored;
-    return fs::is_directory(pathOf(path), ignored);
-}
-
-std::vector<std::string> expanded(const std::vector<std::string>& photos) {
-    std::vector<std::string> files;
-    for (const std::string& photo : photos) {
-        if (isFolder(photo)) {
-            const std::vector<std::string> inside = picturesIn(photo);
-            files.insert(files.end(), inside.begin(), inside.end());
-        } else {
-            files.push_back(photo);
-        }
-    }
-    return files;
-}
-
-// "x/left03.jpg" and "x/right03.jpg" are a pair.
-std::vector<std::string> pairsIn(const std::string& folder) {
-    std::vector<std::string> files;
-    for (const std::string& file : picturesIn(folder)) {
-        const fs::path left = pathOf(file);
-        std::string name = nameOf(left.filename());
-        const std::size_t at = name.find("left");
-        if (at == std::string::npos) {
-            continue;
-        }
-        const fs::path right =
-            fs::path(left).replace_filename(pathOf(name.replace(at, 4, "right")));
-        std::error_code ignored;
-        if (fs::exists(right, ignored)) {
-            files.push_back(file);
-            files.push_back(nameOf(right));
-        }
-    }
-    if (files.empty()) {
-        throw Failure("no pairs named left..., right... in the folder '" + folder + "'");
-    }
-    return files;
-}
-
-void checkFiles(const std::vector<std::string>& files) {
-    for (const std::string& file : files) {
-        std::error_code ignored;
-        if (!fs::exists(pathOf(file), ignored)) {
-            throw Failure("no such file: '" + file + "'");
-        }
-    }
-}
-
-void makeFolder(const std::string& folder) {
-    std::error_code error;
-    fs::create_directories(pathOf(folder), error);
-    if (error) {
-        throw Failure("cannot make the folder '" + folder + "': " + error.message());
-    }
-}
-
 // Runs a calibration export on the files, with progress and preview. When it fails silently, a
 // board was not seen: the chessboard export is asked in which files.
 template <class Export>
 void runCalibration(const CalibrationOptions& o, const std::vector<std::string>& files,
                     Export&& run) {
-    checkFiles(files);
+    requireFiles(files);
     makeFolder(o.folder);
     CStringArray list;
-    for (const std::string& file : files) {
-        list.Add(file.c_str());
-    }
+    addTo(list, files);
     std::optional<PreviewWindow> window;
     if (o.preview) {
         window.emplace("Tarvix calibration", 800, 600);
@@ -208,9 +76,9 @@ void runCalibration(const CalibrationOptions& o, const std::vector<std::string>&
     std::string missing;
     std::size_t without = 0;
     for (const std::string& file : files) {
-        const Picture picture = loadPicture(file, false);
+        const Bitmap image = loadImage(file, false);
         CString corners;
-        if (Picture(tx_FindChessboard(*picture, o.board[0], o.board[1], corners)) == nullptr) {
+        if (Bitmap(tx_FindChessboard(*image, o.board[0], o.board[1], corners)) == nullptr) {
             missing += (missing.empty() ? "" : ", ") + ("'" + file + "'");
             ++without;
         }
@@ -278,7 +146,7 @@ void addCalib(CLI::App& app) {
         ->required();
     addCalibrationOptions(*command, *o);
     command->callback([o] {
-        const std::vector<std::string> files = expanded(o->photos);
+        const std::vector<std::string> files = photographsOf(o->photos);
         runCalibration(*o, files, [&](CStringArray& list, HWND window) {
             return tx_Calib(list, o->folder.c_str(), o->board[0], o->board[1], window);
         });
@@ -321,7 +189,7 @@ void addStereoCalib(CLI::App& app) {
             files =
                 o->photos.size() == 1 && isFolder(o->photos[0]) ? pairsIn(o->photos[0]) : o->photos;
         }
-        checkFiles(files);
+        requireFiles(files);
         if (files.empty() || files.size() % 2 != 0) {
             throw CLI::ValidationError("the photographs come in pairs: left right left right ...");
         }
@@ -359,40 +227,19 @@ void addUndistort(CLI::App& app) {
     addGray(*command, o->gray);
     addFolder(*command, o->folder);
     command->callback([o] {
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture out = take(tx_UseCalib(*in, o->folder.c_str(), nullptr, nullptr),
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat out = take(tx_UseCalib(*in, o->folder.c_str(), nullptr, nullptr),
                                  "no calibration in '" + o->folder +
                                      "': cam.xml and dist.xml are needed (tarvix calib)");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
-Picture rectified(CDib& picture, const std::string& folder, int camera) {
+cv::Mat rectified(CDib& image, const std::string& folder, int camera) {
     const std::string n = camera == 1 ? "1" : "2";
-    return take(tx_UseStereoCalib(picture, folder.c_str(), camera),
+    return take(tx_UseStereoCalib(image, folder.c_str(), camera),
                 "no calibration in '" + folder + "': M" + n + ".xml, D" + n + ".xml, R" + n +
                     ".xml and P" + n + ".xml are needed (tarvix stereo-calib)");
-}
-
-// Both pictures beside each other, with lines across that show whether rows match.
-cv::Mat sideBySide(const cv::Mat& left, const cv::Mat& right) {
-    cv::Mat both(std::max(left.rows, right.rows), left.cols + right.cols, CV_8UC3,
-                 cv::Scalar::all(0));
-    const auto put = [&](const cv::Mat& picture, int x) {
-        cv::Mat colour = picture;
-        if (picture.channels() == 1) {
-            cv::cvtColor(picture, colour, cv::COLOR_GRAY2BGR);
-        }
-        colour.copyTo(both(cv::Rect(x, 0, picture.cols, picture.rows)));
-    };
-    put(left, 0);
-    put(right, left.cols);
-    const int step = std::max(both.rows / 16, 1);
-    for (int y = step; y < both.rows; y += step) {
-        cv::line(both, {0, y}, {both.cols - 1, y},
-                 y / step % 2 == 0 ? cv::Scalar(80, 220, 80) : cv::Scalar(60, 160, 255));
-    }
-    return both;
 }
 
 void addRectify(CLI::App& app) {
@@ -418,14 +265,14 @@ void addRectify(CLI::App& app) {
                 "side with lines across")
             ->excludes(camera);
     command->callback([o, right] {
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture first = rectified(*in, o->folder, o->camera);
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat first = rectified(*in, o->folder, o->camera);
         if (right->empty()) {
-            savePicture(*first, o->out);
+            saveImage(first, o->out);
             return;
         }
-        const Picture second = rectified(*loadPicture(o->right, o->gray), o->folder, 2);
-        saveMatrix(sideBySide(toMatrix(*first), toMatrix(*second)), o->out);
+        const cv::Mat second = rectified(*loadImage(o->right, o->gray), o->folder, 2);
+        saveImage(sideBySide(first, second), o->out);
     });
 }
 

@@ -1,30 +1,20 @@
 #include "host/application.h"
 #include "host/arguments.h"
 #include "host/commands.h"
+#include "host/drawing.h"
 #include "host/failure.h"
-#include "host/pictures.h"
+#include "host/images.h"
 #include "host/print_json.h"
+#include "host/saving.h"
 
 #include <tarvix/tarvix.h>
 
-#include <opencv2/imgproc.hpp>
-
-#include <algorithm>
 #include <iostream>
 #include <memory>
 
 namespace host {
 
 namespace {
-
-void drawFaces(cv::Mat& picture, const CArray<RECT, RECT&>& faces) {
-    const int thickness = std::max(2, std::min(picture.cols, picture.rows) / 150);
-    for (INT_PTR i = 0; i < faces.GetSize(); ++i) {
-        // The last pixels that belong to the face.
-        const cv::Point last(faces[i].right - 1, faces[i].bottom - 1);
-        cv::rectangle(picture, {faces[i].left, faces[i].top}, last, {60, 220, 40}, thickness);
-    }
-}
 
 void print(const CArray<RECT, RECT&>& faces, bool asJson) {
     nlohmann::json list = nlohmann::json::array();
@@ -58,16 +48,20 @@ void addFaces(CLI::App& app) {
     command->add_option("-o,--out,--draw", o->out, "Write the picture with the faces framed");
     command->add_flag("--json", o->json, "Print one JSON object instead of lines of text");
     command->callback([o] {
-        const Picture grey = loadPicture(o->in, true); // the export searches 8-bit bitmaps
+        const Bitmap grey = loadImage(o->in, true); // the export searches 8-bit bitmaps
         CArray<RECT, RECT&> faces;
         tx_FindFaces(*grey, faces);
         if (application().messageShown()) {
             throw Failure::alreadyShown();
         }
         if (!o->out.empty()) {
-            cv::Mat drawn = toMatrix(*loadPicture(o->in, false));
-            drawFaces(drawn, faces);
-            saveMatrix(drawn, o->out);
+            std::vector<cv::Rect> frames;
+            for (INT_PTR i = 0; i < faces.GetSize(); ++i) {
+                const RECT& face = faces[i];
+                frames.emplace_back(cv::Point(face.left, face.top),
+                                    cv::Point(face.right, face.bottom));
+            }
+            saveImage(withFrames(toMatrix(*loadImage(o->in, false)), frames), o->out);
         }
         print(faces, o->json);
     });

@@ -2,13 +2,14 @@
 #include "host/arguments.h"
 #include "host/commands.h"
 #include "host/failure.h"
-#include "host/pictures.h"
+#include "host/images.h"
+#include "host/photographs.h"
 #include "host/print_json.h"
+#include "host/saving.h"
 #include "platform/system/paths.h"
 
 #include <tarvix/tarvix.h>
 
-#include <afxcoll.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
@@ -19,7 +20,6 @@
 #include <memory>
 #include <numeric>
 #include <optional>
-#include <random>
 #include <utility>
 
 namespace host {
@@ -61,9 +61,9 @@ void addKeypoints(CLI::App& app) {
     addGray(*command, o->gray);
     addDetector(*command, o->detector);
     command->callback([o] {
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture out = take(tx_DetectorTest(*in, o->detector), "no keypoints could be drawn");
-        savePicture(*out, o->out);
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat out = take(tx_DetectorTest(*in, o->detector), "no keypoints could be drawn");
+        saveImage(out, o->out);
     });
 }
 
@@ -84,11 +84,11 @@ void addMatch(CLI::App& app) {
     addSelector(*command, "--descriptor", o->descriptor, {{"orb", 0}, {"brisk", 1}},
                 "Descriptor of a keypoint's surroundings");
     command->callback([o] {
-        const Picture first = loadPicture(o->first, o->gray);
-        const Picture second = loadPicture(o->second, o->gray);
-        const Picture out = take(tx_MatchTest(*first, *second, o->detector, o->descriptor),
+        const Bitmap first = loadImage(o->first, o->gray);
+        const Bitmap second = loadImage(o->second, o->gray);
+        const cv::Mat out = take(tx_MatchTest(*first, *second, o->detector, o->descriptor),
                                  "the two pictures cannot be matched");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
@@ -103,43 +103,19 @@ void addStitch(CLI::App& app) {
     command->add_option("IN", o->in, "Picture files to read, two at least")->required();
     addOut(*command, o->out);
     command->callback([o] {
-        CStringArray files;
         for (const std::string& path : o->in) {
-            loadPicture(path, false); // says which file cannot be read; the export does not
-            files.Add(path.c_str());
+            loadImage(path, false); // says which file cannot be read; the export does not
         }
-        const Picture out =
+        CStringArray files;
+        addTo(files, o->in);
+        const cv::Mat out =
             take(tx_Stitch(files), "the photographs cannot be joined: fewer than two, too little "
                                    "overlap, or not taken from one place");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
 // ---- register
-
-// A folder of its own beside the results, removed with what is left in it.
-class WorkFolder {
-public:
-    explicit WorkFolder(const fs::path& parent) {
-        std::error_code error;
-        fs::create_directories(parent.empty() ? fs::path(".") : parent, error);
-        std::random_device random;
-        m_path = parent / (".half-" + std::to_string(random()));
-        if (!fs::create_directory(m_path, error)) {
-            throw Failure("cannot write into the folder '" + nameOf(parent) + "'");
-        }
-    }
-    ~WorkFolder() {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-    WorkFolder(const WorkFolder&) = delete;
-    WorkFolder& operator=(const WorkFolder&) = delete;
-    [[nodiscard]] fs::path operator/(const std::string& name) const { return m_path / name; }
-
-private:
-    fs::path m_path;
-};
 
 // The names of the results: a folder, or a pattern in which {} stands for the picture's number.
 class OutputNames {
@@ -202,18 +178,15 @@ public:
     // Moves the results of the last call to their names.
     void keep(const std::vector<std::size_t>& pictures) const {
         for (const std::size_t i : pictures) {
-            std::error_code error;
-            fs::rename(half(i), pathOf(m_names.name(i)), error);
-            if (error) {
-                throw Failure("cannot write '" + m_names.name(i) + "': " + error.message());
-            }
+            m_work.moveOut(halfName(i), m_names.name(i));
         }
     }
 
 private:
-    [[nodiscard]] fs::path half(std::size_t i) const {
-        return m_work / (std::to_string(i) + m_names.extension());
+    [[nodiscard]] std::string halfName(std::size_t i) const {
+        return std::to_string(i) + m_names.extension();
     }
+    [[nodiscard]] fs::path half(std::size_t i) const { return m_work / halfName(i); }
 
     const std::vector<std::string>& m_inputs;
     const OutputNames& m_names;
@@ -248,7 +221,7 @@ struct RegisterOptions {
 
 void runRegister(const RegisterOptions& o) {
     for (const std::string& path : o.in) {
-        loadPicture(path, false); // says which file cannot be read; the export does not
+        loadImage(path, false); // says which file cannot be read; the export does not
     }
     const OutputNames names(o.out, o.in.size());
     Registration registration(o.in, names);
@@ -293,7 +266,7 @@ void runRegister(const RegisterOptions& o) {
     }
     const cv::Size canvas = cv::imread(written[0]).size();
     if (!o.overlay.empty()) {
-        saveMatrix(overlayOf(written), o.overlay);
+        saveImage(overlayOf(written), o.overlay);
     }
     if (o.json) {
         printJson(nlohmann::json{{"canvas", {canvas.width, canvas.height}},

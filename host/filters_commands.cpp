@@ -1,12 +1,11 @@
 #include "host/arguments.h"
 #include "host/commands.h"
-#include "host/pictures.h"
+#include "host/drawing.h"
+#include "host/images.h"
 #include "host/print_json.h"
+#include "host/saving.h"
 
 #include <tarvix/tarvix.h>
-
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include <array>
 #include <charconv>
@@ -25,7 +24,7 @@ void addLoad(CLI::App& app) {
     CLI::App* command =
         app.add_subcommand("load", "Load a picture file into a bitmap and write it");
     addInOut(*command, o->in, o->out);
-    command->callback([o] { savePicture(*loadPicture(o->in, false), o->out); });
+    command->callback([o] { saveImage(toMatrix(*loadImage(o->in, false)), o->out); });
 }
 
 void addCanny(CLI::App& app) {
@@ -48,10 +47,10 @@ void addCanny(CLI::App& app) {
         ->capture_default_str();
     command->add_flag("--l2", o->l2, "Measure the gradient by the L2 norm instead of L1");
     command->callback([o] {
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture out = take(tx_Canny(*in, o->low, o->high, o->aperture, o->l2 ? 1 : 0),
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat out = take(tx_Canny(*in, o->low, o->high, o->aperture, o->l2 ? 1 : 0),
                                  "no bitmap could be made for the edges");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
@@ -77,11 +76,11 @@ void addDenoise(CLI::App& app) {
                      "Search window (pixels, odd; time grows with its square)")
         ->capture_default_str();
     command->callback([o] {
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture out =
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat out =
             take(tx_Denoise(*in, o->h, o->hColor, o->templateWindow, o->searchWindow),
                  "the picture cannot be denoised");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
@@ -101,11 +100,11 @@ void addPatch(CLI::App& app) {
     command->add_option("--center", o->center, "Centre x,y (pixels, origin top left)")->required();
     command->callback([o] {
         const auto [x, y] = parsePoint(o->center);
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture out = take(tx_getRectSubPix(*in, o->width, o->height, static_cast<float>(x),
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat out = take(tx_getRectSubPix(*in, o->width, o->height, static_cast<float>(x),
                                                   static_cast<float>(y)),
                                  "a patch of that size cannot be made");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
@@ -125,20 +124,17 @@ void addLines(CLI::App& app) {
     addOptionalOut(*command, o->out, "Write the picture with the segments drawn");
     command->add_flag("--json", o->json, "Print one JSON object instead of lines of text");
     command->callback([o] {
-        const Picture in = loadPicture(o->in, false);
+        const Bitmap in = loadImage(o->in, false);
         POINT* found = nullptr;
         const int count = tx_FindLines(*in, found);
         const std::unique_ptr<POINT[]> points(found);
         const std::size_t ends = 2 * static_cast<std::size_t>(count);
         if (!o->out.empty()) {
-            // Faded, so that the segments stand out on any picture.
-            cv::Mat drawn;
-            toMatrix(*in).convertTo(drawn, -1, 0.45, 140);
+            std::vector<cv::Vec4i> segments;
             for (std::size_t i = 0; i < ends; i += 2) {
-                cv::line(drawn, {points[i].x, points[i].y}, {points[i + 1].x, points[i + 1].y},
-                         {40, 30, 220}, 2, cv::LINE_AA);
+                segments.emplace_back(points[i].x, points[i].y, points[i + 1].x, points[i + 1].y);
             }
-            saveMatrix(drawn, o->out);
+            saveImage(withSegments(toMatrix(*in), segments), o->out);
         }
         if (o->json) {
             nlohmann::json segments = nlohmann::json::array();
@@ -188,14 +184,14 @@ void addChessboard(CLI::App& app) {
     addGray(*command, o->gray);
     command->add_flag("--json", o->json, "Print one JSON object instead of lines of text");
     command->callback([o] {
-        const Picture in = loadPicture(o->in, o->gray);
+        const Bitmap in = loadImage(o->in, o->gray);
         CString corners;
-        const Picture drawn =
+        const cv::Mat drawn =
             take(tx_FindChessboard(*in, o->board[0], o->board[1], corners),
                  "no chessboard of " + std::to_string(o->board[0]) + " x " +
                      std::to_string(o->board[1]) + " inner corners in '" + o->in + "'");
         if (!o->out.empty()) {
-            savePicture(*drawn, o->out);
+            saveImage(drawn, o->out);
         }
         std::string text(corners.GetString());
         if (o->json) {

@@ -1,7 +1,7 @@
 // tarvix gallery DIR: every operation on real photographs, as one self-contained page.
 #include "host/commands.h"
 #include "host/failure.h"
-#include "host/pictures.h"
+#include "host/saving.h"
 #include "platform/system/paths.h"
 
 #include <opencv2/core.hpp>
@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -143,8 +142,8 @@ public:
     }
 
     void write(const fs::path& path) const {
-        std::ofstream file(path, std::ios::binary);
-        file << R"(<!doctype html>
+        std::ostringstream page;
+        page << R"(<!doctype html>
 <html lang="en"><head><meta charset="utf-8"><title>Tarvix gallery</title>
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <style>
@@ -168,10 +167,7 @@ figcaption, .figures { color: #5b6876; font-size: .85rem; }
 Tarvix )" TARVIX_VERSION
              << ", OpenCV " << cv::getVersionString() << ".</p>\n"
              << m_html.str() << "</body></html>\n";
-        file.flush();
-        if (!file) {
-            throw Failure("cannot write '" + nameOf(path) + "'");
-        }
+        saveText(page.str(), nameOf(path));
     }
 
 private:
@@ -212,10 +208,7 @@ int runGallery(const fs::path& directory, const fs::path& photos) {
                       "'; the package opencv-doc brings it, or give --photos");
     }
     const fs::path results = directory / "results";
-    fs::create_directories(results, error);
-    if (error) {
-        throw Failure("cannot make the folder '" + nameOf(results) + "': " + error.message());
-    }
+    makeFolder(nameOf(results));
     std::vector<GalleryEntry> entries;
     for (const auto& family :
          {filterGallery(), facesGallery(), geometryGallery(), calibGallery(), featureGallery()}) {

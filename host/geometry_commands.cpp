@@ -1,15 +1,14 @@
 #include "host/arguments.h"
 #include "host/commands.h"
+#include "host/drawing.h"
 #include "host/failure.h"
-#include "host/pictures.h"
+#include "host/images.h"
 #include "host/print_json.h"
+#include "host/saving.h"
 
 #include <tarvix/tarvix.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include <algorithm>
-#include <cmath>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -33,43 +32,19 @@ void addWarp(CLI::App& app, const std::string& name, const std::string& help,
     addCorners(*command, "--from", o->from, "Four points in the picture")->required();
     addCorners(*command, "--to", o->to, "Where they go, in the same order")->required();
     command->callback([o, operation] {
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture out = take(operation(*in, o->from.data(), o->to.data()),
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat out = take(operation(*in, o->from.data(), o->to.data()),
                                  "the corners give no canvas that a bitmap can hold");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
-// Draws four numbered corners and their edges on a copy of the picture and writes it.
-void saveOverlay(const CDib& picture, const double* corners, const cv::Scalar& colour,
-                 const std::string& path) {
-    cv::Mat m = toMatrix(picture);
-    if (m.channels() == 1) {
-        cv::cvtColor(m, m, cv::COLOR_GRAY2BGR);
+void saveOverlay(const cv::Mat& image, const std::array<double, 8>& corners,
+                 const cv::Scalar& colour, const std::string& path) {
+    if (!canBeDrawn(corners)) {
+        throw Failure("the corners are too far out to be drawn on '" + path + "'");
     }
-    const double unit = std::max(1.0, std::max(m.cols, m.rows) / 500.0);
-    const int thickness = static_cast<int>(std::lround(2 * unit));
-    constexpr int fraction = 4; // bits after the point
-    std::vector<cv::Point> points;
-    for (std::size_t i = 0; i < 4; ++i) {
-        const double x = corners[2 * i];
-        const double y = corners[2 * i + 1];
-        if (!(std::abs(x) < 1e6 && std::abs(y) < 1e6)) { // also not-a-number
-            throw Failure("the corners are too far out to be drawn on '" + path + "'");
-        }
-        points.emplace_back(static_cast<int>(std::lround(x * (1 << fraction))),
-                            static_cast<int>(std::lround(y * (1 << fraction))));
-    }
-    cv::polylines(m, points, true, colour, thickness, cv::LINE_AA, fraction);
-    for (std::size_t i = 0; i < 4; ++i) {
-        const auto& p = points[i];
-        cv::circle(m, p, static_cast<int>(6 * unit * (1 << fraction)), colour, cv::FILLED,
-                   cv::LINE_AA, fraction);
-        const cv::Point at(p.x >> fraction, p.y >> fraction);
-        cv::putText(m, std::to_string(i), at + cv::Point(0, static_cast<int>(-9 * unit)),
-                    cv::FONT_HERSHEY_SIMPLEX, 0.7 * unit, colour, thickness, cv::LINE_AA);
-    }
-    saveMatrix(m, path);
+    saveImage(withCorners(image, corners, colour), path);
 }
 
 void printPose(const std::array<double, 12>& result, bool json) {
@@ -127,16 +102,18 @@ void addConverge(CLI::App& app) {
         ->expected(2);
     command->callback([o] {
         const auto [offsetX, offsetY] = parsePoint(o->offset);
-        const Picture in = loadPicture(o->in, o->gray);
+        const Bitmap in = loadImage(o->in, o->gray);
         std::array<double, 12> result{};
-        const Picture out = take(tx_Converge(*in, o->corners.data(), o->focal, o->scale, offsetX,
+        const cv::Mat out = take(tx_Converge(*in, o->corners.data(), o->focal, o->scale, offsetX,
                                              offsetY, o->pitchOnly ? 1 : 0, result.data()),
                                  "no bitmap could be made for the corrected picture");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
         printPose(result, o->json);
         if (!o->overlay.empty()) {
-            saveOverlay(*in, o->corners.data(), {40, 40, 235}, o->overlay[0]);
-            saveOverlay(*out, result.data(), {60, 190, 30}, o->overlay[1]);
+            std::array<double, 8> corrected{};
+            std::copy_n(result.begin(), corrected.size(), corrected.begin());
+            saveOverlay(toMatrix(*in), o->corners, {40, 40, 235}, o->overlay[0]);
+            saveOverlay(out, corrected, {60, 190, 30}, o->overlay[1]);
         }
     });
 }
@@ -155,10 +132,10 @@ void addConvergeScaled(CLI::App& app) {
     addCorners(*command, "--from", o->from, "The marked corners")->required();
     addCorners(*command, "--to", o->to, "The corrected corners, in the same order")->required();
     command->callback([o] {
-        const Picture in = loadPicture(o->in, o->gray);
-        const Picture out = take(tx_ConvergeScaled(*in, o->from.data(), o->to.data()),
+        const Bitmap in = loadImage(o->in, o->gray);
+        const cv::Mat out = take(tx_ConvergeScaled(*in, o->from.data(), o->to.data()),
                                  "no bitmap could be made for the corrected picture");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 
@@ -179,12 +156,12 @@ void addAlign(CLI::App& app) {
         ->check(CLI::Range(0, 255))
         ->capture_default_str();
     command->callback([o] {
-        const Picture in = loadPicture(o->in, false);
-        const Picture reference = loadPicture(o->reference, false);
-        const Picture out = take(tx_PerspAlign(*in, *reference, o->from.data(), o->to.data(),
+        const Bitmap in = loadImage(o->in, false);
+        const Bitmap reference = loadImage(o->reference, false);
+        const cv::Mat out = take(tx_PerspAlign(*in, *reference, o->from.data(), o->to.data(),
                                                o->fill[0], o->fill[1], o->fill[2]),
                                  "no bitmap could be made for the aligned picture");
-        savePicture(*out, o->out);
+        saveImage(out, o->out);
     });
 }
 

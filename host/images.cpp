@@ -1,0 +1,83 @@
+#include "host/images.h"
+
+#include "host/application.h"
+#include "host/failure.h"
+#include "platform/system/paths.h"
+
+#include <tarvix/tarvix.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+namespace host {
+
+namespace {
+
+unsigned char* line(const CDib& dib, int fromTop) {
+    const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
+    const auto stride = static_cast<std::ptrdiff_t>(
+        (std::int64_t{header.biWidth} * header.biBitCount + 31) / 32 * 4);
+    const int stored = header.biHeight < 0 ? fromTop : header.biHeight - 1 - fromTop;
+    return dib.m_pBits + stored * stride;
+}
+
+} // namespace
+
+Bitmap loadImage(const std::string& path, bool gray) {
+    std::error_code ignored;
+    if (!std::filesystem::exists(tarvix::pathOf(path), ignored)) {
+        throw Failure("no such file: '" + path + "'");
+    }
+    Bitmap image(tx_LoadFile(path.c_str()));
+    if (image == nullptr) {
+        throw Failure("not a picture that can be read: '" + path + "'");
+    }
+    return gray ? toGray(*image) : std::move(image);
+}
+
+Bitmap toGray(const CDib& dib) {
+    cv::Mat gray;
+    cv::cvtColor(toMatrix(dib), gray, cv::COLOR_BGR2GRAY);
+    return toBitmap(gray);
+}
+
+cv::Mat toMatrix(const CDib& dib) {
+    const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
+    if (dib.m_hBitmap == nullptr || (header.biBitCount != 8 && header.biBitCount != 24)) {
+        return {};
+    }
+    cv::Mat m(std::abs(header.biHeight), header.biWidth,
+              header.biBitCount == 8 ? CV_8UC1 : CV_8UC3);
+    for (int r = 0; r < m.rows; ++r) {
+        std::memcpy(m.ptr(r), line(dib, r), static_cast<std::size_t>(m.cols) * m.elemSize());
+    }
+    return m;
+}
+
+Bitmap toBitmap(const cv::Mat& m) {
+    auto bitmap = std::make_unique<CDib>();
+    const int made = m.type() == CV_8UC1 ? bitmap->CreateGray(m.cols, m.rows)
+                                         : bitmap->Create(m.cols, m.rows, 24, nullptr, nullptr);
+    if (made == 0 || (m.type() != CV_8UC1 && m.type() != CV_8UC3)) {
+        throw Failure("a bitmap of " + std::to_string(m.cols) + " x " + std::to_string(m.rows) +
+                      " pixels cannot be made");
+    }
+    for (int r = 0; r < m.rows; ++r) {
+        std::memcpy(line(*bitmap, r), m.ptr(r), static_cast<std::size_t>(m.cols) * m.elemSize());
+    }
+    return bitmap;
+}
+
+cv::Mat take(CDib* result, const std::string& what) {
+    const Bitmap bitmap(result);
+    if (bitmap == nullptr) {
+        // The module has said why, or it failed silently and the host has to say something.
+        throw application().messageShown() ? Failure::alreadyShown() : Failure(what);
+    }
+    return toMatrix(*bitmap);
+}
+
+} // namespace host

@@ -1,0 +1,42 @@
+// How the host writes to disk. A file is only replaced once the new one is whole; what was begun
+// and not finished is removed.
+#pragma once
+
+#include <opencv2/core/mat.hpp>
+
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+// Writes an image in the format that the name's extension asks for. Throws Failure if the image is
+// empty, the format unknown or the file cannot be written; an existing file is then unchanged.
+void saveImage(const cv::Mat& image, const std::string& path);
+
+// Writes the text as it is. Throws Failure if it cannot; an existing file is then unchanged.
+void saveText(const std::string& text, const std::string& path);
+
+// Makes the folder and those above it, if they are missing. Throws Failure.
+void makeFolder(const std::string& folder);
+
+// A folder of its own inside another one, for files of a call that may fail halfway. Removed with
+// what is left in it.
+class WorkFolder {
+public:
+    // Makes `parent` if it is missing. Throws Failure if nothing can be written into it.
+    explicit WorkFolder(const std::filesystem::path& parent);
+    ~WorkFolder();
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+
+    [[nodiscard]] std::filesystem::path operator/(const std::string& name) const {
+        return m_path / name;
+    }
+    // Moves the file of that name to `path`, in the same file system. Throws Failure.
+    void moveOut(const std::string& name, const std::string& path) const;
+
+private:
+    std::filesystem::path m_path;
+};
+
+} // namespace host
