@@ -1,5 +1,7 @@
 #include "host/application.h"
 
+#include "host/output.h"
+
 #include <iostream>
 
 namespace host {
@@ -25,21 +27,6 @@ HeldMessages::HeldMessages() {
 
 HeldMessages::~HeldMessages() {
     application().m_held = nullptr;
-}
-
-std::string oneLine(const std::string& text) {
-    std::string line;
-    for (const char c : text) {
-        if (c != '\n' && c != '\r') {
-            line += c;
-        } else if (!line.empty() && line.back() != ' ') {
-            line += ' ';
-        }
-    }
-    while (!line.empty() && line.back() == ' ') {
-        line.pop_back();
-    }
-    return line;
 }
 
 } // namespace host

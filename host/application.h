@@ -35,7 +35,4 @@ public:
     std::vector<std::string> texts;
 };
 
-// The text on one line: OpenCV's messages span several.
-std::string oneLine(const std::string& text);
-
 } // namespace host

@@ -75,7 +75,7 @@ cv::Mat take(CDib* result, const std::string& what) {
     const Bitmap bitmap(result);
     if (bitmap == nullptr) {
         // The module has said why, or it failed silently and the host has to say something.
-        throw application().messageShown() ? Failure::alreadyShown() : Failure(what);
+        throw Failure(application().messageShown() ? alreadyShown : what);
     }
     return toMatrix(*bitmap);
 }

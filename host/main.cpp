@@ -1,10 +1,10 @@
 #include "host/application.h"
-#include "host/commands.h"
+#include "host/run_command.h"
 
-#include <string>
-#include <vector>
+#include <iostream>
 
 int main(int argc, char** argv) {
     host::application(); // exists before any export is called, as in a real host
-    return host::runCommand(std::vector<std::string>(argv + 1, argv + argc));
+    host::Output output(std::cout, std::cerr);
+    return host::runCommand({argv + 1, argv + argc}, output);
 }

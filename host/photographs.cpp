@@ -1,6 +1,7 @@
 #include "host/photographs.h"
 
 #include "host/failure.h"
+#include "host/images.h"
 #include "platform/system/paths.h"
 
 #include <algorithm>
@@ -91,6 +92,12 @@ void requireFiles(const std::vector<std::string>& files) {
         if (!isThere(pathOf(file))) {
             throw Failure("no such file: '" + file + "'");
         }
+    }
+}
+
+void requireImages(const std::vector<std::string>& files) {
+    for (const std::string& file : files) {
+        loadImage(file, false);
     }
 }
 

@@ -21,6 +21,10 @@ std::vector<std::string> pairsIn(const std::string& folder);
 // Throws Failure, naming the first file that does not exist.
 void requireFiles(const std::vector<std::string>& files);
 
+// Throws Failure, naming the first file that is not an image. The exports that take lists do not
+// say which file they could not read.
+void requireImages(const std::vector<std::string>& files);
+
 // Adds the files to the list that an export takes.
 void addTo(CStringArray& list, const std::vector<std::string>& files);
 

@@ -74,9 +74,9 @@ def check_messages():
     preview = list(ROOT.glob("platform/system/preview_window_*.cpp"))
     if not preview:
         complain(page, "no sources of the preview window were found")
-    for source in sorted([*ROOT.glob("host/*.cpp"), *preview]):
+    for source in sorted([*ROOT.glob("host/**/*.cpp"), *preview]):
         text = source.read_text()
-        for name in ["Failure", "ValidationError", "take", "report", "runtime_error"]:
+        for name in ["Failure", "BadUsage", "take", "failed", "runtime_error"]:
             for arguments in calls(text, name):
                 joined = re.sub(r'"\s*\n?\s*"', "", arguments)
                 for literal in re.findall(r'"((?:[^"\\]|\\.)*)"', joined):

@@ -1,0 +1,242 @@
+#include "host/commands.h"
+#include "host/drawing.h"
+#include "host/options.h"
+
+#include <tarvix/tarvix.h>
+
+#include <charconv>
+#include <iomanip>
+#include <sstream>
+
+namespace host {
+
+namespace {
+
+Command load() {
+    return imageCommand<CommonOptions>(
+        {.name = "load",
+         .help = "Load a picture file into a bitmap and write it",
+         .makes = Makes::Image,
+         .example = {"IN"}},
+        addInOut, [](const CommonOptions&, CDib& in) { return Result{.image = toMatrix(in)}; });
+}
+
+Command canny() {
+    struct Options : CommonOptions {
+        double low = 50, high = 150;
+        int aperture = 3;
+        bool l2 = false;
+    };
+    return imageCommand<Options>(
+        {.name = "canny",
+         .help = "Edges by Canny's method, as a black and white picture",
+         .makes = Makes::Image,
+         .example = {"IN"},
+         .gallery = {{.title = "Edges",
+                      .text = "Canny's edges of a house front.",
+                      .command = {"canny", "PHOTOS/home.jpg", "-o", "OUT/canny.png", "--low", "80",
+                                  "--high", "200"},
+                      .before = {"PHOTOS/home.jpg"},
+                      .after = {"OUT/canny.png"}}}},
+        [](CLI::App& parser, Options& o) {
+            addInOut(parser, o);
+            addGray(parser, o);
+            parser.add_option("--low", o.low, "Lower hysteresis threshold (gradient units)")
+                ->capture_default_str();
+            parser.add_option("--high", o.high, "Upper hysteresis threshold (gradient units)")
+                ->capture_default_str();
+            parser.add_option("--aperture", o.aperture, "Sobel aperture: 3, 5 or 7")
+                ->capture_default_str();
+            parser.add_flag("--l2", o.l2, "Measure the gradient by the L2 norm instead of L1");
+        },
+        [](const Options& o, CDib& in) {
+            return Result{.image = take(tx_Canny(in, o.low, o.high, o.aperture, o.l2 ? 1 : 0),
+                                        "no bitmap could be made for the edges")};
+        });
+}
+
+Command denoise() {
+    struct Options : CommonOptions {
+        float strength = 3, colorStrength = 3;
+        int templateWindow = 7, searchWindow = 21;
+    };
+    return imageCommand<Options>(
+        {.name = "denoise",
+         .help = "Remove colour noise by non-local means",
+         .makes = Makes::Image,
+         .example = {"IN", "--search", "7"},
+         .gallery = {{.title = "Colour denoising",
+                      .text = "Non-local means take the grain out and leave the edges.",
+                      .command = {"denoise", "PHOTOS/fruits.jpg", "-o", "OUT/denoise.png",
+                                  "--strength", "8", "--color-strength", "10"},
+                      .before = {"PHOTOS/fruits.jpg"},
+                      .after = {"OUT/denoise.png"}}}},
+        [](CLI::App& parser, Options& o) {
+            addInOut(parser, o);
+            addGray(parser, o);
+            parser
+                .add_option("--strength", o.strength, "Luminance strength (grey levels, 0 and up)")
+                ->capture_default_str();
+            parser.add_option("--color-strength", o.colorStrength, "Colour strength (0 and up)")
+                ->capture_default_str();
+            parser.add_option("--template", o.templateWindow, "Template window (pixels, odd)")
+                ->capture_default_str();
+            parser
+                .add_option("--search", o.searchWindow,
+                            "Search window (pixels, odd; time grows with its square)")
+                ->capture_default_str();
+        },
+        [](const Options& o, CDib& in) {
+            return Result{.image = take(tx_Denoise(in, o.strength, o.colorStrength,
+                                                   o.templateWindow, o.searchWindow),
+                                        "the picture cannot be denoised")};
+        });
+}
+
+Command patch() {
+    struct Options : CommonOptions {
+        int width = 0, height = 0;
+        Point center{};
+    };
+    return imageCommand<Options>(
+        {.name = "patch",
+         .help = "Cut out a patch around a centre given to a fraction of a pixel",
+         .makes = Makes::Image,
+         .example = {"IN", "--width", "3", "--height", "3", "--center", "1,1"},
+         .gallery = {{.title = "Sub-pixel patch",
+                      .text = "A face cut out around a centre that lies between pixels.",
+                      .command = {"patch", "PHOTOS/messi5.jpg", "-o", "OUT/patch.png", "--width",
+                                  "160", "--height", "160", "--center", "245.5,110.25"},
+                      .before = {"PHOTOS/messi5.jpg"},
+                      .after = {"OUT/patch.png"}}}},
+        [](CLI::App& parser, Options& o) {
+            addInOut(parser, o);
+            addGray(parser, o);
+            parser.add_option("--width", o.width, "Patch width (pixels, 1 and up)")->required();
+            parser.add_option("--height", o.height, "Patch height (pixels, 1 and up)")->required();
+            addPoint(parser, "--center", o.center, "Centre x,y (pixels, origin top left)")
+                ->required();
+        },
+        [](const Options& o, CDib& in) {
+            return Result{.image = take(tx_getRectSubPix(in, o.width, o.height,
+                                                         static_cast<float>(o.center[0]),
+                                                         static_cast<float>(o.center[1])),
+                                        "a patch of that size cannot be made")};
+        });
+}
+
+std::string segmentsAsText(const Json& data) {
+    std::ostringstream text;
+    for (const Json& s : data.at("segments")) {
+        text << s[0] << ',' << s[1] << ' ' << s[2] << ',' << s[3] << '\n';
+    }
+    return text.str();
+}
+
+Command lines() {
+    return imageCommand<CommonOptions>(
+        {.name = "lines",
+         .help = "Find straight segments and print them, one x1,y1 x2,y2 a line (pixels)",
+         .makes = Makes::Data,
+         .text = segmentsAsText,
+         .example = {"IN"},
+         .gallery = {{.title = "Straight lines",
+                      .text = "Segments along the edges of a building; the thresholds come from "
+                              "the picture itself.",
+                      .command = {"lines", "PHOTOS/building.jpg", "-o", "OUT/lines.png"},
+                      .before = {"PHOTOS/building.jpg"},
+                      .after = {"OUT/lines.png"}}}},
+        [](CLI::App& parser, CommonOptions& o) {
+            addIn(parser, o);
+            parser.add_option("-o,--out", o.out, "Write the picture with the segments drawn");
+            addJson(parser, o);
+        },
+        [](const CommonOptions& o, CDib& in) {
+            POINT* found = nullptr;
+            const int count = tx_FindLines(in, found);
+            const std::unique_ptr<POINT[]> ends(found);
+            std::vector<cv::Vec4i> segments;
+            Result result{.data = {{"segments", Json::array()}}};
+            for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+                const POINT& a = ends[2 * i];
+                const POINT& b = ends[2 * i + 1];
+                segments.emplace_back(a.x, a.y, b.x, b.y);
+                result.data["segments"].push_back({a.x, a.y, b.x, b.y});
+            }
+            if (!o.out.empty()) {
+                result.image = withSegments(toMatrix(in), segments);
+            }
+            return result;
+        });
+}
+
+// "x,y;x,y;..." as an array of [x, y].
+Json cornersOf(const std::string& list) {
+    Json corners = Json::array();
+    const char* next = list.data();
+    const char* const end = list.data() + list.size();
+    while (next < end) {
+        Point point{};
+        for (double& coordinate : point) {
+            next = std::from_chars(next, end, coordinate).ptr;
+            if (next < end) {
+                ++next; // the comma or the semicolon
+            }
+        }
+        corners.push_back(point);
+    }
+    return corners;
+}
+
+std::string cornersAsText(const Json& data) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(1); // the export gives one decimal
+    for (const Json& corner : data.at("corners")) {
+        text << corner[0].get<double>() << ',' << corner[1].get<double>() << '\n';
+    }
+    return text.str();
+}
+
+Command chessboard() {
+    struct Options : CommonOptions {
+        Board board{};
+    };
+    return imageCommand<Options>(
+        {.name = "chessboard",
+         .help = "Find a chessboard's inner corners and print them, one x,y a line (pixels)",
+         .makes = Makes::Data,
+         .text = cornersAsText,
+         .example = {"IN", "--board", "9x6"},
+         .gallery = {{.title = "Chessboard",
+                      .text = "The inner corners of a calibration board, refined to a fraction of "
+                              "a pixel.",
+                      .command = {"chessboard", "PHOTOS/left01.jpg", "--board", "9x6", "-o",
+                                  "OUT/chessboard.png"},
+                      .before = {"PHOTOS/left01.jpg"},
+                      .after = {"OUT/chessboard.png"}}}},
+        [](CLI::App& parser, Options& o) {
+            addIn(parser, o);
+            addBoard(parser, o.board);
+            parser.add_option("-o,--out", o.out, "Write the picture with the corners drawn");
+            addGray(parser, o);
+            addJson(parser, o);
+        },
+        [](const Options& o, CDib& in) {
+            CString corners;
+            const cv::Mat drawn =
+                take(tx_FindChessboard(in, o.board[0], o.board[1], corners),
+                     "no chessboard of " + std::to_string(o.board[0]) + " x " +
+                         std::to_string(o.board[1]) + " inner corners in '" + o.in + "'");
+            return Result{
+                .image = o.out.empty() ? cv::Mat() : drawn,
+                .data = {{"board", o.board}, {"corners", cornersOf(corners.GetString())}}};
+        });
+}
+
+} // namespace
+
+std::vector<Command> filterCommands() {
+    return {load(), canny(), denoise(), patch(), lines(), chessboard()};
+}
+
+} // namespace host

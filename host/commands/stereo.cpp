@@ -1,0 +1,198 @@
+#include "host/calibrating.h"
+#include "host/commands.h"
+#include "host/drawing.h"
+#include "host/failure.h"
+#include "host/options.h"
+#include "host/photographs.h"
+
+#include <tarvix/tarvix.h>
+
+#include <optional>
+#include <sstream>
+
+namespace host {
+
+namespace {
+
+const std::vector<StoredMatrix> files = {
+    {"M1.xml", "MM1", "camera matrix 1 (not estimated)"},
+    {"D1.xml", "D1", "distortion 1 (not estimated)"},
+    {"R1.xml", "R1", "rectifying rotation 1"},
+    {"P1.xml", "P1", "projection 1"},
+    {"M2.xml", "MM2", "camera matrix 2 (not estimated)"},
+    {"D2.xml", "D2", "distortion 2 (not estimated)"},
+    {"R2.xml", "R2", "rectifying rotation 2"},
+    {"P2.xml", "P2", "projection 2"},
+    {"Q.xml", "Q", "disparity to depth"},
+};
+
+struct StereoOptions : CalibrationOptions {
+    std::vector<std::string> left, right;
+    float square = 1;
+};
+
+void addStereoOptions(CLI::App& parser, StereoOptions& o) {
+    parser.add_option(
+        "PHOTOS", o.photos,
+        "Photographs as left right left right ..., or one folder with pairs left*, right*");
+    parser.add_option("--left", o.left, "The left photographs, in order");
+    parser.add_option("--right", o.right, "The right photographs, in the same order");
+    addCalibrationOptions(parser, o);
+    parser
+        .add_option("--square", o.square,
+                    "Edge of a square, in the unit wanted for measured points")
+        ->capture_default_str();
+}
+
+// The photographs as left right left right ..., however they were named.
+std::vector<std::string> pairsOf(const StereoOptions& o) {
+    std::vector<std::string> pairs;
+    if (!o.left.empty() || !o.right.empty()) {
+        if (o.left.size() != o.right.size() || !o.photos.empty()) {
+            throw BadUsage("give as many --left as --right photographs");
+        }
+        for (std::size_t i = 0; i < o.left.size(); ++i) {
+            pairs.push_back(o.left[i]);
+            pairs.push_back(o.right[i]);
+        }
+    } else {
+        pairs = o.photos.size() == 1 && isFolder(o.photos[0]) ? pairsIn(o.photos[0]) : o.photos;
+    }
+    requireFiles(pairs);
+    if (pairs.empty() || pairs.size() % 2 != 0) {
+        throw BadUsage("the photographs come in pairs: left right left right ...");
+    }
+    return pairs;
+}
+
+Command stereoCalib() {
+    return command<StereoOptions>(
+        {.name = "stereo-calib",
+         .help = "Calibrate and rectify a camera pair from photographs of a chessboard",
+         .takes = Takes::ImageSet,
+         .makes = Makes::Files,
+         .text = [](const Json& data) { return matricesAsText(data, files); },
+         .example = {"IN", "IN", "--board", "9x6"}},
+        addStereoOptions, [](const StereoOptions& o, Output& output) {
+            calibrate(
+                o, pairsOf(o), output, [&o](CStringArray& list, const char* folder, HWND preview) {
+                    return tx_StereoCalib(list, folder, o.board[0], o.board[1], o.square, preview);
+                });
+            return Result{.data = readMatrices(o.folder, files)};
+        });
+}
+
+// The calibration that the page's entry uses, made before it.
+std::vector<std::string> galleryCalibration() {
+    std::vector<std::string> words{"stereo-calib"};
+    for (const char* n :
+         {"01", "02", "03", "04", "05", "06", "07", "08", "09", "11", "12", "13", "14"}) {
+        words.push_back("PHOTOS/left" + std::string(n) + ".jpg");
+        words.push_back("PHOTOS/right" + std::string(n) + ".jpg");
+    }
+    words.insert(words.end(), {"--board", "9x6", "--square", "25", "-o", "OUT/stereo"});
+    return words;
+}
+
+cv::Mat rectified(CDib& image, const std::string& folder, int camera) {
+    const std::string n = camera == 1 ? "1" : "2";
+    return take(tx_UseStereoCalib(image, folder.c_str(), camera),
+                "no calibration in '" + folder + "': M" + n + ".xml, D" + n + ".xml, R" + n +
+                    ".xml and P" + n + ".xml are needed (tarvix stereo-calib)");
+}
+
+Command rectify() {
+    struct Options : CommonOptions {
+        std::string folder;
+        int camera = 1;
+        std::optional<std::string> right;
+    };
+    return imageCommand<Options>(
+        {.name = "rectify",
+         .help = "Warp a picture of a calibrated pair so that matching points lie in one row",
+         .makes = Makes::Image,
+         .example = {"IN", "--calib", "SET"},
+         .gallery = {{.title = "A rectified pair",
+                      .text = "Two cameras' pictures of one moment, warped so that matching "
+                              "points lie in one row.",
+                      .command = {"rectify", "PHOTOS/left01.jpg", "--right", "PHOTOS/right01.jpg",
+                                  "-o", "OUT/rectified.png", "--calib", "OUT/stereo"},
+                      .before = {"PHOTOS/left01.jpg", "PHOTOS/right01.jpg"},
+                      .after = {"OUT/rectified.png"},
+                      .prepare = {galleryCalibration()}}}},
+        [](CLI::App& parser, Options& o) {
+            addInOut(parser, o);
+            addGray(parser, o);
+            addCalibrationFolder(parser, o.folder);
+            CLI::Option* camera =
+                parser.add_option("--camera", o.camera, "Camera of the picture: 1 left, 2 right")
+                    ->capture_default_str();
+            parser
+                .add_option(
+                    "--right", o.right,
+                    "The right camera's picture: IN is the left one, and both are written side by "
+                    "side with lines across")
+                ->excludes(camera);
+        },
+        [](const Options& o, CDib& in) {
+            Result result{.image = rectified(in, o.folder, o.camera)};
+            if (o.right) {
+                const Bitmap right = loadImage(*o.right, o.gray);
+                result.image = sideBySide(result.image, rectified(*right, o.folder, 2));
+            }
+            return result;
+        });
+}
+
+std::string pointAsText(const Json& point) {
+    std::ostringstream text;
+    text << point.at("x").get<double>() << ' ' << point.at("y").get<double>() << ' '
+         << point.at("z").get<double>();
+    const auto unit = point.at("unit").get<std::string>();
+    text << (unit.empty() ? "" : " ") << unit << '\n';
+    return text.str();
+}
+
+Command measure() {
+    struct Options : CommonOptions {
+        std::string folder, unit;
+        Point p1{}, p2{};
+    };
+    return command<Options>(
+        {.name = "measure",
+         .help = "The point in space seen at two points of a rectified pair: x y z (stereo-calib "
+                 "alone gives no metric space; docs/calibration.md)",
+         .makes = Makes::Data,
+         .text = pointAsText},
+        [](CLI::App& parser, Options& o) {
+            addCalibrationFolder(parser, o.folder);
+            addPoint(parser, "--p1", o.p1, "The point x,y in one rectified picture (pixels)")
+                ->required();
+            addPoint(parser, "--p2", o.p2, "The same point x,y in the other (pixels)")->required();
+            parser.add_option("--unit", o.unit,
+                              "Unit that --square had in stereo-calib, for printing");
+            addJson(parser, o, "Print one JSON object instead of a line of text");
+        },
+        [](const Options& o, Output&) {
+            const auto pixel = [](const Point& p) {
+                return FPoint2D{static_cast<float>(p[0]), static_cast<float>(p[1])};
+            };
+            FPoint2D p1 = pixel(o.p1);
+            FPoint2D p2 = pixel(o.p2);
+            FPoint3D out{};
+            tx_Meas3D meas;
+            if (meas.Init(o.folder.c_str()) == 0 || meas.CalcXYZ(p1, p2, out) == 0) {
+                throw Failure("no usable Q.xml in '" + o.folder + "' (tarvix stereo-calib)");
+            }
+            // JSON has no infinity: a point at infinity prints null.
+            return Result{.data = {{"unit", o.unit}, {"x", out.x}, {"y", out.y}, {"z", out.z}}};
+        });
+}
+
+} // namespace
+
+std::vector<Command> stereoCommands() {
+    return {stereoCalib(), rectify(), measure()};
+}
+
+} // namespace host

@@ -1,0 +1,99 @@
+#include "host/options.h"
+
+#include "host/failure.h"
+
+#include <charconv>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+// std::from_chars, so that no locale turns a point into a comma. False if anything else is left.
+template <class Number>
+bool read(const std::string& text, Number& value) {
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc{} && stop == end;
+}
+
+Point parsePoint(const std::string& text) {
+    const std::size_t comma = text.find(',');
+    Point point{};
+    if (comma == std::string::npos || !read(text.substr(0, comma), point[0]) ||
+        !read(text.substr(comma + 1), point[1])) {
+        throw BadUsage("'" + text + "' is not a point; write x,y (pixels)");
+    }
+    return point;
+}
+
+Board parseBoard(const std::string& text) {
+    const std::size_t x = text.find('x');
+    Board board{};
+    if (x == std::string::npos || !read(text.substr(0, x), board[0]) ||
+        !read(text.substr(x + 1), board[1])) {
+        throw BadUsage("'" + text + "' is not a board; write the inner corners as 9x6");
+    }
+    return board;
+}
+
+} // namespace
+
+void addIn(CLI::App& parser, CommonOptions& options) {
+    parser.add_option("IN", options.in, "Picture file to read")->required();
+}
+
+void addOut(CLI::App& parser, CommonOptions& options) {
+    parser
+        .add_option("-o,--out", options.out,
+                    "Picture file to write; the extension chooses the format (png, jpg, bmp, tif "
+                    "...)")
+        ->required();
+}
+
+void addInOut(CLI::App& parser, CommonOptions& options) {
+    addIn(parser, options);
+    addOut(parser, options);
+}
+
+void addGray(CLI::App& parser, CommonOptions& options) {
+    parser.add_flag("--gray", options.gray,
+                    "Hand over an 8-bit grey bitmap instead of a 24-bit one");
+}
+
+void addJson(CLI::App& parser, CommonOptions& options, const std::string& help) {
+    parser.add_flag("--json", options.json, help);
+}
+
+CLI::Option* addPoint(CLI::App& parser, const std::string& name, Point& point,
+                      const std::string& help) {
+    const auto store = [&point](const std::string& text) { point = parsePoint(text); };
+    return parser.add_option_function<std::string>(name, store, help);
+}
+
+void addCorners(CLI::App& parser, const std::string& name, Corners& corners,
+                const std::string& help) {
+    const auto store = [&corners](const std::vector<std::string>& points) {
+        for (std::size_t i = 0; i < 4; ++i) {
+            const auto [x, y] = parsePoint(points[i]);
+            corners[2 * i] = x;
+            corners[2 * i + 1] = y;
+        }
+        return true;
+    };
+    parser.add_option(name, store, help + ": x,y x,y x,y x,y (pixels, origin top left)")
+        ->type_name("POINT")
+        ->expected(4)
+        ->required();
+}
+
+void addBoard(CLI::App& parser, Board& board) {
+    const auto store = [&board](const std::string& text) { board = parseBoard(text); };
+    parser
+        .add_option_function<std::string>(
+            "--board", store, "Inner corners of the chessboard, per row x per column, such as 9x6")
+        ->type_name("WxH")
+        ->required();
+}
+
+} // namespace host

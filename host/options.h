@@ -1,0 +1,45 @@
+// Options that several commands have, and how they are read. Each function adds one to a command's
+// parser; a value that cannot be read throws BadUsage.
+#pragma once
+
+#include "host/command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <string>
+
+namespace host {
+
+using Point = std::array<double, 2>;   // x, y
+using Corners = std::array<double, 8>; // four points x0, y0, ..., x3, y3, as the exports take them
+using Board = std::array<int, 2>;      // inner corners per row, per column
+
+// IN, the image file to read.
+void addIn(CLI::App& parser, CommonOptions& options);
+
+// -o, the image file for the result.
+void addOut(CLI::App& parser, CommonOptions& options);
+
+// Both, for commands that make one image of one.
+void addInOut(CLI::App& parser, CommonOptions& options);
+
+// --gray.
+void addGray(CLI::App& parser, CommonOptions& options);
+
+// --json.
+void addJson(CLI::App& parser, CommonOptions& options,
+             const std::string& help = "Print one JSON object instead of lines of text");
+
+// An option x,y.
+CLI::Option* addPoint(CLI::App& parser, const std::string& name, Point& point,
+                      const std::string& help);
+
+// An option x,y x,y x,y x,y, which is required.
+void addCorners(CLI::App& parser, const std::string& name, Corners& corners,
+                const std::string& help);
+
+// --board WxH, which is required.
+void addBoard(CLI::App& parser, Board& board);
+
+} // namespace host

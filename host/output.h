@@ -1,0 +1,42 @@
+// The one place where the program prints: results on standard output, as text or as one line of
+// JSON; warnings and failures as lines "tarvix: ..." on standard error.
+#pragma once
+
+#include "host/result.h"
+
+#include <ostream>
+#include <string>
+
+namespace host {
+
+class Output {
+public:
+    // The streams must outlive the object. It prints text until useJson() is called.
+    Output(std::ostream& out, std::ostream& errors) : m_out(out), m_errors(errors) {}
+
+    void useJson() { m_json = true; }
+    [[nodiscard]] bool json() const { return m_json; }
+
+    // Shows text to people who watch, at once. Prints nothing in JSON.
+    void say(const std::string& text);
+
+    // Prints the data: in JSON as one object, else what `text` makes of it, which may be empty.
+    // JSON is UTF-8; what a file name has of anything else becomes U+FFFD.
+    void print(const Json& data, const AsText& text);
+
+    void warn(const std::string& sentence);
+    void fail(const std::string& reason);
+
+    // False if something printed was lost, which a full disk shows only now.
+    [[nodiscard]] bool flush();
+
+private:
+    std::ostream& m_out;
+    std::ostream& m_errors;
+    bool m_json = false;
+};
+
+// The text on one line: OpenCV's messages span several.
+std::string oneLine(const std::string& text);
+
+} // namespace host

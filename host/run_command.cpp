@@ -1,0 +1,111 @@
+#include "host/run_command.h"
+
+#include "host/application.h"
+#include "host/commands.h"
+#include "host/failure.h"
+#include "host/saving.h"
+
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <sstream>
+
+namespace host {
+
+namespace {
+
+int failed(const std::string& reason, Output& output) {
+    if (!reason.empty()) {
+        output.fail(reason);
+    }
+    return 1;
+}
+
+int badUsage(const std::string& reason, Output& output) {
+    output.fail(oneLine(reason) + " (--help shows the usage)");
+    return 2;
+}
+
+// Does the work, which returns an exit status, and prints why it failed if it did.
+int guarded(Output& output, const std::function<int()>& work) {
+    try {
+        const int status = work();
+        return status == 0 && !output.flush() ? failed("standard output cannot be written", output)
+                                              : status;
+    } catch (const CLI::ParseError& e) {
+        return badUsage(e.what(), output);
+    } catch (const BadUsage& e) {
+        return badUsage(e.what(), output);
+    } catch (CException*) {
+        // The class library's exceptions are pointers to objects it keeps.
+        return failed("the module refused an index or an argument", output);
+    } catch (const std::exception& e) { // Failure, cv::Exception and what else there is
+        return failed(e.what(), output);
+    }
+}
+
+void runAndWrite(const Command& command, const Job& job, Output& output) {
+    const Result result = job.run(output);
+    if (command.makes == Makes::Image || !result.image.empty()) {
+        saveImage(result.image, job.options->out);
+    }
+    for (const std::string& sentence : result.warnings) {
+        output.warn(sentence);
+    }
+    if (!result.data.is_null()) {
+        output.print(result.data, command.text);
+    }
+    for (const ImageBeside& image : result.beside) {
+        saveImage(image.draw(), image.path);
+    }
+}
+
+} // namespace
+
+int perform(const Command& command, const Job& job, Output& output) {
+    if (job.options->json) {
+        output.useJson();
+    }
+    application().forgetMessages();
+    return guarded(output, [&] {
+        runAndWrite(command, job, output);
+        return application().messageShown() ? 1 : 0;
+    });
+}
+
+int runCommand(std::vector<std::string> words, Output& output) {
+    CLI::App app("Tarvix's sample host: one sub-command for each operation of the module.",
+                 "tarvix");
+    app.allow_windows_style_options(false); // a path may begin with a slash
+    app.require_subcommand(1);
+    app.set_version_flag("--version", std::string("Tarvix " TARVIX_VERSION ", OpenCV ") +
+                                          cv::getVersionString() + "\n" TARVIX_BUILD);
+    app.footer("Exit status: 0 done, 1 the operation failed (one line says why), 2 bad usage.");
+    const Command* command = nullptr;
+    Job job;
+    for (const Command& row : commands()) {
+        CLI::App* parser = app.add_subcommand(row.name, row.help);
+        const Job rowsJob = row.newJob();
+        rowsJob.addOptions(*parser);
+        parser->callback([&command, &job, &row, rowsJob] {
+            command = &row;
+            job = rowsJob;
+        });
+    }
+
+    return guarded(output, [&] {
+        try {
+            std::reverse(words.begin(), words.end()); // CLI11 takes the last word first
+            app.parse(std::move(words));
+        } catch (const CLI::Success& e) {
+            std::ostringstream asked; // help or version
+            const int status = app.exit(e, asked, asked);
+            output.say(asked.str());
+            return status;
+        }
+        return perform(*command, job, output);
+    });
+}
+
+} // namespace host
