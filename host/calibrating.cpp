@@ -63,7 +63,7 @@ void addCalibrationOptions(CLI::App& parser, CalibrationOptions& options) {
     addBoard(parser, options.board);
     parser
         .add_option("-o,--folder", options.folder,
-                    "Folder for the calibration files; made when missing, old files replaced")
+                    "Folder for the calibration files; made if missing, old files replaced")
         ->required();
     parser.add_flag("--preview", options.preview,
                     "Show each photograph with its corners in a window");

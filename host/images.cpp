@@ -33,7 +33,7 @@ Bitmap loadImage(const std::string& path, bool gray) {
     }
     Bitmap image(tx_LoadFile(path.c_str()));
     if (image == nullptr) {
-        throw Failure("not a picture that can be read: '" + path + "'");
+        throw Failure("not an image that can be read: '" + path + "'");
     }
     return gray ? toGray(*image) : std::move(image);
 }

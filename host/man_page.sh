@@ -27,7 +27,7 @@ mapfile -t commands < <(sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z-]*\) .*/\1/
 cat <<END
 .TH TARVIX 1 "" "Tarvix $version" "User Commands"
 .SH NAME
-tarvix \\- computer\\-vision operations on picture files
+tarvix \\- computer\\-vision operations on image files
 .SH SYNOPSIS
 .B tarvix
 .I command
@@ -38,7 +38,7 @@ tarvix \\- computer\\-vision operations on picture files
 .B \\-\\-help
 .SH DESCRIPTION
 The sample host of the library Tarvix: a command for each operation of the library, and a gallery that shows
-them all. Coordinates are pixels of the picture as seen, x to the right, y down, from the top left.
+them all. Coordinates are pixels of the image as seen, x to the right, y down, from the top left.
 END
 sed -n '/^Options:/,/^$/p' <<<"$help" | as_roff page
 echo '.SH COMMANDS'

@@ -40,13 +40,13 @@ Board parseBoard(const std::string& text) {
 } // namespace
 
 void addIn(CLI::App& parser, CommonOptions& options) {
-    parser.add_option("IN", options.in, "Picture file to read")->required();
+    parser.add_option("IN", options.in, "Image file to read")->required();
 }
 
 void addOut(CLI::App& parser, CommonOptions& options) {
     parser
         .add_option("-o,--out", options.out,
-                    "Picture file to write; the extension chooses the format (png, jpg, bmp, tif "
+                    "Image file to write; the extension chooses the format (png, jpg, bmp, tif "
                     "...)")
         ->required();
 }

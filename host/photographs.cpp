@@ -35,7 +35,7 @@ std::vector<std::string> imagesIn(const std::string& folder) {
     }
     std::sort(files.begin(), files.end());
     if (files.empty()) {
-        throw Failure("no pictures in the folder '" + folder + "'");
+        throw Failure("no images in the folder '" + folder + "'");
     }
     return files;
 }

@@ -76,7 +76,7 @@ public:
             std::error_code ignored;
             // A disk that filled up leaves a file that cannot be read back.
             if (!fs::exists(half(i), ignored) || cv::imread(nameOf(half(i))).empty()) {
-                return held.texts.empty() ? "too few good matches with the first picture"
+                return held.texts.empty() ? "too few good matches with the first image"
                                           : held.texts[0];
             }
         }
@@ -126,11 +126,11 @@ Registered registered(Registration& registration, const std::vector<std::string>
     if (result.images.size() == 1) {
         const auto first = std::find_if(result.whyNot.begin(), result.whyNot.end(),
                                         [](const std::string& s) { return !s.empty(); });
-        throw Failure("no picture could be registered onto '" + inputs[0] + "'" +
+        throw Failure("no image could be registered onto '" + inputs[0] + "'" +
                       (first == result.whyNot.end() ? "" : ": " + *first));
     }
     if (const auto reason = registration.tryTogether(result.images)) {
-        throw Failure("the pictures register one by one but not together: " + *reason);
+        throw Failure("the images register one by one but not together: " + *reason);
     }
     return result;
 }

@@ -36,7 +36,7 @@ Command faces() {
                       .after = {"OUT/faces.png"}}}},
         [](CLI::App& parser, CommonOptions& o) {
             addIn(parser, o);
-            parser.add_option("-o,--out,--draw", o.out, "Write the picture with the faces framed");
+            parser.add_option("-o,--out,--draw", o.out, "Write the image with the faces framed");
             addJson(parser, o);
         },
         [](const CommonOptions& o, CDib& in) {
@@ -68,7 +68,7 @@ Command track() {
     return command<CommonOptions>(
         {.name = "track",
          .help = "Show camera 0 with the largest face framed, until a key is pressed in the "
-                 "window; ends at once when there is no camera"},
+                 "window; ends at once if there is no camera"},
         [](CLI::App&, CommonOptions&) {},
         [](const CommonOptions&, Output&) {
             if (tx_TrackFace(nullptr) == 0) {

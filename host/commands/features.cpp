@@ -59,7 +59,7 @@ Command match() {
     };
     return command<Options>(
         {.name = "match",
-         .help = "Match the keypoints of two pictures and draw every match, side by side",
+         .help = "Match the keypoints of two images and draw every match, side by side",
          .takes = Takes::TwoImages,
          .makes = Makes::Image,
          .example = {"IN", "IN"},
@@ -72,9 +72,8 @@ Command match() {
                       .before = {"PHOTOS/box.png", "PHOTOS/box_in_scene.png"},
                       .after = {"OUT/match.png"}}}},
         [](CLI::App& parser, Options& o) {
-            parser.add_option("FIRST", o.in, "Picture whose keypoints look for a match")
-                ->required();
-            parser.add_option("SECOND", o.second, "Picture they are looked for in")->required();
+            parser.add_option("FIRST", o.in, "Image whose keypoints look for a match")->required();
+            parser.add_option("SECOND", o.second, "Image they are looked for in")->required();
             addOut(parser, o);
             addGray(parser, o);
             addDetector(parser, o.detector);
@@ -85,20 +84,20 @@ Command match() {
             const Bitmap first = loadImage(o.in, o.gray);
             const Bitmap second = loadImage(o.second, o.gray);
             return Result{.image = take(tx_MatchTest(*first, *second, o.detector, o.descriptor),
-                                        "the two pictures cannot be matched")};
+                                        "the two images cannot be matched")};
         });
 }
 
 Command registerSet() {
     return command<RegisterOptions>(
         {.name = "register",
-         .help = "Register pictures of one scene onto the first, each written on one canvas",
+         .help = "Register images of one scene onto the first, each written on one canvas",
          .takes = Takes::ImageSet,
          .makes = Makes::Files,
          .text = registrationAsText,
          .example = {"IN", "IN"},
-         .gallery = {{.title = "Registered pictures",
-                      .text = "The right picture of a stereo pair, registered onto the left one; "
+         .gallery = {{.title = "Registered images",
+                      .text = "The right image of a stereo pair, registered onto the left one; "
                               "their mean on the common canvas. The wall agrees, the plant in "
                               "front of it does not: one plane fits.",
                       .command = {"register", "PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg", "-o",
@@ -106,12 +105,12 @@ Command registerSet() {
                       .before = {"PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg"},
                       .after = {"OUT/aloe-overlay.png"}}}},
         [](CLI::App& parser, RegisterOptions& o) {
-            parser.add_option("IN", o.images, "Picture files to read, the reference first")
+            parser.add_option("IN", o.images, "Image files to read, the reference first")
                 ->required();
             parser
                 .add_option("-o,--out", o.names,
                             "Folder for the results, or a pattern in which {} stands for the "
-                            "picture's number, such as out/view-{}.jpg")
+                            "image's number, such as out/view-{}.jpg")
                 ->required();
             parser.add_option("--overlay", o.overlay, "Also write the mean of the results");
             addJson(parser, o);
@@ -146,7 +145,7 @@ Command stitch() {
                       .prepare = {view(views[0], "240,300"), view(views[1], "440,320"),
                                   view(views[2], "630,280")}}}},
         [](CLI::App& parser, Options& o) {
-            parser.add_option("IN", o.images, "Picture files to read, two at least")->required();
+            parser.add_option("IN", o.images, "Image files to read, two at least")->required();
             addOut(parser, o);
         },
         [](const Options& o, Output&) {

@@ -15,7 +15,7 @@ namespace {
 Command load() {
     return imageCommand<CommonOptions>(
         {.name = "load",
-         .help = "Load a picture file into a bitmap and write it",
+         .help = "Load an image file into a bitmap and write it",
          .makes = Makes::Image,
          .example = {"IN"}},
         addInOut, [](const CommonOptions&, CDib& in) { return Result{.image = toMatrix(in)}; });
@@ -29,7 +29,7 @@ Command canny() {
     };
     return imageCommand<Options>(
         {.name = "canny",
-         .help = "Edges by Canny's method, as a black and white picture",
+         .help = "Edges by Canny's method, as a black and white image",
          .makes = Makes::Image,
          .example = {"IN"},
          .gallery = {{.title = "Edges",
@@ -89,7 +89,7 @@ Command denoise() {
         [](const Options& o, CDib& in) {
             return Result{.image = take(tx_Denoise(in, o.strength, o.colorStrength,
                                                    o.templateWindow, o.searchWindow),
-                                        "the picture cannot be denoised")};
+                                        "the image cannot be denoised")};
         });
 }
 
@@ -142,13 +142,13 @@ Command lines() {
          .example = {"IN"},
          .gallery = {{.title = "Straight lines",
                       .text = "Segments along the edges of a building; the thresholds come from "
-                              "the picture itself.",
+                              "the image itself.",
                       .command = {"lines", "PHOTOS/building.jpg", "-o", "OUT/lines.png"},
                       .before = {"PHOTOS/building.jpg"},
                       .after = {"OUT/lines.png"}}}},
         [](CLI::App& parser, CommonOptions& o) {
             addIn(parser, o);
-            parser.add_option("-o,--out", o.out, "Write the picture with the segments drawn");
+            parser.add_option("-o,--out", o.out, "Write the image with the segments drawn");
             addJson(parser, o);
         },
         [](const CommonOptions& o, CDib& in) {
@@ -217,7 +217,7 @@ Command chessboard() {
         [](CLI::App& parser, Options& o) {
             addIn(parser, o);
             addBoard(parser, o.board);
-            parser.add_option("-o,--out", o.out, "Write the picture with the corners drawn");
+            parser.add_option("-o,--out", o.out, "Write the image with the corners drawn");
             addGray(parser, o);
             addJson(parser, o);
         },

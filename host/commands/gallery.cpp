@@ -91,7 +91,7 @@ std::vector<Command> galleryCommands() {
          .help = "Run every operation on real photographs and write one page that shows them all",
          .makes = Makes::Files},
         [](CLI::App& parser, GalleryOptions& o) {
-            parser.add_option("DIR", o.directory, "Folder for the page, made when missing")
+            parser.add_option("DIR", o.directory, "Folder for the page, made if missing")
                 ->required();
             parser.add_option("--photos", o.photos, "Folder of photographs")->capture_default_str();
         },

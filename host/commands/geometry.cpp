@@ -61,7 +61,7 @@ void addConvergeOptions(CLI::App& parser, ConvergeOptions& o) {
     addJson(parser, o, "Print what was found as JSON");
     parser
         .add_option("--overlay", o.overlay,
-                    "Two more picture files: the marked corners drawn on the photograph, the "
+                    "Two more image files: the marked corners drawn on the photograph, the "
                     "corrected ones on the result")
         ->type_name("MARKED CORRECTED")
         ->expected(2);
@@ -73,7 +73,7 @@ Result runConverge(const ConvergeOptions& o, CDib& in) {
     Result result;
     result.image = take(tx_Converge(in, marked.data(), o.focal, o.scale, o.offset[0], o.offset[1],
                                     o.pitchOnly ? 1 : 0, found.data()),
-                        "no bitmap could be made for the corrected picture");
+                        "no bitmap could be made for the corrected image");
     result.data = {{"pitch_deg", found[8]},
                    {"yaw_deg", found[9]},
                    {"roll_deg", found[10]},
@@ -131,7 +131,7 @@ Command convergeScaled() {
          .example = {"IN", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9",
                      "0,9"},
          .gallery = {{.title = "The same correction again",
-                      .text = "The corners found above, applied to the grey picture without a "
+                      .text = "The corners found above, applied to the grey image without a "
                               "search.",
                       .command = {"converge-scaled", "PHOTOS/sudoku.png", "-o",
                                   "OUT/sheet-again.png", "--gray", "--from", "73,85.5", "491,69.5",
@@ -148,7 +148,7 @@ Command convergeScaled() {
         [](const PointsOptions& o, CDib& in) {
             Corners from = o.from, to = o.to;
             return Result{.image = take(tx_ConvergeScaled(in, from.data(), to.data()),
-                                        "no bitmap could be made for the corrected picture")};
+                                        "no bitmap could be made for the corrected image")};
         });
 }
 
@@ -159,7 +159,7 @@ Command align() {
     };
     return command<Options>(
         {.name = "align",
-         .help = "Draw a picture into the frame of another one",
+         .help = "Draw an image into the frame of another one",
          .takes = Takes::TwoImages,
          .makes = Makes::Image,
          .example = {"IN", "IN", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9",
@@ -174,11 +174,11 @@ Command align() {
                       .before = {"PHOTOS/graf3.png", "PHOTOS/graf1.png"},
                       .after = {"OUT/align.png"}}}},
         [](CLI::App& parser, Options& o) {
-            parser.add_option("IN", o.in, "Picture file to draw")->required();
-            parser.add_option("REFERENCE", o.reference, "Picture file that gives the frame")
+            parser.add_option("IN", o.in, "Image file to draw")->required();
+            parser.add_option("REFERENCE", o.reference, "Image file that gives the frame")
                 ->required();
             addOut(parser, o);
-            addCorners(parser, "--from", o.from, "Four points in the picture");
+            addCorners(parser, "--from", o.from, "Four points in the image");
             addCorners(parser, "--to", o.to, "The same points in the reference");
             parser.add_option("--fill", o.fill, "Colour outside: blue green red (0 to 255)")
                 ->check(CLI::Range(0, 255))
@@ -190,7 +190,7 @@ Command align() {
             Corners from = o.from, to = o.to;
             return Result{.image = take(tx_PerspAlign(*in, *reference, from.data(), to.data(),
                                                       o.fill[0], o.fill[1], o.fill[2]),
-                                        "no bitmap could be made for the aligned picture")};
+                                        "no bitmap could be made for the aligned image")};
         });
 }
 
@@ -204,7 +204,7 @@ Command onFittedCanvas(Command row, CDib* (*operation)(CDib&, double*, double*))
         [](CLI::App& parser, PointsOptions& o) {
             addInOut(parser, o);
             addGray(parser, o);
-            addCorners(parser, "--from", o.from, "Four points in the picture");
+            addCorners(parser, "--from", o.from, "Four points in the image");
             addCorners(parser, "--to", o.to, "Where they go, in the same order");
         },
         [operation](const PointsOptions& o, CDib& in) {
@@ -217,7 +217,7 @@ Command onFittedCanvas(Command row, CDib* (*operation)(CDib&, double*, double*))
 Command warp() {
     return onFittedCanvas(
         {.name = "warp",
-         .help = "Warp four points of a picture onto four others, on a fitted canvas",
+         .help = "Warp four points of an image onto four others, on a fitted canvas",
          .gallery = {{.title = "Projective warp",
                       .text = "Four marked corners of a printed grid become a square.",
                       .command = {"warp", "PHOTOS/sudoku.png", "-o", "OUT/warp.png", "--from",

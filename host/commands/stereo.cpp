@@ -109,11 +109,11 @@ Command rectify() {
     };
     return imageCommand<Options>(
         {.name = "rectify",
-         .help = "Warp a picture of a calibrated pair so that matching points lie in one row",
+         .help = "Warp an image of a calibrated pair so that matching points lie in one row",
          .makes = Makes::Image,
          .example = {"IN", "--calib", "SET"},
          .gallery = {{.title = "A rectified pair",
-                      .text = "Two cameras' pictures of one moment, warped so that matching "
+                      .text = "Two cameras' images of one moment, warped so that matching "
                               "points lie in one row.",
                       .command = {"rectify", "PHOTOS/left01.jpg", "--right", "PHOTOS/right01.jpg",
                                   "-o", "OUT/rectified.png", "--calib", "OUT/stereo"},
@@ -125,12 +125,12 @@ Command rectify() {
             addGray(parser, o);
             addCalibrationFolder(parser, o.folder);
             CLI::Option* camera =
-                parser.add_option("--camera", o.camera, "Camera of the picture: 1 left, 2 right")
+                parser.add_option("--camera", o.camera, "Camera of the image: 1 left, 2 right")
                     ->capture_default_str();
             parser
                 .add_option(
                     "--right", o.right,
-                    "The right camera's picture: IN is the left one, and both are written side by "
+                    "The right camera's image: IN is the left one, and both are written side by "
                     "side with lines across")
                 ->excludes(camera);
         },
@@ -166,7 +166,7 @@ Command measure() {
          .text = pointAsText},
         [](CLI::App& parser, Options& o) {
             addCalibrationFolder(parser, o.folder);
-            addPoint(parser, "--p1", o.p1, "The point x,y in one rectified picture (pixels)")
+            addPoint(parser, "--p1", o.p1, "The point x,y in one rectified image (pixels)")
                 ->required();
             addPoint(parser, "--p2", o.p2, "The same point x,y in the other (pixels)")->required();
             parser.add_option("--unit", o.unit,

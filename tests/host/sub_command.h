@@ -31,11 +31,11 @@ inline void expectOneLine(const ProgramResult& run, int status) {
     EXPECT_GT(run.err.size() - said, 20U) << run.err;
 }
 
-// Runs a command line for each kind of file that is no picture, in place of every word "BAD", and
+// Runs a command line for each kind of file that is not an image, in place of every word "BAD", and
 // expects a failure of one line that leaves `out` unwritten.
 inline void expectEveryBadFileRefused(const std::vector<std::string>& commandLine,
                                       const TempFolder& folder, const std::string& out) {
-    std::ofstream(folder / "text.png") << "no picture\n";
+    std::ofstream(folder / "text.png") << "not an image\n";
     std::ofstream(folder / "empty.jpg");
     std::ofstream(folder / "cut.jpg", std::ios::binary) << "\xff\xd8\xff\xe0";
     for (const std::string& bad : {folder / "text.png", folder / "empty.jpg", folder / "cut.jpg",

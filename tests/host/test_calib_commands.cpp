@@ -61,7 +61,7 @@ TEST_F(CalibCommands, AFolderOfPhotographs) {
     for (const std::string& file : test::leftPhotos(3)) {
         std::filesystem::copy(file, folder.path());
     }
-    test::writeBytes(folder / "notes.txt", "not a picture");
+    test::writeBytes(folder / "notes.txt", "not an image");
     const ProgramResult run = tarvix({"calib", folder.path(), "--board", "9x6", "-o", set});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("3 photographs"));

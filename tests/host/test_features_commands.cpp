@@ -134,7 +134,7 @@ TEST_F(FeatureCommands, RegisterFailuresAreOneLineAndLeaveNothing) {
     EXPECT_THAT(none.err, HasSubstr("too few good matches"));
     EXPECT_EQ(filesIn(set), 0);
     expectOneLine(tarvix({"register", a, folder / "missing.png", "-o", set}), 1);
-    std::ofstream(folder / "text.png") << "no picture\n";
+    std::ofstream(folder / "text.png") << "not an image\n";
     expectOneLine(tarvix({"register", folder / "text.png", a, "-o", set}), 1);
     expectOneLine(tarvix({"register", a, "-o", folder / "x-{}.nosuchformat"}), 1);
     std::ofstream(folder / "file") << "in the way\n";

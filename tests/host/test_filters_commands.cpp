@@ -91,7 +91,7 @@ TEST_F(FilterCommands, ChessboardFailuresAreOneLine) {
         expectOneLine(tarvix({"chessboard", home, "--board", bad}), 2);
     }
     expectOneLine(tarvix({"chessboard", home}), 2);
-    std::ofstream(folder / "text.png") << "no picture\n";
+    std::ofstream(folder / "text.png") << "not an image\n";
     for (const std::string& bad : {folder / "text.png", folder / "missing.png", folder.path()}) {
         expectOneLine(tarvix({"chessboard", bad, "--board", "9x6"}), 1);
     }
