@@ -6,6 +6,9 @@
 #include "calib/calib_files.h"
 #include "calib/calib_writer.h"
 #include "calib/stereo_calibrate.h"
+#include "tests/support/files.h"
+#include "tests/support/lists.h"
+#include "tests/support/matrix_files.h"
 
 #include <tarvix/tarvix.h>
 
@@ -61,26 +64,6 @@ void stereoSearch(benchmark::State& state, bool equalSides) {
     state.counters["cores"] = omp_get_num_procs();
 }
 
-// A folder of its own, gone in the end.
-class Folder {
-public:
-    explicit Folder(const std::string& name = "results")
-        : m_path(fs::temp_directory_path() / ("tarvix-bench-" + name)) {
-        fs::create_directories(m_path);
-    }
-    ~Folder() { fs::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    [[nodiscard]] std::string path() const { return m_path.string(); }
-    void store(const char* name, const char* key, const cv::Mat& m) const {
-        cv::FileStorage storage(path() + "/" + name + ".xml", cv::FileStorage::WRITE);
-        storage << key << m;
-    }
-
-private:
-    fs::path m_path;
-};
-
 // A folder with a calibration for pictures of this size.
 class Calibration {
 public:
@@ -117,7 +100,7 @@ public:
     }
 
 private:
-    Folder m_folder{"calibration"};
+    test::TempFolder m_folder;
     cv::Mat m_camera, m_rotation, m_projection;
     cv::Mat m_distortion = (cv::Mat_<double>(1, 5) << -0.2, 0.05, 0.001, -0.001, 0);
 };
@@ -169,14 +152,12 @@ void calibrate(benchmark::State& state, bool isStereo) {
         return;
     }
     CStringArray list;
-    for (const std::string& file : files) {
-        list.Add(file.c_str());
-    }
+    test::fill(list, files);
     if (isStereo) {
         state.SetLabel("searches on two threads, which pays only where a second core is free");
     }
-    const Folder ours;
-    const Folder bare("bare");
+    const test::TempFolder ours;
+    const test::TempFolder bare;
     const cv::Size size = cv::imread(files[0]).size();
     const auto stereo = [&] {
         std::vector<std::vector<cv::Point2f>> one, two;
@@ -190,15 +171,15 @@ void calibrate(benchmark::State& state, bool isStereo) {
                             cv::CALIB_FIX_INTRINSIC,
                             {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 100, 1e-5});
         cv::stereoRectify(m1, d1, m2, d2, size, r, t, r1, r2, p1, p2, q, 0);
-        bare.store("M1", "MM1", m1);
-        bare.store("D1", "D1", d1);
-        bare.store("R1", "R1", r1);
-        bare.store("P1", "P1", p1);
-        bare.store("M2", "MM2", m2);
-        bare.store("D2", "D2", d2);
-        bare.store("R2", "R2", r2);
-        bare.store("P2", "P2", p2);
-        bare.store("Q", "Q", q);
+        test::store(bare / "M1.xml", "MM1", m1);
+        test::store(bare / "D1.xml", "D1", d1);
+        test::store(bare / "R1.xml", "R1", r1);
+        test::store(bare / "P1.xml", "P1", p1);
+        test::store(bare / "M2.xml", "MM2", m2);
+        test::store(bare / "D2.xml", "D2", d2);
+        test::store(bare / "R2.xml", "R2", r2);
+        test::store(bare / "P2.xml", "P2", p2);
+        test::store(bare / "Q.xml", "Q", q);
     };
     const auto mono = [&] {
         std::vector<std::vector<cv::Point2f>> views;
@@ -211,8 +192,8 @@ void calibrate(benchmark::State& state, bool isStereo) {
         cv::calibrateCamera(std::vector<std::vector<cv::Point3f>>(views.size(), flatBoard()), views,
                             size, camera, distortion, rotations, translations, 0,
                             {cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30, DBL_EPSILON});
-        bare.store("cam", "CameraMatrix", camera);
-        bare.store("dist", "DistCoeffs", distortion);
+        test::store(bare / "cam.xml", "CameraMatrix", camera);
+        test::store(bare / "dist.xml", "DistCoeffs", distortion);
     };
     if (isStereo) {
         bench::paired(
@@ -226,9 +207,9 @@ void calibrate(benchmark::State& state, bool isStereo) {
 // A file is read and checked, a point computed: microseconds.
 void measure(benchmark::State& state) {
     state.SetLabel("the export checks the file before OpenCV's reader sees it");
-    const Folder folder;
-    folder.store(
-        "Q", "Q",
+    const test::TempFolder folder;
+    test::store(
+        folder / "Q.xml", "Q",
         (cv::Mat_<double>(4, 4) << 1, 0, 0, -320, 0, 1, 0, -240, 0, 0, 0, 700, 0, 0, 0.1, 0));
     FPoint2D p1{400, 250}, p2{380, 250};
     FPoint3D point{};
@@ -260,7 +241,7 @@ void stereoGrowth(benchmark::State& state) {
     for (std::size_t i = 0; i < 2 * pairs; ++i) {
         list.Add(files[i % files.size()].c_str());
     }
-    const Folder results;
+    const test::TempFolder results;
     double seconds = 0;
     while (state.KeepRunning()) {
         const double took = bench::secondsOf(

@@ -3,6 +3,8 @@
 // key.
 #include "bench/paired.h"
 #include "bridge/dib_bridge.h"
+#include "tests/support/files.h"
+#include "tests/support/lists.h"
 
 #include <tarvix/tarvix.h>
 
@@ -18,14 +20,11 @@
 #include <array>
 #include <bit>
 #include <cfloat>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 const cv::Size twoMegapixels(1633, 1225);
 
@@ -257,40 +256,17 @@ void match(benchmark::State& state) {
         });
 }
 
-// Pictures in a folder of their own.
-class Files {
-public:
-    Files() : m_folder(fs::temp_directory_path() / "tarvix-bench") {
-        fs::create_directories(m_folder);
+// Two overlapping windows of a photograph, of 2 MP each, as files in the folder.
+std::vector<std::string> overlapping(const test::TempFolder& folder) {
+    cv::Mat whole = photo("building.jpg");
+    if (whole.empty()) {
+        return {};
     }
-    ~Files() { fs::remove_all(m_folder); }
-    Files(const Files&) = delete;
-    Files& operator=(const Files&) = delete;
-    [[nodiscard]] std::string operator/(const char* name) const {
-        return (m_folder / name).string();
-    }
-
-    // Two overlapping windows of a photograph, of 2 MP each.
-    [[nodiscard]] std::vector<std::string> overlapping() const {
-        cv::Mat whole = photo("building.jpg");
-        if (whole.empty()) {
-            return {};
-        }
-        cv::resize(whole, whole, {}, 1.3, 1.3, cv::INTER_CUBIC);
-        std::vector<std::string> files{*this / "a.bmp", *this / "b.bmp"};
-        cv::imwrite(files[0], whole({{0, 0}, twoMegapixels}));
-        cv::imwrite(files[1], whole({{400, 30}, twoMegapixels}));
-        return files;
-    }
-
-private:
-    fs::path m_folder;
-};
-
-void fill(CStringArray& list, const std::vector<std::string>& texts) {
-    for (const std::string& text : texts) {
-        list.Add(text.c_str());
-    }
+    cv::resize(whole, whole, {}, 1.3, 1.3, cv::INTER_CUBIC);
+    std::vector<std::string> files{folder / "a.bmp", folder / "b.bmp"};
+    cv::imwrite(files[0], whole({{0, 0}, twoMegapixels}));
+    cv::imwrite(files[1], whole({{400, 30}, twoMegapixels}));
+    return files;
 }
 
 // The registration of one picture onto another, straight through.
@@ -328,29 +304,29 @@ void registerBare(const std::vector<std::string>& files, const std::vector<std::
 }
 
 void registration(benchmark::State& state) {
-    const Files folder;
-    const std::vector<std::string> files = folder.overlapping();
+    const test::TempFolder folder;
+    const std::vector<std::string> files = overlapping(folder);
     const std::vector<std::string> results{folder / "1.bmp", folder / "2.bmp"};
     if (files.empty()) {
         state.SkipWithError("no photographs (package opencv-doc)");
         return;
     }
     CStringArray inputs, outputs;
-    fill(inputs, files);
-    fill(outputs, results);
+    test::fill(inputs, files);
+    test::fill(outputs, results);
     bench::paired(
         state, [&] { tx_MatchImages(inputs, outputs); }, [&] { registerBare(files, results); });
 }
 
 void stitch(benchmark::State& state) {
-    const Files folder;
-    const std::vector<std::string> files = folder.overlapping();
+    const test::TempFolder folder;
+    const std::vector<std::string> files = overlapping(folder);
     if (files.empty()) {
         state.SkipWithError("no photographs (package opencv-doc)");
         return;
     }
     CStringArray inputs;
-    fill(inputs, files);
+    test::fill(inputs, files);
     bench::paired(
         state, [&] { const tarvix::DibPtr result(tx_Stitch(inputs)); },
         [&] {
@@ -362,7 +338,7 @@ void stitch(benchmark::State& state) {
 }
 
 void load(benchmark::State& state) {
-    const Files folder;
+    const test::TempFolder folder;
     const std::string path = folder / "picture.png";
     cv::imwrite(path, picture(CV_8UC3));
     bench::paired(

@@ -1,16 +1,16 @@
 // How the registration of a set grows with the number of pictures: time in proportion (the counter
 // ms_each stays), memory not at all (peak_MB stays), pictures being read one at a time.
 #include "bench/paired.h"
+#include "tests/support/files.h"
+#include "tests/support/pictures.h"
 
 #include <tarvix/tarvix.h>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include <atomic>
 #include <filesystem>
-#include <random>
 #include <string>
 
 namespace {
@@ -49,52 +49,15 @@ private:
     mutable std::atomic<std::size_t> m_peak{0};
 };
 
-class Folder {
-public:
-    Folder() {
-        std::random_device random;
-        m_path =
-            std::filesystem::temp_directory_path() / ("tarvix-bench-" + std::to_string(random()));
-        std::filesystem::create_directories(m_path);
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    [[nodiscard]] std::string operator/(const std::string& name) const {
-        return (m_path / name).string();
-    }
-
-private:
-    std::filesystem::path m_path;
-};
-
-// Squares with sharp corners, so that keypoints are found again in every window.
-cv::Mat landscape() {
-    cv::Mat whole(1000, 1300, CV_8UC3, cv::Scalar::all(0));
-    cv::RNG rng(5);
-    for (int cell = 24; cell <= 96; cell *= 2) {
-        cv::Mat coarse(whole.rows / cell + 1, whole.cols / cell + 1, CV_8UC3);
-        rng.fill(coarse, cv::RNG::UNIFORM, 0, 256);
-        cv::Mat layer;
-        cv::resize(coarse, layer, whole.size(), 0, 0, cv::INTER_NEAREST);
-        cv::addWeighted(whole, 0.6, layer, 0.4, 0, whole);
-    }
-    cv::normalize(whole, whole, 0, 255, cv::NORM_MINMAX);
-    return whole;
-}
-
 void registration(benchmark::State& state) {
     static CountingAllocator allocator; // matrices may outlive this function
     cv::Mat::setDefaultAllocator(&allocator);
-    const Folder folder;
+    const test::TempFolder folder;
     const auto count = static_cast<int>(state.range(0));
     CStringArray inputs;
     CStringArray outputs;
     {
-        const cv::Mat whole = landscape();
+        const cv::Mat whole = test::landscape({1300, 1000}, 24);
         for (int i = 0; i < count; ++i) {
             // The canvas is the same for every number of pictures: the second one sets it.
             const cv::Rect window(i % 2 * 80, i % 2 * 60, 1200, 900);

@@ -1,6 +1,7 @@
 #include "bridge/dib_bridge.h"
 #include "bridge/dib_view.h"
 
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
 #include "tests/support/test_host.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 using namespace tarvix;
 using test::Dib;
-using test::identical;
+using test::IsIdenticalTo;
 
 TEST(StoredRowBytes, IsTheHeaderFormula) {
     for (int width = 0; width <= 40; ++width) {
@@ -50,10 +51,10 @@ TEST(DibToMat, SweepOfWidthsAndDepths) {
                 const cv::Mat picture =
                     test::noise(height, width, bits == 8 ? CV_8UC1 : CV_8UC3,
                                 static_cast<std::uint64_t>(width * 100 + height));
-                EXPECT_TRUE(identical(DibToMat(*test::dibOf(picture)), picture))
+                EXPECT_THAT(DibToMat(*test::dibOf(picture)), IsIdenticalTo(picture))
                     << bits << " bits, width " << width;
-                EXPECT_TRUE(
-                    identical(m, cv::Mat(height, width, picture.type(), cv::Scalar::all(0xA5))));
+                EXPECT_THAT(m, IsIdenticalTo(
+                                   cv::Mat(height, width, picture.type(), cv::Scalar::all(0xA5))));
             }
         }
     }
@@ -90,13 +91,13 @@ TEST(DibToMat, OwnsItsPixels) {
     const Dib dib = test::makeDib(5, 5, 24, 7);
     const cv::Mat m = DibToMat(*dib);
     std::memset(dib->m_pBits, 99, 5 * 16);
-    EXPECT_TRUE(identical(m, cv::Mat(5, 5, CV_8UC3, cv::Scalar::all(7))));
+    EXPECT_THAT(m, IsIdenticalTo(cv::Mat(5, 5, CV_8UC3, cv::Scalar::all(7))));
 }
 
 TEST(DibToMat, PaletteIsNotLookedUp) {
     const Dib dib = test::makeDib(3, 1, 8, 17);
     dib->m_bmi.bmiColors[17] = RGBQUAD{1, 2, 3, 0};
-    EXPECT_TRUE(identical(DibToMat(*dib), cv::Mat(1, 3, CV_8UC1, cv::Scalar(17))));
+    EXPECT_THAT(DibToMat(*dib), IsIdenticalTo(cv::Mat(1, 3, CV_8UC1, cv::Scalar(17))));
 }
 
 TEST(DibToMat, DamagedHeaderIsRefusedWithoutReadingPixels) {
@@ -119,7 +120,7 @@ TEST(MatToDib, SweepOfWidthsLeavesThePicture) {
                 ASSERT_NE(dib, nullptr);
                 EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, type == CV_8UC1 ? 8 : 24);
                 EXPECT_EQ(dib->m_bmi.bmiHeader.biHeight, height);
-                EXPECT_TRUE(identical(test::matOf(*dib), picture));
+                EXPECT_THAT(*dib, IsIdenticalTo(picture));
             }
         }
     }
@@ -130,7 +131,7 @@ TEST(MatToDib, NonContinuousMatrix) {
     const cv::Mat part = whole(cv::Rect(3, 4, 7, 9));
     const Dib dib(MatToDib(part));
     ASSERT_NE(dib, nullptr);
-    EXPECT_TRUE(identical(test::matOf(*dib), part));
+    EXPECT_THAT(*dib, IsIdenticalTo(part));
 }
 
 TEST(MatToDib, OtherTypesGiveABitmapThatWasNeverCreated) {
@@ -162,7 +163,7 @@ TEST(RoundTrip, ReproducesEveryPixel) {
             const cv::Mat picture = test::noise(6, width, type, 5);
             const Dib back(MatToDib(DibToMat(*test::dibOf(picture))));
             ASSERT_NE(back, nullptr);
-            EXPECT_TRUE(identical(test::matOf(*back), picture));
+            EXPECT_THAT(*back, IsIdenticalTo(picture));
         }
     }
 }
@@ -186,7 +187,7 @@ TEST(Bridge, AnyThread) {
         threads.emplace_back([&] {
             for (int i = 0; i < 50; ++i) {
                 const Dib back(MatToDib(DibToMat(*source)));
-                EXPECT_TRUE(identical(test::matOf(*back), picture));
+                EXPECT_THAT(*back, IsIdenticalTo(picture));
             }
         });
     }

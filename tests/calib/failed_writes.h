@@ -2,6 +2,8 @@
 #pragma once
 
 #include "tests/calib/views.h"
+#include "tests/support/files.h"
+#include "tests/support/lists.h"
 #include "tests/support/test_host.h"
 
 #include <tarvix/tarvix.h>

@@ -5,12 +5,17 @@
 #include "calib/document_check.h"
 #include "calib/undistort.h"
 #include "tests/calib/views.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/matrix_files.h"
+#include "tests/support/pictures.h"
 #include "tests/support/test_host.h"
 
 #include <tarvix/tarvix.h>
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <limits>
 #include <random>
 
@@ -110,13 +115,14 @@ TEST_F(CalibFiles, NumbersComeBackToTheBit) {
     m.at<double>(0, 2) = std::numeric_limits<double>::max();
     m.at<double>(0, 3) = std::numeric_limits<double>::infinity();
     write(folder.path(), {"any.xml", "Any"}, m);
-    EXPECT_TRUE(test::identical(tarvix::readMatrix(folder / "any.xml", "any.xml", "Any"), m));
+    EXPECT_THAT(tarvix::readMatrix(folder / "any.xml", "any.xml", "Any"), test::IsIdenticalTo(m));
 }
 
 TEST_F(CalibFiles, AnExistingFileIsReplacedAndNothingElseIsLeft) {
     const auto names = test::namesIn(folder.path());
     write(folder.path(), tarvix::cameraFile, someCamera * 2);
-    EXPECT_TRUE(test::identical(test::stored(folder / "cam.xml", "CameraMatrix"), someCamera * 2));
+    EXPECT_THAT(test::stored(folder / "cam.xml", "CameraMatrix"),
+                test::IsIdenticalTo(someCamera * 2));
     EXPECT_EQ(test::namesIn(folder.path()), names);
 }
 

@@ -3,6 +3,11 @@
 #include "calib/undistort.h"
 #include "tests/calib/views.h"
 #include "tests/support/export_test.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/lists.h"
+#include "tests/support/matrix_files.h"
+#include "tests/support/pictures.h"
 
 #include <tarvix/tarvix.h>
 
@@ -11,6 +16,8 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <filesystem>
+#include <stdexcept>
 
 namespace {
 
@@ -97,8 +104,8 @@ TEST_F(Calibration, RealPhotographsGiveWhatOpenCvGivesToTheBit) {
     const Direct direct(photos);
     const cv::Mat camera = test::stored(folder / "cam.xml", "CameraMatrix");
     const cv::Mat distortion = test::stored(folder / "dist.xml", "DistCoeffs");
-    EXPECT_TRUE(test::identical(camera, direct.camera));
-    EXPECT_TRUE(test::identical(distortion, direct.distortion));
+    EXPECT_THAT(camera, test::IsIdenticalTo(direct.camera));
+    EXPECT_THAT(distortion, test::IsIdenticalTo(direct.distortion));
     EXPECT_EQ(camera.type(), CV_64FC1);
     EXPECT_EQ(camera.size(), cv::Size(3, 3));
     EXPECT_EQ(distortion.size(), cv::Size(5, 1));
@@ -160,7 +167,8 @@ TEST_F(Calibration, SizeOfTheLastPictureCounts) {
     photos[2] = folder / "wide.png";
     ASSERT_EQ(calibrate(photos), 1);
     const Direct direct(photos);
-    EXPECT_TRUE(test::identical(test::stored(folder / "cam.xml", "CameraMatrix"), direct.camera));
+    EXPECT_THAT(test::stored(folder / "cam.xml", "CameraMatrix"),
+                test::IsIdenticalTo(direct.camera));
 }
 
 // A known camera, a board rendered through its lens, seeded noise of 2 grey levels.
@@ -242,10 +250,10 @@ TEST_F(Calibration, UndistortionIsTheBicubicRemapOnTheCalibratedMatrix) {
                   cv::Scalar(0, 0, 0, 0));
         const Dib dib = undistort(*test::dibOf(picture));
         ASSERT_NE(dib, nullptr);
-        EXPECT_TRUE(test::identical(test::matOf(*dib), expected));
+        EXPECT_THAT(*dib, test::IsIdenticalTo(expected));
         cv::Mat bilinear;
         cv::remap(picture, bilinear, map1, map2, cv::INTER_LINEAR);
-        EXPECT_FALSE(test::identical(test::matOf(*dib), bilinear));
+        EXPECT_THAT(*dib, testing::Not(test::IsIdenticalTo(bilinear)));
     }
 }
 

@@ -1,6 +1,9 @@
 // Calibrations that cannot be written: no folder, something in the way. What was there before stays
 // whole.
 #include "tests/calib/failed_writes.h"
+#include "tests/support/files.h"
+
+#include <filesystem>
 
 namespace {
 

@@ -1,5 +1,7 @@
 // Points in space from pairs of points.
 #include "tests/calib/views.h"
+#include "tests/support/files.h"
+#include "tests/support/matrix_files.h"
 #include "tests/support/test_host.h"
 
 #include <tarvix/tarvix.h>
@@ -7,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 namespace {

@@ -3,6 +3,9 @@
 #include "calib/calib_files.h"
 #include "tests/calib/failed_writes.h"
 #include "tests/support/file_size_limit.h"
+#include "tests/support/files.h"
+#include "tests/support/matrix_files.h"
+#include "tests/support/pictures.h"
 
 namespace {
 

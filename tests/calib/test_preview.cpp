@@ -6,6 +6,10 @@
 #include "calib/stereo_calibrate.h"
 #include "tests/calib/views.h"
 #include "tests/support/export_test.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/lists.h"
+#include "tests/support/pictures.h"
 #include "tests/support/x_server.h"
 
 #include <tarvix/tarvix.h>
@@ -68,7 +72,7 @@ TEST_F(Preview, TheLastViewIsInTheWindowShrunkToFitAndNeverEnlarged) {
         const cv::Mat view = expectedView(photos.back(), size, 0);
         EXPECT_LE(view.cols, std::min(size.width, 640));
         EXPECT_LE(view.rows, std::min(size.height, 480));
-        EXPECT_TRUE(test::identical(window.pixels(), expectedPixels(size, view))) << size;
+        EXPECT_THAT(window.pixels(), test::IsIdenticalTo(expectedPixels(size, view))) << size;
     }
     EXPECT_TRUE(host.messages.empty());
 }
@@ -88,8 +92,8 @@ TEST_F(Preview, ViewsBeforeTheOneWithoutABoardAreShown) {
     photos.push_back(test::photoPath("home.jpg"));
     const XWindow window(640, 480);
     EXPECT_EQ(calibrate(photos, window.handle()), 0);
-    EXPECT_TRUE(test::identical(
-        window.pixels(), expectedPixels({640, 480}, expectedView(photos[1], {640, 480}, 0))));
+    EXPECT_THAT(window.pixels(), test::IsIdenticalTo(expectedPixels(
+                                     {640, 480}, expectedView(photos[1], {640, 480}, 0))));
 }
 
 TEST_F(Preview, StereoShowsTheLeftViewWithItsRefinedCorners) {
@@ -98,8 +102,8 @@ TEST_F(Preview, StereoShowsTheLeftViewWithItsRefinedCorners) {
     test::fill(files, photos);
     const XWindow window(500, 500);
     ASSERT_EQ(tx_StereoCalib(files, folder.path().c_str(), 9, 6, 1, window.handle()), 1);
-    EXPECT_TRUE(test::identical(
-        window.pixels(), expectedPixels({500, 500}, expectedView(photos[2], {500, 500}, 11))));
+    EXPECT_THAT(window.pixels(), test::IsIdenticalTo(expectedPixels(
+                                     {500, 500}, expectedView(photos[2], {500, 500}, 11))));
 }
 
 TEST_F(Preview, WithAndWithoutAWindowTheFilesAreTheSame) {
@@ -150,9 +154,9 @@ TEST_F(Preview, ABitmapThatCannotBeMadeIsNoFailure) {
     morvel_dib_testing::failCreate(3);
     ASSERT_EQ(calibrate(test::leftPhotos(3), window.handle()), 1);
     // The third view is missing, the second stands.
-    EXPECT_TRUE(test::identical(
-        window.pixels(),
-        expectedPixels({320, 240}, expectedView(test::leftPhotos(3)[1], {320, 240}, 0))));
+    EXPECT_THAT(window.pixels(),
+                test::IsIdenticalTo(expectedPixels(
+                    {320, 240}, expectedView(test::leftPhotos(3)[1], {320, 240}, 0))));
 }
 
 } // namespace

@@ -3,12 +3,20 @@
 #include "calib/undistort.h"
 #include "tests/calib/views.h"
 #include "tests/support/export_test.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/lists.h"
+#include "tests/support/matrix_files.h"
+#include "tests/support/pictures.h"
 
 #include <tarvix/tarvix.h>
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <map>
+#include <set>
+#include <stdexcept>
 
 #include <omp.h>
 
@@ -88,7 +96,7 @@ TEST_F(Stereo, RealPhotographsGiveTheNineFilesOfOpenCvsCallsToTheBit) {
     for (const auto& [name, key] : stereoFiles) {
         names.insert(name);
         EXPECT_EQ(got[name].type(), CV_64FC1) << name;
-        EXPECT_TRUE(test::identical(got[name], expected.at(name))) << name;
+        EXPECT_THAT(got[name], test::IsIdenticalTo(expected.at(name))) << name;
     }
     EXPECT_EQ(test::namesIn(folder.path()), names);
     for (const char* n : {"1", "2"}) {
@@ -105,8 +113,8 @@ TEST_F(Stereo, IntrinsicsAreNotEstimatedOnPurpose) {
     ASSERT_EQ(calibrate(test::pairPhotos(2)), 1);
     Matrices m = storedSet();
     for (const std::string n : {"1", "2"}) {
-        EXPECT_TRUE(test::identical(m["M" + n + ".xml"], cv::Mat::eye(3, 3, CV_64F)));
-        EXPECT_TRUE(test::identical(m["D" + n + ".xml"], cv::Mat::zeros(1, 5, CV_64F)));
+        EXPECT_THAT(m["M" + n + ".xml"], test::IsIdenticalTo(cv::Mat::eye(3, 3, CV_64F)));
+        EXPECT_THAT(m["D" + n + ".xml"], test::IsIdenticalTo(cv::Mat::zeros(1, 5, CV_64F)));
     }
 }
 
@@ -123,7 +131,7 @@ TEST_F(Stereo, SquareSizeScalesTheBaselineAndNothingElse) {
     // The estimation ends when a step is small, at a slightly different place for each unit.
     const double tolerance = 1e-3;
     for (const std::string name : {"M1.xml", "D1.xml", "M2.xml", "D2.xml"}) {
-        EXPECT_TRUE(test::identical(one[name], many[name])) << name;
+        EXPECT_THAT(one[name], test::IsIdenticalTo(many[name])) << name;
     }
     for (const std::string name : {"R1.xml", "R2.xml"}) {
         EXPECT_LT(cv::norm(one[name], many[name], cv::NORM_INF), tolerance) << name;
@@ -261,8 +269,8 @@ TEST_F(Rectification, InterpolationCodeIsThreeOnPurpose) {
             cv::remap(picture, cubic, map1, map2, cv::INTER_CUBIC);
             const Dib dib = rectified(*test::dibOf(picture), camera);
             ASSERT_NE(dib, nullptr);
-            EXPECT_TRUE(test::identical(test::matOf(*dib), expected));
-            EXPECT_FALSE(test::identical(test::matOf(*dib), cubic));
+            EXPECT_THAT(*dib, test::IsIdenticalTo(expected));
+            EXPECT_THAT(*dib, testing::Not(test::IsIdenticalTo(cubic)));
         }
     }
 }
@@ -271,9 +279,9 @@ TEST_F(Rectification, EveryCameraButOneIsTheSecond) {
     const Dib picture = test::dibOf(test::scene(48, 64));
     const cv::Mat second = test::matOf(*rectified(*picture, 2));
     const cv::Mat first = test::matOf(*rectified(*picture, 1));
-    EXPECT_FALSE(test::identical(first, second));
+    EXPECT_THAT(first, testing::Not(test::IsIdenticalTo(second)));
     for (const int camera : {0, -5, 3, 1000}) {
-        EXPECT_TRUE(test::identical(test::matOf(*rectified(*picture, camera)), second));
+        EXPECT_THAT(*rectified(*picture, camera), test::IsIdenticalTo(second));
     }
 }
 

@@ -6,21 +6,12 @@
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
-#include <opencv2/core/persistence.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <set>
-#include <sstream>
 #include <string>
 #include <vector>
-
-#include <afxwin.h>
-
-#include <afxcoll.h>
 
 namespace test {
 
@@ -50,45 +41,6 @@ inline std::vector<std::string> pairPhotos(int pairs) {
         }
     }
     return files;
-}
-
-inline void fill(CStringArray& list, const std::vector<std::string>& files) {
-    list.RemoveAll();
-    for (const std::string& file : files) {
-        list.Add(file.c_str());
-    }
-}
-
-// The matrix under `key` in a file, read straight by OpenCV.
-inline cv::Mat stored(const std::string& path, const std::string& key) {
-    const cv::FileStorage storage(path, cv::FileStorage::READ);
-    cv::Mat m;
-    storage[key] >> m;
-    return m;
-}
-
-inline void store(const std::string& path, const std::string& key, const cv::Mat& m) {
-    cv::FileStorage storage(path, cv::FileStorage::WRITE);
-    storage << key << m;
-}
-
-inline std::string bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-inline void writeBytes(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-inline std::set<std::string> namesIn(const std::string& folder) {
-    std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        names.insert(entry.path().filename().string());
-    }
-    return names;
 }
 
 struct KnownCamera {

@@ -1,7 +1,11 @@
 // A host with the cascades that lie beside it:
-//   faces_probe find PICTURE    tx_FindFaces on the picture in grey, in an array that held
-//   something faces_probe track           tx_TrackFace
+//   faces_probe find PICTURE
+//   faces_probe track
+// The first calls tx_FindFaces on the picture in grey, with an array that held something, the
+// second tx_TrackFace.
 // Prints one line for each message, each face and the result.
+#include "tests/support/stored_rows.h"
+
 #include <tarvix/tarvix.h>
 
 #include <afxwin.h>
@@ -29,14 +33,15 @@ public:
 
 std::unique_ptr<CDib> inGrey(CDib& colour) {
     const BITMAPINFOHEADER& header = colour.m_bmi.bmiHeader;
-    const auto stride = static_cast<std::size_t>((header.biWidth * 3 + 3) / 4 * 4);
     cv::Mat grey;
-    cv::cvtColor(cv::Mat(header.biHeight, header.biWidth, CV_8UC3, colour.m_pBits, stride), grey,
-                 cv::COLOR_BGR2GRAY);
+    cv::cvtColor(
+        cv::Mat(header.biHeight, header.biWidth, CV_8UC3, colour.m_pBits, test::rowBytes(header)),
+        grey, cv::COLOR_BGR2GRAY);
     auto result = std::make_unique<CDib>();
     result->CreateGray(header.biWidth, header.biHeight);
+    const std::size_t stride = test::rowBytes(result->m_bmi.bmiHeader);
     for (int row = 0; row < grey.rows; ++row) {
-        std::memcpy(result->m_pBits + row * ((grey.cols + 3) / 4 * 4), grey.ptr(row),
+        std::memcpy(result->m_pBits + static_cast<std::size_t>(row) * stride, grey.ptr(row),
                     static_cast<std::size_t>(grey.cols));
     }
     return result;

@@ -1,6 +1,7 @@
 // Detection, the rule of the largest face, and what is drawn of it.
 #include "faces/face_detection.h"
 
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
@@ -66,7 +67,7 @@ TEST(DrawOutline, IsWhiteOnePixelWideAndReachesTheFarCorner) {
         cv::Mat after = before.clone();
         drawOutline(after, face);
         expectOutline(before, after, face);
-        EXPECT_FALSE(test::identical(before, after));
+        EXPECT_THAT(before, testing::Not(test::IsIdenticalTo(after)));
     }
 }
 
@@ -83,7 +84,7 @@ TEST(DrawOutline, OfAnEmptyRectangleIsNothing) {
     for (const cv::Rect& face : {cv::Rect(), cv::Rect(10, 10, 0, 20), cv::Rect(10, 10, 20, 0)}) {
         cv::Mat after = before.clone();
         drawOutline(after, face);
-        EXPECT_TRUE(test::identical(before, after));
+        EXPECT_THAT(before, test::IsIdenticalTo(after));
     }
 }
 
@@ -105,7 +106,7 @@ TEST_F(Detection, EqualisesInPlaceAndKeepsOpenCvsOrder) {
 
     cv::Mat grey = photo.clone();
     EXPECT_EQ(detectFaces(classifier, grey, {0, 0}), expected);
-    EXPECT_TRUE(test::identical(grey, equalised));
+    EXPECT_THAT(grey, test::IsIdenticalTo(equalised));
 }
 
 TEST_F(Detection, LeavesOutWhatIsTooSmall) {

@@ -3,8 +3,11 @@
 
 #include "bridge/guard.h"
 #include "bridge/rect_array.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
 #include "tests/support/program.h"
+#include "tests/support/stored_rows.h"
 #include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
@@ -91,7 +94,7 @@ TEST_F(FindFaces, ReturnsTheFaceOfAPhotograph) {
     const RECT face = faces[0];
     EXPECT_TRUE(face.left < 246 && face.right > 246 && face.top < 110 && face.bottom > 110);
     EXPECT_THAT(host.messages, IsEmpty());
-    EXPECT_TRUE(test::identical(test::matOf(*dib), photo)) << "the input is only read";
+    EXPECT_THAT(*dib, test::IsIdenticalTo(photo)) << "the input is only read";
 }
 
 TEST_F(FindFaces, KeepsOpenCvsOrderOfManyFaces) {
@@ -158,7 +161,7 @@ TEST_F(FindFaces, ABitmapWithoutPixelsForOpenCvHasNoFaces) {
 TEST_F(FindFaces, APictureStoredTopDownIsSearchedUpsideDown) {
     const cv::Mat photo = test::photo("messi5.jpg", true);
     const test::Dib dib = test::makeDib(photo.cols, -photo.rows, 8, 0);
-    const std::size_t stride = static_cast<std::size_t>(photo.cols + 3) / 4 * 4;
+    const std::size_t stride = test::rowBytes(photo.cols, 8);
     for (int y = 0; y < photo.rows; ++y) {
         std::copy_n(photo.ptr(y), photo.cols, dib->m_pBits + static_cast<std::size_t>(y) * stride);
     }
@@ -245,14 +248,10 @@ protected:
     }
 
     static std::string whole() {
-        std::ifstream file(TARVIX_HAAR_CASCADES "/haarcascade_frontalface_alt.xml",
-                           std::ios::binary);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
+        return test::bytesOf(TARVIX_HAAR_CASCADES "/haarcascade_frontalface_alt.xml");
     }
 
-    void write(const std::string& text) const { std::ofstream(cascade, std::ios::binary) << text; }
+    void write(const std::string& text) const { test::writeBytes(cascade, text); }
 
     // One message, no face, 0.
     static void expectMessage(const std::string& out, const std::string& what) {

@@ -1,6 +1,8 @@
 // tx_TrackFace for real: an emulated camera, a window on a display of the test's own, keys pressed
 // in it. The host is a program of its own, so what ends it ends no test.
 #include "tests/support/emulated_camera.h"
+#include "tests/support/environment.h"
+#include "tests/support/files.h"
 #include "tests/support/pictures.h"
 #include "tests/support/program.h"
 #include "tests/support/x_server.h"
@@ -211,9 +213,7 @@ TEST(TrackFace, ACameraThatNeverDeliversEndsWithAMessage) {
 TEST(TrackFace, WithoutADisplayEndsWithAMessageAndTheHostLives) {
     const EmulatedCamera camera({twoFaces()}, AfterLastFrame::repeat);
     const test::ScopedEnvironment platform("QT_QPA_PLATFORM", std::nullopt);
-    for (const std::optional<std::string>& display :
-         {std::optional<std::string>(), std::optional<std::string>(""),
-          std::optional<std::string>(":60999"), std::optional<std::string>("nonsense")}) {
+    for (const auto& display : test::noDisplays()) {
         SCOPED_TRACE(display.value_or("unset"));
         const test::ScopedEnvironment variable("DISPLAY", display);
         expectMessage(track(), "no display");

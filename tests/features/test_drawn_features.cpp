@@ -4,6 +4,7 @@
 #include "features/detectors.h"
 #include "features/drawn_features.h"
 #include "tests/support/export_test.h"
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
@@ -14,7 +15,7 @@
 namespace {
 
 using test::Dib;
-using test::identical;
+using test::IsIdenticalTo;
 using testing::IsEmpty;
 
 using DetectorTest = test::ExportTest;
@@ -125,7 +126,7 @@ TEST_F(DetectorTest, EveryDetectorDrawsItsKeypointsForBothDepths) {
             }
             EXPECT_GE(touched, static_cast<int>(keypoints.size()) * 99 / 100);
             EXPECT_EQ(cv::countNonZero(mask & ~allowed), 0);
-            EXPECT_TRUE(identical(test::matOf(*source), picture)) << "the input was changed";
+            EXPECT_THAT(*source, IsIdenticalTo(picture)) << "the input was changed";
         }
     }
     EXPECT_THAT(host.messages, IsEmpty());
@@ -146,11 +147,11 @@ TEST_F(DetectorTest, FlatPictureComesBackAsItIs) {
     for (int detector = 0; detector <= 4; ++detector) {
         const Dib result(tx_DetectorTest(*test::dibOf(flat), detector));
         ASSERT_NE(result, nullptr) << detector;
-        EXPECT_TRUE(identical(test::matOf(*result), flat)) << detector;
+        EXPECT_THAT(*result, IsIdenticalTo(flat)) << detector;
     }
     const Dib grey(tx_DetectorTest(*test::makeDib(120, 90, 8, 77), 1));
     ASSERT_NE(grey, nullptr);
-    EXPECT_TRUE(identical(test::matOf(*grey), cv::Mat(90, 120, CV_8UC3, cv::Scalar::all(77))));
+    EXPECT_THAT(*grey, IsIdenticalTo(cv::Mat(90, 120, CV_8UC3, cv::Scalar::all(77))));
 }
 
 TEST_F(DetectorTest, CallingTwiceDrawsAtTheSamePlaces) {
@@ -259,8 +260,8 @@ TEST_F(MatchTest, EuclideanNormOnBinaryDescriptorsAndNoFilter) {
     cv::theRNG().state = 99;
     const Dib result(tx_MatchTest(*test::dibOf(left), *test::dibOf(right), 1, 0));
     ASSERT_NE(result, nullptr);
-    EXPECT_TRUE(identical(test::matOf(*result), drawn(euclidean)));
-    EXPECT_FALSE(identical(test::matOf(*result), drawn(hamming)));
+    EXPECT_THAT(*result, IsIdenticalTo(drawn(euclidean)));
+    EXPECT_THAT(*result, testing::Not(IsIdenticalTo(drawn(hamming))));
 }
 
 TEST_F(MatchTest, GreyPairGivesTwentyFourBitsSideBySide) {

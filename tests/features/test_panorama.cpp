@@ -2,6 +2,7 @@
 #include <tarvix/tarvix.h>
 
 #include "tests/support/export_test.h"
+#include "tests/support/files.h"
 #include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>

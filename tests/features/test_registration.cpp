@@ -2,6 +2,8 @@
 #include <tarvix/tarvix.h>
 
 #include "features/registration.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
 #include "tests/support/test_host.h"
 
@@ -21,7 +23,7 @@
 
 namespace {
 
-using test::identical;
+using test::IsIdenticalTo;
 using testing::IsEmpty;
 
 // The random numbers of the descriptor index, the same from here on in every run.
@@ -189,7 +191,7 @@ TEST_F(MatchImages, FilesEqualTheLiteralCalls) {
     EXPECT_THAT(host.messages, IsEmpty());
     EXPECT_EQ(written(), 4);
     for (int i = 0; i < 4; ++i) {
-        EXPECT_TRUE(identical(output(i), expected.canvases[static_cast<std::size_t>(i)])) << i;
+        EXPECT_THAT(output(i), IsIdenticalTo(expected.canvases[static_cast<std::size_t>(i)])) << i;
     }
 }
 
@@ -199,7 +201,7 @@ TEST_F(MatchImages, OneFileIsWrittenUnchanged) {
     const cv::Mat picture = part(100, 100);
     EXPECT_EQ(run({save("in.png", picture)}, 1), 1);
     EXPECT_EQ(written(), 1);
-    EXPECT_TRUE(identical(output(0), picture));
+    EXPECT_THAT(output(0), IsIdenticalTo(picture));
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
@@ -230,7 +232,7 @@ TEST_F(MatchImages, ShiftToTheRightGrowsTheCanvasToTheRight) {
     ASSERT_EQ(written(), 2);
     expectSize(output(0), {510, 320});
     const cv::Rect atTheLeft(0, output(0).rows - 320, 420, 320);
-    EXPECT_TRUE(identical(output(0)(atTheLeft).clone(), reference));
+    EXPECT_THAT(output(0)(atTheLeft), IsIdenticalTo(reference));
     EXPECT_EQ(cv::countNonZero(output(0).colRange(420, output(0).cols).clone().reshape(1)), 0);
     EXPECT_EQ(output(1).size(), output(0).size());
     EXPECT_LT(shiftBetween(output(1)(cv::Rect(95, 5, 320, 310)).clone(),
@@ -252,7 +254,7 @@ TEST_F(MatchImages, ShiftUpAndLeftMovesTheReferenceOnTheCanvas) {
     EXPECT_EQ(run({save("a.png", reference), save("b.png", shifted)}, 2), 1);
     expectSize(output(0), {480, 360});
     const cv::Rect lowerRight({output(0).cols - 420, output(0).rows - 320}, reference.size());
-    EXPECT_TRUE(identical(output(0)(lowerRight).clone(), reference));
+    EXPECT_THAT(output(0)(lowerRight), IsIdenticalTo(reference));
     ASSERT_EQ(output(1).size(), output(0).size());
     EXPECT_LT(shiftBetween(output(1)(cv::Rect({0, 0}, shifted.size())).clone(), shifted),
               shiftTolerance + 0.5); // the outline's own rounding
@@ -273,7 +275,7 @@ TEST_F(MatchImages, ThreeThatAllRegisterShareOneCanvasThatHoldsTheReference) {
         for (int x = 80 - outlineTolerance; x <= 80 + outlineTolerance; ++x) {
             const cv::Rect place({x, y}, cv::Size(420, 320));
             found = found || ((place & cv::Rect({0, 0}, output(0).size())) == place &&
-                              identical(output(0)(place).clone(), part(200, 150)));
+                              testing::Value(output(0)(place), IsIdenticalTo(part(200, 150))));
         }
     }
     EXPECT_TRUE(found);
@@ -290,7 +292,7 @@ TEST_F(MatchImages, OnlyTheTranslationIsMovedIntoTheCanvas) {
     ASSERT_LT(expected.left, -20);
     seed();
     EXPECT_EQ(run({save("a.png", reference), save("b.png", image)}, 2), 1);
-    EXPECT_TRUE(identical(output(1), expected.canvases[1]));
+    EXPECT_THAT(output(1), IsIdenticalTo(expected.canvases[1]));
     // The exact move would land elsewhere.
     const cv::Matx33d canvasFromReference(1, 0, -expected.left, 0, 1, -expected.top, 0, 0, 1);
     cv::Mat exact;
@@ -435,7 +437,7 @@ TEST_F(MatchImages, ThePairingShiftsAfterAPictureThatWasLeftOut) {
                  CInvalidArgException*);
     // The files written before stay: the reference, and the flat picture at the third one's place.
     ASSERT_EQ(written(), 2);
-    EXPECT_TRUE(identical(output(0), pair.canvases[0]));
+    EXPECT_THAT(output(0), IsIdenticalTo(pair.canvases[0]));
     const cv::Mat second = output(1);
     expectSize(second, {480, 340});
     EXPECT_EQ(second.at<cv::Vec3b>(200, 300), cv::Vec3b(9, 99, 200));
@@ -522,8 +524,8 @@ TEST_F(MatchImages, AnImageWithoutKeypointsStillBuildsItsIndex) {
         // The pairing shifts after the image that was left out, so a name is missing in the end.
         EXPECT_THROW(run(files, 2), CInvalidArgException*);
         EXPECT_EQ(cv::theRNG().state, after);
-        EXPECT_TRUE(identical(output(0), expected.canvases[0]));
-        EXPECT_TRUE(identical(output(1), expected.canvases[1]));
+        EXPECT_THAT(output(0), IsIdenticalTo(expected.canvases[0]));
+        EXPECT_THAT(output(1), IsIdenticalTo(expected.canvases[1]));
     }
 }
 
@@ -669,8 +671,8 @@ TEST(TwoNearest, FewOrNoDescriptorsOnEitherSideAreWhatOpenCvMakesOfThem) {
                 actual.isRefused = true;
             }
             EXPECT_EQ(actual.isRefused, expected.isRefused) << query << ' ' << reference;
-            EXPECT_TRUE(identical(actual.found.dists, expected.found.dists));
-            EXPECT_TRUE(identical(actual.found.indices, expected.found.indices));
+            EXPECT_THAT(actual.found.dists, IsIdenticalTo(expected.found.dists));
+            EXPECT_THAT(actual.found.indices, IsIdenticalTo(expected.found.indices));
             EXPECT_EQ(cv::theRNG().state, state) << query << ' ' << reference;
             refused += expected.isRefused ? 1 : 0;
         }

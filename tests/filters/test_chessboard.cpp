@@ -4,6 +4,7 @@
 #include "filters/chessboard.h"
 #include "tests/support/decimal_comma.h"
 #include "tests/support/export_test.h"
+#include "tests/support/identical.h"
 #include "tests/support/pattern.h"
 #include "tests/support/pictures.h"
 
@@ -20,7 +21,7 @@
 namespace {
 
 using test::Dib;
-using test::identical;
+using test::IsIdenticalTo;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -75,10 +76,10 @@ TEST_F(FindChessboard, RealBoardsEqualTheLiteralCalls) {
         const Dib result(tx_FindChessboard(*source, 9, 6, text));
         ASSERT_NE(result, nullptr) << name;
         EXPECT_EQ(result->m_bmi.bmiHeader.biBitCount, 24);
-        EXPECT_TRUE(identical(test::matOf(*result), drawn)) << name;
+        EXPECT_THAT(*result, IsIdenticalTo(drawn)) << name;
         EXPECT_EQ(std::string(text.GetString()), printed(corners)) << name;
-        EXPECT_TRUE(identical(test::matOf(*source), picture)) << "the input was changed";
-        EXPECT_FALSE(identical(drawn, picture));
+        EXPECT_THAT(*source, IsIdenticalTo(picture)) << "the input was changed";
+        EXPECT_THAT(drawn, testing::Not(IsIdenticalTo(picture)));
     }
     EXPECT_THAT(host.messages, IsEmpty());
 }
@@ -156,7 +157,7 @@ TEST_F(FindChessboard, TheTwoNumbersGoThroughInTheGivenOrder) {
     } else {
         ASSERT_NE(result, nullptr);
         EXPECT_EQ(std::string(text.GetString()), printed(corners));
-        EXPECT_TRUE(identical(test::matOf(*result), drawn));
+        EXPECT_THAT(*result, IsIdenticalTo(drawn));
         CString asUsual;
         const Dib nineBySix(tx_FindChessboard(*test::dibOf(picture), 9, 6, asUsual));
         EXPECT_FALSE(text == asUsual);

@@ -2,6 +2,8 @@
 #include <tarvix/tarvix.h>
 
 #include "tests/support/export_test.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +20,7 @@
 namespace {
 
 using test::Dib;
-using test::identical;
+using test::IsIdenticalTo;
 using testing::HasSubstr;
 
 using LoadFile = test::ExportTest;
@@ -35,7 +37,7 @@ TEST_F(LoadFile, ColourFileIsLoadedAsItIs) {
     const Dib dib(tx_LoadFile((folder / "a b.png").c_str()));
     ASSERT_NE(dib, nullptr);
     EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 24);
-    EXPECT_TRUE(identical(test::matOf(*dib), picture));
+    EXPECT_THAT(*dib, IsIdenticalTo(picture));
 }
 
 TEST_F(LoadFile, GreyAndSixteenBitFilesGiveTwentyFourBits) {
@@ -95,8 +97,8 @@ TEST_F(Canny, EqualsTheBareCallForBothDepths) {
         const Dib dib(tx_Canny(*source, 40.5, 120.25, 5, 0));
         ASSERT_NE(dib, nullptr);
         EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 8);
-        EXPECT_TRUE(identical(test::matOf(*dib), expected));
-        EXPECT_TRUE(identical(test::matOf(*source), picture)) << "the input was changed";
+        EXPECT_THAT(*dib, IsIdenticalTo(expected));
+        EXPECT_THAT(*source, IsIdenticalTo(picture)) << "the input was changed";
     }
 }
 
@@ -107,9 +109,9 @@ TEST_F(Canny, AnyNonZeroFlagSelectsTheL2Norm) {
     const Dib one(tx_Canny(*source, 50, 150, 3, 1));
     const Dib five(tx_Canny(*source, 50, 150, 3, 5));
     const Dib minus(tx_Canny(*source, 50, 150, 3, -1));
-    EXPECT_TRUE(identical(test::matOf(*five), test::matOf(*one)));
-    EXPECT_TRUE(identical(test::matOf(*minus), test::matOf(*one)));
-    EXPECT_FALSE(identical(test::matOf(*l1), test::matOf(*one)));
+    EXPECT_THAT(*five, IsIdenticalTo(*one));
+    EXPECT_THAT(*minus, IsIdenticalTo(*one));
+    EXPECT_THAT(*l1, testing::Not(IsIdenticalTo(*one)));
 }
 
 TEST_F(Canny, ColourIsNotTurnedToGreyFirst) {
@@ -167,7 +169,7 @@ TEST_F(Denoise, EqualsTheBareCall) {
     const Dib dib(tx_Denoise(*test::dibOf(picture), 4.5F, 9.25F, 5, 11));
     ASSERT_NE(dib, nullptr);
     EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 24);
-    EXPECT_TRUE(identical(test::matOf(*dib), expected));
+    EXPECT_THAT(*dib, IsIdenticalTo(expected));
     EXPECT_TRUE(host.messages.empty());
 }
 
@@ -237,7 +239,7 @@ TEST_F(GetRectSubPix, EqualsTheBareCallForBothDepths) {
         const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 31, 18, 100.25F, 60.75F));
         ASSERT_NE(dib, nullptr);
         EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, grey ? 8 : 24);
-        EXPECT_TRUE(identical(test::matOf(*dib), expected));
+        EXPECT_THAT(*dib, IsIdenticalTo(expected));
     }
 }
 
@@ -252,7 +254,7 @@ TEST_F(GetRectSubPix, BeyondTheBorderThePixelsAreReplicated) {
     cv::Mat picture(9, 9, CV_8UC1, cv::Scalar(50));
     picture.col(8).setTo(210);
     const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 3, 3, 40, 4));
-    EXPECT_TRUE(identical(test::matOf(*dib), cv::Mat(3, 3, CV_8UC1, cv::Scalar(210))));
+    EXPECT_THAT(*dib, IsIdenticalTo(cv::Mat(3, 3, CV_8UC1, cv::Scalar(210))));
 }
 
 TEST_F(GetRectSubPix, FarBeyondTheBorderIsTheBorderToo) {
@@ -261,11 +263,11 @@ TEST_F(GetRectSubPix, FarBeyondTheBorderIsTheBorderToo) {
          {100.0F, 5e8F, 2e9F, 1e30F, std::numeric_limits<float>::infinity()}) {
         const Dib right(tx_getRectSubPix(*test::dibOf(picture), 3, 3, distant, 4));
         ASSERT_NE(right, nullptr) << distant;
-        EXPECT_TRUE(test::identical(test::matOf(*right).col(2), picture(cv::Rect(6, 3, 1, 3))))
+        EXPECT_THAT(test::matOf(*right).col(2), IsIdenticalTo(picture(cv::Rect(6, 3, 1, 3))))
             << distant;
         const Dib above(tx_getRectSubPix(*test::dibOf(picture), 3, 3, 3, -distant));
         ASSERT_NE(above, nullptr) << distant;
-        EXPECT_TRUE(test::identical(test::matOf(*above).row(0), picture(cv::Rect(2, 0, 3, 1))))
+        EXPECT_THAT(test::matOf(*above).row(0), IsIdenticalTo(picture(cv::Rect(2, 0, 3, 1))))
             << distant;
     }
     const Dib nowhere(tx_getRectSubPix(*test::dibOf(picture), 3, 3, std::nanf(""), 4));
@@ -291,8 +293,10 @@ TEST_F(GetRectSubPix, EqualsTheBareCallAroundEveryCentreThatOpenCvTakes) {
         const Dib dib(
             tx_getRectSubPix(*test::dibOf(image), size.width, size.height, centre.x, centre.y));
         ASSERT_NE(dib, nullptr);
-        if (!identical(test::matOf(*dib), expected) && ++different < 5) {
-            ADD_FAILURE() << image.size() << ", patch " << size << " around " << centre;
+        testing::StringMatchResultListener how;
+        if (!testing::ExplainMatchResult(IsIdenticalTo(expected), *dib, &how) && ++different < 5) {
+            ADD_FAILURE() << image.size() << ", patch " << size << " around " << centre << ", "
+                          << how.str();
         }
     }
     EXPECT_EQ(different, 0);

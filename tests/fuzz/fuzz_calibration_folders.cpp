@@ -1,8 +1,8 @@
 // Calibration folders whose files hold any bytes.
 #include "tests/fuzz/fuzzing.h"
+#include "tests/support/files.h"
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -24,14 +24,8 @@ const std::array<Reader, 4> readers{{
     {"tx_Meas3D", 0, {"Q.xml"}},
 }};
 
-std::string bytesOf(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 // A folder of calibration files, written anew only where something changes.
-class Folder {
+class CalibrationFolder {
 public:
     [[nodiscard]] std::string path() const { return m_folder.path(); }
 
@@ -40,7 +34,7 @@ public:
         const std::string& wanted = bytes ? *bytes : sound(file);
         const auto known = m_written.find(file);
         if (known == m_written.end() || known->second != wanted) {
-            std::ofstream(m_folder / file, std::ios::binary) << wanted;
+            test::writeBytes(m_folder / file, wanted);
             m_written[file] = wanted;
         }
     }
@@ -53,7 +47,7 @@ private:
     const std::string& sound(const std::string& file) {
         std::string& bytes = m_sound[file];
         if (bytes.empty()) {
-            bytes = bytesOf(fuzz::workplace().calibration() + "/" + file);
+            bytes = test::bytesOf(fuzz::workplace().calibration() + "/" + file);
         }
         return bytes;
     }
@@ -67,7 +61,7 @@ private:
 // The first byte chooses the export and which one of its files gets the rest; or all of them get a
 // part each, zeros between the parts, and an empty part is no file.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static Folder folder;
+    static CalibrationFolder folder;
     fuzz::Bytes in(data, size);
     const unsigned choice = in.byte();
     const Reader& reader = readers[choice % readers.size()];

@@ -1,5 +1,6 @@
 // Lists of any length with any names, and folders of any name.
 #include "tests/fuzz/fuzzing.h"
+#include "tests/support/files.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,15 +1,14 @@
 // Picture files with any bytes, into every export that reads files. The decoders are OpenCV's; what
 // is under test is what becomes of the pictures.
 #include "tests/fuzz/fuzzing.h"
-
-#include <fstream>
+#include "tests/support/files.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const test::TempFolder folder;
     fuzz::Bytes in(data, size);
     const std::string path = folder / "picture";
     const unsigned choice = in.byte() % 16;
-    std::ofstream(path, std::ios::binary) << in.rest();
+    test::writeBytes(path, in.rest());
 
     const test::Workplace& place = fuzz::workplace();
     const std::string& window = place.windows()[0];

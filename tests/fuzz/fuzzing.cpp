@@ -1,4 +1,5 @@
 #include "tests/fuzz/fuzzing.h"
+#include "tests/support/pictures.h"
 
 #include <MorvelDibTesting.h>
 #include <opencv2/core.hpp>

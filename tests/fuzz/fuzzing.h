@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tests/support/exports.h"
+#include "tests/support/pictures.h"
 
 #include <algorithm>
 #include <cstddef>

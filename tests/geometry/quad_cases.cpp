@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -49,6 +50,170 @@ Corners randomConvex(std::mt19937_64& random, cv::Size size) {
     }
     return corners;
 }
+
+// The kinds of hostileCases(). Each draws what it needs into a case whose size of the image and
+// focal length are set already.
+
+void facade(std::mt19937_64& random, QuadCase& c) {
+    c.quad = randomFacade(random);
+    c.focalMm = random() % 2 == 0 ? 0.0 : uniform(random, 18.0, 45.0);
+}
+
+void facadeInExtremePose(std::mt19937_64& random, QuadCase& c) {
+    SimulatedView view;
+    view.picture = c.quad.picture;
+    view.pitchDeg = uniform(random, -65.0, 65.0);
+    view.yawDeg = uniform(random, -65.0, 65.0);
+    view.rollDeg = uniform(random, -60.0, 60.0);
+    view.focalMm = uniform(random, 2.0, 60.0);
+    view.width = uniform(random, 0.01, 2.0);
+    view.height = uniform(random, 0.01, 2.0);
+    c.quad = photograph(view);
+    c.focalMm = random() % 2 == 0 ? 0.0 : 35.0;
+}
+
+void convex(std::mt19937_64& random, QuadCase& c) {
+    c.quad.corners = randomConvex(random, c.quad.picture);
+}
+
+void anyFourPoints(std::mt19937_64& random, QuadCase& c) {
+    for (cv::Point2d& q : c.quad.corners) {
+        q = randomPoint(random, c.quad.picture);
+    }
+}
+
+void selfCrossing(std::mt19937_64& random, QuadCase& c) {
+    convex(random, c);
+    std::swap(c.quad.corners[1], c.quad.corners[2]);
+}
+
+void reversedWinding(std::mt19937_64& random, QuadCase& c) {
+    c.quad = randomFacade(random);
+    std::swap(c.quad.corners[1], c.quad.corners[3]);
+}
+
+void onALineInWholeSteps(std::mt19937_64& random, QuadCase& c) {
+    const cv::Point2d origin(static_cast<double>(random() % 100),
+                             static_cast<double>(random() % 100));
+    const cv::Point2d step(static_cast<double>(random() % 9), static_cast<double>(random() % 9));
+    for (cv::Point2d& q : c.quad.corners) {
+        q = origin + step * static_cast<double>(random() % 12);
+    }
+}
+
+void onALineInFractions(std::mt19937_64& random, QuadCase& c) {
+    const cv::Point2d a = randomPoint(random, c.quad.picture);
+    const cv::Point2d b = randomPoint(random, c.quad.picture);
+    for (cv::Point2d& q : c.quad.corners) {
+        q = a + (b - a) * uniform(random, 0.0, 1.0);
+    }
+}
+
+void repeatedPoints(std::mt19937_64& random, QuadCase& c) {
+    convex(random, c);
+    Corners& p = c.quad.corners;
+    p[random() % 4] = p[random() % 4];
+    if (random() % 2 == 0) {
+        p[random() % 4] = p[random() % 4];
+    }
+    if (random() % 8 == 0) {
+        p.fill(p[0]);
+    }
+}
+
+void selfCrossingOfNoArea(std::mt19937_64& random, QuadCase& c) {
+    const double w = uniform(random, 0.1, 0.9) * c.quad.picture.width;
+    const double h = uniform(random, 0.1, 0.9) * c.quad.picture.height;
+    c.quad.corners = {cv::Point2d(0, 0), cv::Point2d(w, h), cv::Point2d(w, 0), cv::Point2d(0, h)};
+}
+
+void anExtremeCoordinate(std::mt19937_64& random, QuadCase& c) {
+    const double extremes[] = {0.0,    -0.0,  1e-300, 5e-324, 1e15,  1e20,     1e100,
+                               -1e100, 1e154, 1e155,  1e200,  1e300, 1e308,    -1e308,
+                               1e38,   4e38,  -1e12,  1e10,   nan,   infinity, -infinity};
+    convex(random, c);
+    Corners& p = c.quad.corners;
+    for (std::uint64_t n = random() % 3 + 1; n > 0; --n) {
+        (random() % 2 == 0 ? p[random() % 4].x : p[random() % 4].y) = pick(random, extremes);
+    }
+}
+
+void allScaled(std::mt19937_64& random, QuadCase& c) {
+    const double units[] = {1e-320, 1e-200, 1e-30, 1e-16, 1e-8, 1e-3,  1e3,
+                            1e7,    1e12,   1e18,  1e30,  1e77, 1e150, 1e305};
+    c.quad.corners = randomConvex(random, cv::Size(1, 1));
+    const double unit = pick(random, units);
+    for (cv::Point2d& q : c.quad.corners) {
+        q *= unit;
+        if (random() % 2 == 0) {
+            q += cv::Point2d(c.quad.picture.width * 0.5, c.quad.picture.height * 0.5);
+        }
+    }
+}
+
+void sliver(std::mt19937_64& random, QuadCase& c) {
+    convex(random, c);
+    const double height = c.quad.picture.height;
+    const double thin = std::pow(10.0, uniform(random, -17.0, -1.0));
+    for (cv::Point2d& q : c.quad.corners) {
+        q.y = height * uniform(random, 0.49, 0.51) + (q.y - height * 0.5) * thin;
+    }
+}
+
+// Upright, its half width w and half height h around the centre m.
+Corners rectangleAround(const cv::Point2d& m, double w, double h) {
+    return {cv::Point2d(m.x - w, m.y - h), cv::Point2d(m.x + w, m.y - h),
+            cv::Point2d(m.x + w, m.y + h), cv::Point2d(m.x - w, m.y + h)};
+}
+
+void rectangle(std::mt19937_64& random, QuadCase& c) {
+    const cv::Size size = c.quad.picture;
+    const double w = std::floor(uniform(random, 0.1, 0.5) * size.width);
+    const double h = std::floor(uniform(random, 0.1, 0.5) * size.height);
+    const double x = random() % 2 == 0 ? 0.0 : std::floor(uniform(random, -w, w));
+    const double y = random() % 2 == 0 ? 0.0 : std::floor(uniform(random, -h, h));
+    c.quad.corners = rectangleAround({size.width * 0.5 + x, size.height * 0.5 + y}, w, h);
+}
+
+void nearRectangle(std::mt19937_64& random, QuadCase& c) {
+    const cv::Size size = c.quad.picture;
+    const double shake = std::pow(10.0, uniform(random, -15.0, -1.0)) * size.width;
+    c.quad.corners =
+        rectangleAround({size.width * 0.5, size.height * 0.5}, 0.3 * size.width, 0.3 * size.height);
+    for (cv::Point2d& q : c.quad.corners) {
+        q.x += uniform(random, -shake, shake);
+        q.y += uniform(random, -shake, shake);
+    }
+}
+
+void concave(std::mt19937_64& random, QuadCase& c) {
+    convex(random, c);
+    Corners& p = c.quad.corners;
+    p[random() % 4] = (p[0] + p[1] + p[2] + p[3]) * 0.25 +
+                      cv::Point2d(uniform(random, -0.05, 0.05) * c.quad.picture.width, 0.0);
+}
+
+struct Kind {
+    const char* name;
+    void (*draw)(std::mt19937_64&, QuadCase&);
+};
+
+constexpr Kind kinds[] = {{"facade", facade},
+                          {"facade, extreme pose", facadeInExtremePose},
+                          {"convex", convex},
+                          {"any four points", anyFourPoints},
+                          {"self-crossing", selfCrossing},
+                          {"reversed winding", reversedWinding},
+                          {"on a line, whole steps", onALineInWholeSteps},
+                          {"on a line, fractions", onALineInFractions},
+                          {"repeated points", repeatedPoints},
+                          {"zero area, self-crossing", selfCrossingOfNoArea},
+                          {"an extreme coordinate", anExtremeCoordinate},
+                          {"all scaled", allScaled},
+                          {"sliver", sliver},
+                          {"rectangle", rectangle},
+                          {"near rectangle", nearRectangle},
+                          {"concave", concave}};
 
 } // namespace
 
@@ -102,170 +267,15 @@ std::vector<QuadCase> hostileCases(std::uint64_t seed, int count) {
     const double focals[] = {0.0,    -0.0, 0.0,      1e-3,      0.5,    -4.5, -35.0,
                              20.0,   35.0, 35.0,     50.0,      1000.0, 1e9,  1e300,
                              -1e300, nan,  infinity, -infinity, 5e-324};
-    const double extremes[] = {0.0,    -0.0,  1e-300, 5e-324, 1e15,  1e20,     1e100,
-                               -1e100, 1e154, 1e155,  1e200,  1e300, 1e308,    -1e308,
-                               1e38,   4e38,  -1e12,  1e10,   nan,   infinity, -infinity};
-    const double units[] = {1e-320, 1e-200, 1e-30, 1e-16, 1e-8, 1e-3,  1e3,
-                            1e7,    1e12,   1e18,  1e30,  1e77, 1e150, 1e305};
     std::mt19937_64 random(seed);
     std::vector<QuadCase> cases;
     for (int i = 0; i < count; ++i) {
+        const Kind& kind = kinds[static_cast<std::size_t>(i) % std::size(kinds)];
         QuadCase c;
         c.focalMm = pick(random, focals);
-        MarkedQuad& quad = c.quad;
-        quad.picture = pick(random, sizes);
-        const cv::Size size = quad.picture;
-        Corners& p = quad.corners;
-        const int kind = i % 16;
-        switch (kind) {
-        case 0:
-            c.name = "facade";
-            quad = randomFacade(random);
-            c.focalMm = random() % 2 == 0 ? 0.0 : uniform(random, 18.0, 45.0);
-            break;
-        case 1:
-            c.name = "facade, extreme pose";
-            {
-                SimulatedView view;
-                view.picture = size;
-                view.pitchDeg = uniform(random, -65.0, 65.0);
-                view.yawDeg = uniform(random, -65.0, 65.0);
-                view.rollDeg = uniform(random, -60.0, 60.0);
-                view.focalMm = uniform(random, 2.0, 60.0);
-                view.width = uniform(random, 0.01, 2.0);
-                view.height = uniform(random, 0.01, 2.0);
-                quad = photograph(view);
-            }
-            c.focalMm = random() % 2 == 0 ? 0.0 : 35.0;
-            break;
-        case 2:
-            c.name = "convex";
-            p = randomConvex(random, size);
-            break;
-        case 3:
-            c.name = "any four points";
-            for (cv::Point2d& q : p) {
-                q = randomPoint(random, size);
-            }
-            break;
-        case 4:
-            c.name = "self-crossing";
-            p = randomConvex(random, size);
-            std::swap(p[1], p[2]);
-            break;
-        case 5:
-            c.name = "reversed winding";
-            quad = randomFacade(random);
-            std::swap(p[1], p[3]);
-            break;
-        case 6:
-            c.name = "on a line, whole steps";
-            {
-                const cv::Point2d origin(static_cast<double>(random() % 100),
-                                         static_cast<double>(random() % 100));
-                const cv::Point2d step(static_cast<double>(random() % 9),
-                                       static_cast<double>(random() % 9));
-                for (cv::Point2d& q : p) {
-                    q = origin + step * static_cast<double>(random() % 12);
-                }
-            }
-            break;
-        case 7:
-            c.name = "on a line, fractions";
-            {
-                const cv::Point2d a = randomPoint(random, size);
-                const cv::Point2d b = randomPoint(random, size);
-                for (cv::Point2d& q : p) {
-                    q = a + (b - a) * uniform(random, 0.0, 1.0);
-                }
-            }
-            break;
-        case 8:
-            c.name = "repeated points";
-            p = randomConvex(random, size);
-            p[random() % 4] = p[random() % 4];
-            if (random() % 2 == 0) {
-                p[random() % 4] = p[random() % 4];
-            }
-            if (random() % 8 == 0) {
-                p.fill(p[0]);
-            }
-            break;
-        case 9:
-            c.name = "zero area, self-crossing";
-            {
-                const double w = uniform(random, 0.1, 0.9) * size.width;
-                const double h = uniform(random, 0.1, 0.9) * size.height;
-                p = {cv::Point2d(0, 0), cv::Point2d(w, h), cv::Point2d(w, 0), cv::Point2d(0, h)};
-            }
-            break;
-        case 10:
-            c.name = "an extreme coordinate";
-            p = randomConvex(random, size);
-            for (std::uint64_t n = random() % 3 + 1; n > 0; --n) {
-                (random() % 2 == 0 ? p[random() % 4].x : p[random() % 4].y) =
-                    pick(random, extremes);
-            }
-            break;
-        case 11:
-            c.name = "all scaled";
-            p = randomConvex(random, cv::Size(1, 1));
-            {
-                const double unit = pick(random, units);
-                for (cv::Point2d& q : p) {
-                    q *= unit;
-                    if (random() % 2 == 0) {
-                        q += cv::Point2d(size.width * 0.5, size.height * 0.5);
-                    }
-                }
-            }
-            break;
-        case 12:
-            c.name = "sliver";
-            p = randomConvex(random, size);
-            {
-                const double thin = std::pow(10.0, uniform(random, -17.0, -1.0));
-                for (cv::Point2d& q : p) {
-                    q.y = size.height * uniform(random, 0.49, 0.51) +
-                          (q.y - size.height * 0.5) * thin;
-                }
-            }
-            break;
-        case 13:
-            c.name = "rectangle";
-            {
-                const double w = std::floor(uniform(random, 0.1, 0.5) * size.width);
-                const double h = std::floor(uniform(random, 0.1, 0.5) * size.height);
-                const double x = random() % 2 == 0 ? 0.0 : std::floor(uniform(random, -w, w));
-                const double y = random() % 2 == 0 ? 0.0 : std::floor(uniform(random, -h, h));
-                const cv::Point2d m(size.width * 0.5 + x, size.height * 0.5 + y);
-                p = {cv::Point2d(m.x - w, m.y - h), cv::Point2d(m.x + w, m.y - h),
-                     cv::Point2d(m.x + w, m.y + h), cv::Point2d(m.x - w, m.y + h)};
-            }
-            break;
-        case 14:
-            c.name = "near rectangle";
-            {
-                const double w = 0.3 * size.width;
-                const double h = 0.3 * size.height;
-                const double shake = std::pow(10.0, uniform(random, -15.0, -1.0)) * size.width;
-                const cv::Point2d m(size.width * 0.5, size.height * 0.5);
-                p = {cv::Point2d(m.x - w, m.y - h), cv::Point2d(m.x + w, m.y - h),
-                     cv::Point2d(m.x + w, m.y + h), cv::Point2d(m.x - w, m.y + h)};
-                for (cv::Point2d& q : p) {
-                    q.x += uniform(random, -shake, shake);
-                    q.y += uniform(random, -shake, shake);
-                }
-            }
-            break;
-        default:
-            c.name = "concave";
-            p = randomConvex(random, size);
-            p[random() % 4] = (p[0] + p[1] + p[2] + p[3]) * 0.25 +
-                              cv::Point2d(uniform(random, -0.05, 0.05) * size.width, 0.0);
-            break;
-        }
-        c.name += " " + std::to_string(i);
+        c.quad.picture = pick(random, sizes);
+        kind.draw(random, c);
+        c.name = kind.name + (" " + std::to_string(i));
         cases.push_back(c);
     }
     return cases;

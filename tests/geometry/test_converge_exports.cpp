@@ -3,7 +3,9 @@
 #include "geometry/converge_search.h"
 #include "geometry/vect.h"
 #include "tests/support/export_test.h"
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
+#include "tests/support/stored_rows.h"
 
 #include <tarvix/tarvix.h>
 
@@ -21,7 +23,7 @@ namespace {
 
 using test::Dib;
 using test::dibOf;
-using test::identical;
+using test::IsIdenticalTo;
 using test::matOf;
 using Points = std::array<double, 8>;
 
@@ -40,8 +42,7 @@ protected:
 
 std::vector<unsigned char> storedBytes(const CDib& dib) {
     const BITMAPINFOHEADER& h = dib.m_bmi.bmiHeader;
-    const auto stride = static_cast<std::size_t>((h.biWidth * h.biBitCount + 31) / 32 * 4);
-    return {dib.m_pBits, dib.m_pBits + stride * static_cast<std::size_t>(std::abs(h.biHeight))};
+    return {dib.m_pBits, dib.m_pBits + test::storedBytes(h)};
 }
 
 // The correction
@@ -59,7 +60,7 @@ TEST_F(ConvergeExports, CornersOnASlantedLineGiveNoNumbersAndAWhiteImage) {
     for (std::size_t i = 8; i < 12; ++i) {
         EXPECT_EQ(result[i], 0.0) << i;
     }
-    EXPECT_TRUE(identical(matOf(*out), cv::Mat(450, 500, CV_8UC3, cv::Scalar::all(255))));
+    EXPECT_THAT(*out, IsIdenticalTo(cv::Mat(450, 500, CV_8UC3, cv::Scalar::all(255))));
 }
 
 TEST_F(ConvergeExports, CornersOnAnUprightLineAreRefusedByTheHomography) {
@@ -95,9 +96,9 @@ TEST_F(ConvergeExports, ConvergeIsSearchCorrectionAndWarp) {
         cv::Mat expected;
         cv::warpPerspective(scene, expected, cv::findHomography(f, t), {240, 180}, cv::INTER_LINEAR,
                             cv::BORDER_CONSTANT, cv::Scalar::all(255));
-        EXPECT_TRUE(identical(matOf(*out), expected));
+        EXPECT_THAT(*out, IsIdenticalTo(expected));
         EXPECT_EQ(corners, tilted);
-        EXPECT_TRUE(identical(matOf(*source), scene)); // the input is not modified
+        EXPECT_THAT(*source, IsIdenticalTo(scene)); // the input is not modified
     }
 }
 
@@ -136,7 +137,7 @@ TEST_F(ConvergeExports, PitchOnlyChangesOnlyTheFinalCorrection) {
         EXPECT_NE(result[9], 0.0); // yaw and roll are still reported
         EXPECT_NE(result[10], 0.0);
         EXPECT_NE(result[0], full[0]);
-        EXPECT_FALSE(identical(matOf(*a), matOf(*b)));
+        EXPECT_THAT(*a, testing::Not(IsIdenticalTo(*b)));
     }
 }
 
@@ -157,7 +158,7 @@ TEST_F(ConvergeExports, ANullResultIsAllowed) {
     const Dib source = dibOf(test::scene(180, 240));
     const Dib a(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, nullptr));
     const Dib b(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, result.data()));
-    EXPECT_TRUE(identical(matOf(*a), matOf(*b)));
+    EXPECT_THAT(*a, IsIdenticalTo(*b));
 }
 
 TEST_F(ConvergeExports, TheResultIsFilledEvenWhenTheFinalConversionFails) {
@@ -194,7 +195,7 @@ TEST_F(ConvergeExports, ScaledWithIdenticalCornersGivesThePicture) {
         const Dib out(tx_ConvergeScaled(*dibOf(picture), p.data(), p.data()));
         ASSERT_NE(out, nullptr);
         EXPECT_EQ(out->m_bmi.bmiHeader.biBitCount, type == CV_8UC1 ? 8 : 24);
-        EXPECT_TRUE(identical(matOf(*out), picture));
+        EXPECT_THAT(*out, IsIdenticalTo(picture));
     }
 }
 
@@ -215,7 +216,7 @@ TEST_F(ConvergeExports, ScaledAppliesWhatTheSearchFound) {
     const Dib source = dibOf(test::scene(180, 240));
     const Dib searched(tx_Converge(*source, corners.data(), 0.0, 1, 0, 0, 0, result.data()));
     const Dib applied(tx_ConvergeScaled(*source, corners.data(), result.data()));
-    EXPECT_TRUE(identical(matOf(*searched), matOf(*applied)));
+    EXPECT_THAT(*searched, IsIdenticalTo(*applied));
 }
 
 TEST_F(ConvergeExports, WhiteHereBlackInTheFourPointWarpTheCallersColourInTheAlignment) {
@@ -239,7 +240,7 @@ TEST_F(ConvergeExports, AlignRefusesAllButColourImages) {
         EXPECT_EQ(tx_PerspAlign(*image, *colour, corners.data(), corners.data(), 0, 0, 0), nullptr);
         const Dib out(tx_PerspAlign(*colour, *image, corners.data(), corners.data(), 0, 0, 0));
         ASSERT_NE(out, nullptr); // the reference may be anything
-        EXPECT_TRUE(identical(matOf(*out), matOf(*colour)));
+        EXPECT_THAT(*out, IsIdenticalTo(*colour));
     }
     CDib empty;
     EXPECT_EQ(tx_PerspAlign(empty, *colour, corners.data(), corners.data(), 0, 0, 0), nullptr);
@@ -255,7 +256,7 @@ TEST_F(ConvergeExports, AlignWithIdenticalPointsCopiesTheImageAtEveryWidth) {
         ASSERT_NE(out, nullptr);
         EXPECT_EQ(out->m_bmi.bmiHeader.biBitCount, 24);
         EXPECT_EQ(out->m_bmi.bmiHeader.biHeight, 13);
-        EXPECT_TRUE(identical(matOf(*out), picture)) << width;
+        EXPECT_THAT(*out, IsIdenticalTo(picture)) << width;
     }
 }
 
@@ -266,7 +267,7 @@ TEST_F(ConvergeExports, AlignIntoALargerFrameFillsWithTheColourBlueFirst) {
         tx_PerspAlign(*dibOf(picture), *test::makeDib(50, 40, 32), p.data(), p.data(), 255, 0, 0));
     const cv::Mat m = matOf(*out);
     ASSERT_EQ(m.size(), cv::Size(50, 40));
-    EXPECT_TRUE(identical(m(cv::Rect(0, 0, 21, 13)).clone(), picture));
+    EXPECT_THAT(m(cv::Rect(0, 0, 21, 13)), IsIdenticalTo(picture));
     EXPECT_EQ(m.at<cv::Vec3b>(39, 49), cv::Vec3b(255, 0, 0));
     EXPECT_EQ(m.at<cv::Vec3b>(20, 5), cv::Vec3b(255, 0, 0));
 }
@@ -280,11 +281,11 @@ TEST_F(ConvergeExports, AlignTouchesNoPaddingAndSamplesNone) {
         Points to = box(-8, -8, width + 8, 40); // enlarged: reaches past every edge
         const Dib out(tx_PerspAlign(*image, *image, from.data(), to.data(), 40, 50, 60));
         ASSERT_NE(out, nullptr);
-        EXPECT_TRUE(identical(matOf(*out), picture)) << width;
+        EXPECT_THAT(*out, IsIdenticalTo(picture)) << width;
         EXPECT_EQ(storedBytes(*image), before);
         // A new bitmap is all zero; the fill colour must not have spilled into the padding.
         const std::vector<unsigned char> bytes = storedBytes(*out);
-        const std::size_t stride = bytes.size() / 29;
+        const std::size_t stride = test::rowBytes(width, 24);
         for (std::size_t row = 0; row < 29; ++row) {
             for (std::size_t i = static_cast<std::size_t>(width) * 3; i < stride; ++i) {
                 EXPECT_EQ(bytes[row * stride + i], 0);
@@ -301,7 +302,7 @@ TEST_F(ConvergeExports, AlignTakesRowsAsStoredBottomUp) {
     std::copy(bytes.begin(), bytes.end(), topDown->m_pBits);
     Points p = {0, 0, 20, 1, 18, 11, 1, 12};
     const Dib out(tx_PerspAlign(*topDown, *bottomUp, p.data(), p.data(), 0, 0, 0));
-    EXPECT_TRUE(identical(matOf(*out), picture));
+    EXPECT_THAT(*out, IsIdenticalTo(picture));
 }
 
 TEST_F(ConvergeExports, AlignEqualsTheWarpOfACopy) {
@@ -320,7 +321,7 @@ TEST_F(ConvergeExports, AlignEqualsTheWarpOfACopy) {
         const Dib out(tx_PerspAlign(*dibOf(picture), *test::makeDib(width, 100, 1), from.data(),
                                     to.data(), 7, 8, 9));
         ASSERT_NE(out, nullptr);
-        EXPECT_TRUE(identical(matOf(*out), expected)) << width;
+        EXPECT_THAT(*out, IsIdenticalTo(expected)) << width;
     }
 }
 

@@ -2,6 +2,7 @@
 #include "geometry/projective_warp.h"
 
 #include "tests/support/export_test.h"
+#include "tests/support/identical.h"
 #include "tests/support/memory.h"
 #include "tests/support/pictures.h"
 
@@ -17,7 +18,7 @@
 namespace {
 
 using test::Dib;
-using test::identical;
+using test::IsIdenticalTo;
 using Corners = std::array<double, 8>;
 
 Corners box(double left, double top, double right, double bottom) {
@@ -42,10 +43,9 @@ TEST_F(Projective, SameCornersGiveThePictureAndAFullMask) {
             const Dib warped(tx_Projective(*source, corners.data(), corners.data()));
             ASSERT_NE(warped, nullptr);
             EXPECT_EQ(warped->m_bmi.bmiHeader.biBitCount, type == CV_8UC1 ? 8 : 24);
-            EXPECT_TRUE(identical(test::matOf(*warped), picture));
+            EXPECT_THAT(*warped, IsIdenticalTo(picture));
             const Dib mask(tx_GetProjectiveMask(*source, corners.data(), corners.data()));
-            EXPECT_TRUE(
-                identical(test::matOf(*mask), cv::Mat(29, width, CV_8UC1, cv::Scalar(255))));
+            EXPECT_THAT(*mask, IsIdenticalTo(cv::Mat(29, width, CV_8UC1, cv::Scalar(255))));
         }
     }
 }
@@ -100,7 +100,7 @@ TEST_F(Projective, EqualsTheDefinition) {
     cv::Mat expected;
     cv::warpPerspective(picture, expected, m, {400, 410});
     const Dib warped(tx_Projective(*test::dibOf(picture), from.data(), to.data()));
-    EXPECT_TRUE(identical(test::matOf(*warped), expected));
+    EXPECT_THAT(*warped, IsIdenticalTo(expected));
 }
 
 TEST_F(Projective, FillIsBlackAndTheMaskSaysWhere) {
@@ -132,7 +132,7 @@ TEST_F(Projective, MaskNeedsOnlyTheSize) {
             const Dib mask(
                 tx_GetProjectiveMask(*test::makeDib(8, height, bits), from.data(), to.data()));
             ASSERT_NE(mask, nullptr);
-            EXPECT_TRUE(identical(test::matOf(*mask), test::matOf(*reference)));
+            EXPECT_THAT(*mask, IsIdenticalTo(*reference));
         }
     }
 }

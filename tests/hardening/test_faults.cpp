@@ -5,15 +5,14 @@
 #include "tests/support/exports.h"
 #include "tests/support/fault_injection.h"
 #include "tests/support/file_size_limit.h"
+#include "tests/support/files.h"
 
 #include <MorvelDibTesting.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
 #include <omp.h>
 
@@ -27,11 +26,6 @@ const std::string earlier = "an earlier calibration";
 const test::Workplace& place() {
     static const test::Workplace one;
     return one;
-}
-
-std::string bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 class Faults : public testing::TestWithParam<const test::Export*> {
@@ -53,7 +47,7 @@ protected:
         }
         EXPECT_NE(usual.value, 0);
         for (const std::string& path : arguments.outputs) {
-            usualOutputs.push_back(bytesOf(path));
+            usualOutputs.push_back(test::bytesOf(path));
         }
     }
 
@@ -61,7 +55,7 @@ protected:
     void tryWith(const std::string& fault, const std::function<int(const test::Call&)>& around) {
         SCOPED_TRACE(fault);
         for (const std::string& path : arguments.outputs) {
-            std::ofstream(path) << earlier;
+            test::writeBytes(path, earlier);
         }
         const long dibs = morvel_dib_testing::liveObjects();
         test::Outcome outcome;
@@ -73,7 +67,7 @@ protected:
         }
         if (writesCalibration) {
             for (std::size_t i = 0; i < arguments.outputs.size(); ++i) {
-                const std::string now = bytesOf(arguments.outputs[i]);
+                const std::string now = test::bytesOf(arguments.outputs[i]);
                 EXPECT_TRUE(now == earlier || now == usualOutputs[i]) << arguments.outputs[i];
                 // The pair of one camera is replaced together, and only by a call that succeeds.
                 if (std::string(e.name) == "tx_Calib") {

@@ -1,7 +1,7 @@
 // What the tests of the host's sub-commands share.
 #pragma once
 
-#include "tests/support/pictures.h"
+#include "tests/support/files.h"
 #include "tests/support/program.h"
 
 #include <gmock/gmock.h>

@@ -8,6 +8,11 @@
 #include <filesystem>
 
 #if __has_include(<xcb/xcb.h>)
+#include "tests/support/environment.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/matrix_files.h"
+#include "tests/support/pictures.h"
 #include "tests/support/x_server.h"
 #endif
 
@@ -52,7 +57,7 @@ TEST_F(CalibCommands, CalibPrintsTheMatricesAndUndistortUsesThem) {
     const std::string photo = test::pairPhoto("left", 12);
     ASSERT_EQ(tarvix({"undistort", photo, "-o", out, "--calib", set}).status, 0);
     EXPECT_EQ(cv::imread(out).size(), cv::Size(640, 480));
-    EXPECT_FALSE(test::identical(cv::imread(out), cv::imread(photo)));
+    EXPECT_THAT(cv::imread(out), testing::Not(test::IsIdenticalTo(cv::imread(photo))));
     ASSERT_EQ(tarvix({"undistort", photo, "-o", out, "--calib", set, "--gray"}).status, 0);
     EXPECT_EQ(cv::imread(out, cv::IMREAD_UNCHANGED).type(), CV_8UC1);
 }
@@ -143,7 +148,8 @@ TEST_F(CalibCommands, RectifyOneAndBothSideBySide) {
     const cv::Mat pair = cv::imread(out);
     ASSERT_EQ(pair.size(), cv::Size(1280, 480));
     EXPECT_EQ(pair.at<cv::Vec3b>(30, 5), cv::Vec3b(60, 160, 255)); // the first line
-    EXPECT_TRUE(test::identical(pair(cv::Rect(640, 0, 640, 29)), second(cv::Rect(0, 0, 640, 29))));
+    EXPECT_THAT(pair(cv::Rect(640, 0, 640, 29)),
+                test::IsIdenticalTo(second(cv::Rect(0, 0, 640, 29))));
 }
 
 TEST_F(CalibCommands, EveryBadFileIsRefusedInOneLine) {

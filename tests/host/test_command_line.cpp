@@ -1,6 +1,9 @@
 // The sample host, run as a user runs it.
 #include "host/commands.h"
 #include "tests/host/sub_command.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
@@ -64,7 +67,7 @@ TEST_F(CommandLine, OutputThatIsLostIsAFailure) {
 
 TEST_F(CommandLine, LoadWritesThePicture) {
     EXPECT_EQ(tarvix({"load", home, "-o", out}).status, 0);
-    EXPECT_TRUE(test::identical(result(), test::photo("home.jpg")));
+    EXPECT_THAT(result(), test::IsIdenticalTo(test::photo("home.jpg")));
 }
 
 TEST_F(CommandLine, CannyOfColourAndGrey) {

@@ -1,5 +1,8 @@
 // The sub-commands keypoints, match, register and stitch, run as a user runs them.
 #include "tests/host/sub_command.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -123,7 +126,7 @@ TEST_F(FeatureCommands, RegisterSaysWhatWasLeftOut) {
 TEST_F(FeatureCommands, RegisterAloneWritesThePicture) {
     const std::string a = window("a.png", 200, 100);
     EXPECT_EQ(tarvix({"register", a, "-o", folder / "set"}).status, 0);
-    EXPECT_TRUE(test::identical(cv::imread(folder / "set/registered-00.png"), cv::imread(a)));
+    EXPECT_THAT(cv::imread(folder / "set/registered-00.png"), test::IsIdenticalTo(cv::imread(a)));
 }
 
 TEST_F(FeatureCommands, RegisterFailuresAreOneLineAndLeaveNothing) {

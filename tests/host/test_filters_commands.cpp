@@ -1,6 +1,8 @@
 // The sub-commands lines and chessboard, run as a user runs them.
 #include "tests/host/sub_command.h"
+#include "tests/support/files.h"
 #include "tests/support/pattern.h"
+#include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

@@ -1,5 +1,6 @@
 // The sub-command track, run as a user runs it, with an emulated camera.
 #include "tests/support/emulated_camera.h"
+#include "tests/support/environment.h"
 #include "tests/support/program.h"
 #include "tests/support/x_server.h"
 

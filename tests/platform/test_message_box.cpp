@@ -1,9 +1,9 @@
 // The class library's message box on a real display, and without one.
+#include "tests/support/environment.h"
 #include "tests/support/x_server.h"
 
 #include <clocale>
 #include <future>
-#include <optional>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -116,8 +116,8 @@ TEST(MessageBox, GoesToStandardErrorWhenTheDisplayEndsUnderIt) {
 }
 
 TEST(MessageBox, GoesToStandardErrorWithoutADisplay) {
-    for (const std::optional<std::string>& display :
-         {std::optional<std::string>(), std::optional<std::string>(":54321")}) {
+    for (const auto& display : test::noDisplays()) {
+        SCOPED_TRACE(display.value_or("unset"));
         const ScopedEnvironment none("DISPLAY", display);
         testing::internal::CaptureStderr();
         const int button = AfxMessageBox("nothing to show it on: 100%s", MB_OK, 0);

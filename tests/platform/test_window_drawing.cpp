@@ -1,4 +1,6 @@
 // CDib::BitBlt into windows of a real X server; the windows' pixels are read back and compared.
+#include "tests/support/environment.h"
+#include "tests/support/identical.h"
 #include "tests/support/x_server.h"
 
 #include <cstddef>
@@ -16,9 +18,8 @@
 
 namespace {
 
+using test::IsIdenticalTo;
 using test::ScopedEnvironment;
-using test::windowHandle;
-using test::XPixmap;
 using test::XServer;
 using test::XWindow;
 
@@ -88,11 +89,6 @@ private:
     }
 };
 
-bool areEqual(const cv::Mat& first, const cv::Mat& second) {
-    return first.size() == second.size() && first.type() == second.type() &&
-           cv::norm(first, second, cv::NORM_INF) == 0;
-}
-
 // The window's picture as it should be: source pixel by source pixel, wherever both sides exist.
 cv::Mat expected(cv::Size window, const cv::Mat& picture, int xDest, int yDest, int width,
                  int height, int xSrc, int ySrc) {
@@ -131,8 +127,8 @@ TEST_F(Drawing, ShowsEveryDepthWidthAndRowOrder) {
                 const XWindow window(12, 8);
                 const int rows = std::abs(height);
                 ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, width, rows, 0, 0, SRCCOPY), 0);
-                EXPECT_TRUE(areEqual(window.pixels(),
-                                     expected({12, 8}, sample.picture, 0, 0, width, rows, 0, 0)))
+                EXPECT_THAT(window.pixels(), IsIdenticalTo(expected({12, 8}, sample.picture, 0, 0,
+                                                                    width, rows, 0, 0)))
                     << width << " x " << height << ", " << bitCount << " bits";
             }
         }
@@ -141,32 +137,35 @@ TEST_F(Drawing, ShowsEveryDepthWidthAndRowOrder) {
 
 TEST_F(Drawing, LeavesOutWhatLiesOutsideTheBitmapOrTheWindow) {
     struct Case {
-        int xDest, yDest, width, height, xSrc, ySrc;
+        int xDest = 0, yDest = 0, width = 7, height = 5, xSrc = 0, ySrc = 0;
     };
-    for (const Case& c :
-         {Case{3, 2, 7, 5, 0, 0},               // elsewhere in the window
-          Case{0, 0, 3, 2, 2, 1},               // a part of the bitmap
-          Case{0, 0, 100, 100, 0, 0},           // more than the bitmap
-          Case{0, 0, 7, 5, 4, 3},               // beyond its right and bottom
-          Case{2, 2, 7, 5, -3, -1},             // before its left and top
-          Case{-2, -3, 7, 5, 0, 0},             // before the window's
-          Case{7, 5, 7, 5, 0, 0},               // beyond the window's
-          Case{100, 100, 7, 5, 0, 0},           // all outside the window
-          Case{0, 0, 7, 5, 7, 5},               // all outside the bitmap
-          Case{0, 0, 7, 5, -7, 0},              //
-          Case{-1, -1, most, most, -2, -2},     // extremes
-          Case{least, least, most, most, 0, 0}, //
-          Case{least, 0, most, 5, least, 0},    //
-          Case{most, most, most, most, most, most}, Case{1, 1, most, most, least, least}}) {
+    const std::vector<Case> cases{
+        {.xDest = 3, .yDest = 2},                         // elsewhere in the window
+        {.width = 3, .height = 2, .xSrc = 2, .ySrc = 1},  // a part of the bitmap
+        {.width = 100, .height = 100},                    // more than the bitmap
+        {.xSrc = 4, .ySrc = 3},                           // beyond its right and bottom
+        {.xDest = 2, .yDest = 2, .xSrc = -3, .ySrc = -1}, // before its left and top
+        {.xDest = -2, .yDest = -3},                       // before the window's
+        {.xDest = 7, .yDest = 5},                         // beyond the window's
+        {.xDest = 100, .yDest = 100},                     // all outside the window
+        {.xSrc = 7, .ySrc = 5},                           // all outside the bitmap
+        {.xSrc = -7},
+        // extremes
+        {.xDest = -1, .yDest = -1, .width = most, .height = most, .xSrc = -2, .ySrc = -2},
+        {.xDest = least, .yDest = least, .width = most, .height = most},
+        {.xDest = least, .width = most, .xSrc = least},
+        {most, most, most, most, most, most},
+        {.xDest = 1, .yDest = 1, .width = most, .height = most, .xSrc = least, .ySrc = least}};
+    for (const Case& c : cases) {
         for (const int height : {5, -5}) {
             Sample sample(7, height, 24);
             const XWindow window(10, 8);
             EXPECT_NE(sample.dib.BitBlt(window.handle(), c.xDest, c.yDest, c.width, c.height,
                                         c.xSrc, c.ySrc, SRCCOPY),
                       0);
-            EXPECT_TRUE(
-                areEqual(window.pixels(), expected({10, 8}, sample.picture, c.xDest, c.yDest,
-                                                   c.width, c.height, c.xSrc, c.ySrc)))
+            EXPECT_THAT(window.pixels(),
+                        IsIdenticalTo(expected({10, 8}, sample.picture, c.xDest, c.yDest, c.width,
+                                               c.height, c.xSrc, c.ySrc)))
                 << c.xDest << ' ' << c.yDest << ' ' << c.width << ' ' << c.height << ' ' << c.xSrc
                 << ' ' << c.ySrc;
         }
@@ -178,7 +177,7 @@ TEST_F(Drawing, ShowsPicturesLargerThanOneRequest) {
         Sample sample(1600, 1200, bitCount);
         const XWindow window(1600, 1200);
         ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, 1600, 1200, 0, 0, SRCCOPY), 0);
-        EXPECT_TRUE(areEqual(window.pixels(), sample.picture));
+        EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.picture));
     }
 }
 
@@ -187,7 +186,7 @@ TEST_F(Drawing, ReplacesWhatWasShown) {
     const XWindow window(9, 6);
     ASSERT_NE(first.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
     ASSERT_NE(second.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
-    EXPECT_TRUE(areEqual(window.pixels(), second.picture));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(second.picture));
 }
 
 TEST_F(Drawing, FillsTheWholeClientArea) {
@@ -197,14 +196,14 @@ TEST_F(Drawing, FillsTheWholeClientArea) {
     Sample sample(client.right, client.bottom, 24);
     ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, client.right, client.bottom, 0, 0, SRCCOPY),
               0);
-    EXPECT_TRUE(areEqual(window.pixels(), sample.picture));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.picture));
 }
 
 TEST_F(Drawing, ShowsOpaquePixelsWhereWindowsHaveOpacity) {
     Sample sample(9, 6, 32); // its fourth bytes are random
     const XWindow window(9, 6, 32);
     ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
-    EXPECT_TRUE(areEqual(window.pixels(), sample.picture));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.picture));
     const cv::Mat raw = window.rawPixels();
     for (int y = 0; y < raw.rows; ++y) {
         for (int x = 0; x < raw.cols; ++x) {
@@ -220,7 +219,7 @@ TEST_F(Drawing, RefusesOtherRasterOperations) {
     for (const DWORD rop : {sourceInvert, blackness, DWORD{0}, DWORD{SRCCOPY} | 1U}) {
         EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, rop), 0);
     }
-    EXPECT_TRUE(areEqual(window.pixels(), cv::Mat(4, 4, CV_8UC3, XWindow::background)));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(cv::Mat(4, 4, CV_8UC3, XWindow::background)));
 }
 
 TEST_F(Drawing, RefusesEmptyExtentsAndEmptyBitmaps) {
@@ -232,7 +231,7 @@ TEST_F(Drawing, RefusesEmptyExtentsAndEmptyBitmaps) {
     }
     CDib none;
     EXPECT_EQ(none.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0);
-    EXPECT_TRUE(areEqual(window.pixels(), cv::Mat(4, 4, CV_8UC3, XWindow::background)));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(cv::Mat(4, 4, CV_8UC3, XWindow::background)));
 }
 
 TEST_F(Drawing, FailsQuietlyForWhatIsNoWindow) {
@@ -243,26 +242,19 @@ TEST_F(Drawing, FailsQuietlyForWhatIsNoWindow) {
                              sample.dib.BitBlt(window, 0, 0, 4, 4, 99, 99, SRCCOPY) == 0;
         return testing::internal::GetCapturedStderr().empty() && refused;
     };
-    EXPECT_TRUE(fails(nullptr));
-    EXPECT_TRUE(fails(windowHandle(0x7fffffff)));
-    EXPECT_TRUE(fails(XPixmap(4, 4).handle()));
-    XWindow window(4, 4);
-    const auto beyond = reinterpret_cast<std::uintptr_t>(window.handle()) | std::uintptr_t{1} << 32;
-    EXPECT_TRUE(fails(windowHandle(beyond)));
-    EXPECT_FALSE(fails(window.handle()));
-    window.destroy();
-    EXPECT_TRUE(fails(window.handle()));
+    test::probeHandles([&](HWND handle, bool isWindow, const std::string& what) {
+        EXPECT_EQ(fails(handle), !isWindow) << what;
+    });
 }
 
 TEST_F(Drawing, FailsQuietlyWithoutADisplay) {
     Sample sample(4, 4, 24);
     const XWindow window(4, 4);
-    {
-        const ScopedEnvironment none("DISPLAY", std::nullopt);
-        EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0);
+    for (const auto& display : test::noDisplays()) {
+        const ScopedEnvironment none("DISPLAY", display);
+        EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0)
+            << display.value_or("unset");
     }
-    const ScopedEnvironment nobody("DISPLAY", ":54321");
-    EXPECT_EQ(sample.dib.BitBlt(window.handle(), 0, 0, 4, 4, 0, 0, SRCCOPY), 0);
 }
 
 TEST(DrawingOnOtherScreens, Shows16BitPixelsAsTheNearestColours) {

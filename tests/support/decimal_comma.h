@@ -1,7 +1,7 @@
 // A process whose locale writes decimal numbers with a comma.
 #pragma once
 
-#include "tests/support/pictures.h"
+#include "tests/support/files.h"
 
 #include <string>
 

@@ -3,7 +3,8 @@
 // system's (camera_device.cpp).
 #pragma once
 
-#include "tests/support/pictures.h"
+#include "tests/support/environment.h"
+#include "tests/support/files.h"
 #include "tests/support/x_server.h"
 
 #include <opencv2/core/mat.hpp>

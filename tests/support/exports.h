@@ -1,6 +1,8 @@
 // Every export as a call of one shape, for tests that put all of them through the same.
 #pragma once
 
+#include "tests/support/environment.h"
+#include "tests/support/files.h"
 #include "tests/support/pictures.h"
 #include "tests/support/x_server.h"
 
@@ -62,16 +64,16 @@ private:
 };
 
 struct Export {
-    const char* name;
-    unsigned passes; // Passes
-    bool isQuick;    // milliseconds, with the usual arguments
-    std::array<double, 4> reals;
-    std::array<int, 4> ints; // usual values
-    int (*call)(Arguments&, Digest&);
+    const char* name = nullptr;
+    unsigned passes = passNothing; // Passes
+    bool isQuick = true;           // milliseconds, with the usual arguments
+    std::array<double, 4> reals{}; // usual values
+    std::array<int, 4> ints{};     // usual values
+    int (*call)(Arguments&, Digest&) = nullptr;
 };
 
 std::span<const Export> allExports();
-const Export& exportNamed(const std::string& name);
+const Export& exportNamed(std::string_view name);
 
 // Makes the call and deletes what it returns. The random colours of OpenCV's drawings are the same
 // each time. `around`, if any, makes the call itself; nothing of the caller's own allocates in it.

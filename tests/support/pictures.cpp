@@ -1,28 +1,23 @@
 #include "tests/support/pictures.h"
 
+#include "tests/support/stored_rows.h"
+
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <stdexcept>
 
 namespace test {
 
 namespace {
 
-std::size_t rowBytes(int width, int bitCount) {
-    return (static_cast<std::size_t>(width) * static_cast<std::size_t>(bitCount) + 31) / 32 * 4;
-}
-
 unsigned char* storedLine(const CDib& dib, int fromTop) {
     const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
-    return dib.m_pBits + static_cast<std::size_t>(header.biHeight - 1 - fromTop) *
-                             rowBytes(header.biWidth, header.biBitCount);
+    return dib.m_pBits + static_cast<std::size_t>(header.biHeight - 1 - fromTop) * rowBytes(header);
 }
 
 } // namespace
@@ -32,8 +27,7 @@ Dib makeDib(int width, int height, int bitCount, unsigned char poison) {
     if (dib->Create(width, height, bitCount, nullptr, nullptr) == 0) {
         throw std::runtime_error("the test's bitmap cannot be created");
     }
-    std::memset(dib->m_pBits, poison,
-                rowBytes(width, bitCount) * static_cast<std::size_t>(std::abs(height)));
+    std::memset(dib->m_pBits, poison, storedBytes(dib->m_bmi.bmiHeader));
     return dib;
 }
 
@@ -50,6 +44,9 @@ cv::Mat matOf(const CDib& dib) {
     const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
     if (dib.m_hBitmap == nullptr) {
         return {};
+    }
+    if (header.biHeight < 0 || (header.biBitCount != 8 && header.biBitCount != 24)) {
+        throw std::invalid_argument("the test reads only 8 and 24 bits, bottom-up");
     }
     cv::Mat m(header.biHeight, header.biWidth, header.biBitCount == 8 ? CV_8UC1 : CV_8UC3);
     for (int r = 0; r < m.rows; ++r) {
@@ -88,6 +85,18 @@ cv::Mat scene(int rows, int cols, std::uint64_t seed) {
     return m;
 }
 
+cv::Mat landscape(cv::Size size, int cell) {
+    cv::Mat whole(size, CV_8UC3, cv::Scalar::all(0));
+    for (const int width : {cell, 2 * cell, 4 * cell}) {
+        cv::Mat layer;
+        cv::resize(noise(size.height / width + 1, size.width / width + 1, CV_8UC3, 5), layer, size,
+                   0, 0, cv::INTER_NEAREST);
+        cv::addWeighted(whole, 0.6, layer, 0.4, 0, whole);
+    }
+    cv::normalize(whole, whole, 0, 255, cv::NORM_MINMAX);
+    return whole;
+}
+
 std::string photoPath(const std::string& name) {
     std::string path = std::string(TARVIX_PHOTOS) + "/" + name;
     if (!std::filesystem::exists(path)) {
@@ -98,31 +107,6 @@ std::string photoPath(const std::string& name) {
 
 cv::Mat photo(const std::string& name, bool grey) {
     return cv::imread(photoPath(name), grey ? cv::IMREAD_GRAYSCALE : cv::IMREAD_COLOR);
-}
-
-bool identical(const cv::Mat& a, const cv::Mat& b) {
-    if (a.size() != b.size() || a.type() != b.type()) {
-        return false;
-    }
-    for (int r = 0; r < a.rows; ++r) {
-        if (std::memcmp(a.ptr(r), b.ptr(r), static_cast<std::size_t>(a.cols) * a.elemSize()) != 0) {
-            return false;
-        }
-    }
-    return true;
-}
-
-TempFolder::TempFolder() {
-    std::random_device random;
-    const auto base = std::filesystem::temp_directory_path();
-    do {
-        m_path = (base / ("tarvix-test-" + std::to_string(random()))).generic_string();
-    } while (!std::filesystem::create_directory(m_path));
-}
-
-TempFolder::~TempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
 }
 
 } // namespace test

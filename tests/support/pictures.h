@@ -20,7 +20,8 @@ Dib makeDib(int width, int height, int bitCount, unsigned char poison = 0xA5);
 // without the code under test.
 Dib dibOf(const cv::Mat& picture);
 
-// The picture of an 8- or 24-bit bottom-up bitmap, read without the code under test.
+// The picture of an 8- or 24-bit bottom-up bitmap, read without the code under test; empty if none
+// was created. Throws std::invalid_argument for other bitmaps.
 cv::Mat matOf(const CDib& dib);
 
 // Seeded noise.
@@ -29,27 +30,12 @@ cv::Mat noise(int rows, int cols, int type, std::uint64_t seed = 1);
 // Smooth, structured, seeded: shapes and gradients, CV_8UC3.
 cv::Mat scene(int rows, int cols, std::uint64_t seed = 1);
 
+// Squares of three sizes with sharp corners, CV_8UC3, so that keypoints are found again in every
+// part of it. The smallest squares are `cell` pixels wide.
+cv::Mat landscape(cv::Size size, int cell);
+
 // A photograph of OpenCV's samples, colour or grey; fails the test's process loudly when missing.
 std::string photoPath(const std::string& name);
 cv::Mat photo(const std::string& name, bool grey = false);
-
-// Same size, type and bytes.
-bool identical(const cv::Mat& a, const cv::Mat& b);
-
-// A folder of its own for a test, removed with what is in it.
-class TempFolder {
-public:
-    TempFolder();
-    ~TempFolder();
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    [[nodiscard]] std::string path() const { return m_path; }
-    [[nodiscard]] std::string operator/(const std::string& name) const {
-        return m_path + "/" + name;
-    }
-
-private:
-    std::string m_path;
-};
 
 } // namespace test

@@ -1,24 +1,15 @@
 #include "tests/support/program.h"
 
-#include "tests/support/pictures.h"
+#include "tests/support/files.h"
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include <sys/wait.h>
 
 namespace test {
 
 namespace {
-
-std::string slurp(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 std::string quoted(const std::string& word) {
     std::string out = "'";
@@ -41,8 +32,8 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
     // NOLINTNEXTLINE(cert-env33-c): every word is quoted
     const int status = std::system(line.c_str());
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = slurp(folder / "out");
-    result.err = slurp(folder / "err");
+    result.out = bytesOf(folder / "out");
+    result.err = bytesOf(folder / "err");
     return result;
 }
 

@@ -1,6 +1,6 @@
 #include "tests/support/program.h"
 
-#include "tests/support/pictures.h"
+#include "tests/support/files.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,29 +1,20 @@
 // A display of the test's own, and windows on it.
 #pragma once
 
+#include "tests/support/environment.h"
+
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <opencv2/core.hpp>
 
 #include <windows.h>
 
 namespace test {
-
-// An environment variable with another value (nullopt: unset), put back at the end of the scope.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(std::string name, const std::optional<std::string>& value);
-    ~ScopedEnvironment();
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-private:
-    std::string m_name;
-    std::optional<std::string> m_previous;
-};
 
 // An X server without screen (Xvfb), 1600 x 1200 pixels, for the time of the scope; DISPLAY names
 // it. Throws std::runtime_error when it does not start within half a minute.
@@ -41,6 +32,9 @@ private:
     int m_process = -1;
     std::optional<ScopedEnvironment> m_display;
 };
+
+// Values of DISPLAY that name no display: none, and three that nobody answers to.
+const std::vector<std::optional<std::string>>& noDisplays();
 
 // The window handle of an X11 id.
 HWND windowHandle(std::uintptr_t id);
@@ -87,6 +81,11 @@ private:
     struct State;
     std::unique_ptr<State> m_state;
 };
+
+// Calls the probe with the handle of an open window of 4 x 4 pixels and with handles of everything
+// that is not a window.
+using HandleProbe = std::function<void(HWND handle, bool isWindow, const std::string& what)>;
+void probeHandles(const HandleProbe& probe);
 
 // What the whole screen shows, CV_8UC3, blue, green, red.
 cv::Mat screenPicture();

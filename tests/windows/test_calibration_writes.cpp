@@ -1,7 +1,10 @@
 // Calibration files that Windows keeps from being written or reached.
 #include "tests/calib/failed_writes.h"
+#include "tests/support/files.h"
+#include "tests/support/pictures.h"
 
 #include <algorithm>
+#include <fstream>
 
 #include <windows.h>
 

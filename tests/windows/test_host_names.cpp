@@ -1,5 +1,7 @@
 // The sample host with files whose names have letters of the code page.
 #include "tests/host/sub_command.h"
+#include "tests/support/files.h"
+#include "tests/support/pictures.h"
 
 #include <windows.h>
 

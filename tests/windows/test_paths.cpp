@@ -1,6 +1,7 @@
 // Paths as Windows hosts write them.
 #include <tarvix/tarvix.h>
 
+#include "tests/support/files.h"
 #include "tests/support/pictures.h"
 #include "tests/support/test_host.h"
 

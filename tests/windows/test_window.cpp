@@ -1,4 +1,5 @@
 // Drawing into a real window of the system.
+#include "tests/support/identical.h"
 #include "tests/support/pictures.h"
 #include "tests/support/x_server.h"
 
@@ -22,7 +23,7 @@ TEST(Window, ShowsAColourBitmapPixelForPixel) {
     const cv::Mat picture = test::noise(kHeight, kWidth, CV_8UC3);
     const test::Dib dib = test::dibOf(picture);
     ASSERT_NE(dib->BitBlt(window.handle(), 0, 0, kWidth, kHeight, 0, 0, SRCCOPY), 0);
-    EXPECT_TRUE(test::identical(shownIn(window, picture.size()), picture));
+    EXPECT_THAT(shownIn(window, picture.size()), test::IsIdenticalTo(picture));
     EXPECT_EQ(window.pixels().at<cv::Vec3b>(70, 90), test::XWindow::background);
 }
 
@@ -34,7 +35,7 @@ TEST(Window, ShowsAGreyBitmapAsGrey) {
     ASSERT_NE(dib->BitBlt(window.handle(), 0, 0, kWidth, kHeight, 0, 0, SRCCOPY), 0);
     cv::Mat expected;
     cv::merge(std::vector<cv::Mat>{grey, grey, grey}, expected);
-    EXPECT_TRUE(test::identical(shownIn(window, grey.size()), expected));
+    EXPECT_THAT(shownIn(window, grey.size()), test::IsIdenticalTo(expected));
 }
 
 TEST(Window, ShowsAPaletteThatTheHostChangedAfterwards) {
@@ -52,8 +53,8 @@ TEST(Window, TheSourcePointIsTheTopLeftCornerOfThePart) {
     const cv::Mat picture = test::noise(kHeight, kWidth, CV_8UC3);
     const test::Dib dib = test::dibOf(picture);
     ASSERT_NE(dib->BitBlt(window.handle(), 5, 6, 20, 10, 30, 25, SRCCOPY), 0);
-    EXPECT_TRUE(test::identical(window.pixels()(cv::Rect(5, 6, 20, 10)).clone(),
-                                picture(cv::Rect(30, 25, 20, 10)).clone()));
+    EXPECT_THAT(window.pixels()(cv::Rect(5, 6, 20, 10)),
+                test::IsIdenticalTo(picture(cv::Rect(30, 25, 20, 10)).clone()));
     EXPECT_EQ(window.pixels().at<cv::Vec3b>(6, 4), test::XWindow::background);
 }
 

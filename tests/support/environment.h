@@ -1,0 +1,22 @@
+// Environment variables of this process, and so of the programs that it starts.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace test {
+
+// An environment variable with another value (nullopt: unset), put back at the end of the scope.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value);
+    ~ScopedEnvironment();
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    std::string m_name;
+    std::optional<std::string> m_previous;
+};
+
+} // namespace test
