@@ -8,16 +8,29 @@ fail() {
   exit 1
 }
 
+# Each start of the program takes a while and says the same, so each help text is asked for once.
+helps=$(mktemp -d)
+trap 'rm -rf "$helps"' EXIT
+remembering=$helps/tarvix
+cat >"$remembering" <<'END'
+#!/usr/bin/env bash
+text="$(dirname "$0")/$*"
+[ -e "$text" ] || "$TARVIX_PROGRAM" "$@" >"$text" || { rm "$text"; exit 1; }
+cat "$text"
+END
+chmod +x "$remembering"
+export TARVIX_PROGRAM=$program
+
 said=$("$program" --version)
 [[ "$said" == "Tarvix $version, OpenCV "[0-9]*$'\n'"$build build, "[A-Z]* ]] || fail "--version says: $said"
 
-mapfile -t commands < <("$program" --help | sed -n '/^Subcommands:/,/^$/s/^  \([^ ]*\) .*/\1/p')
+mapfile -t commands < <("$remembering" --help | sed -n '/^Subcommands:/,/^$/s/^  \([^ ]*\) .*/\1/p')
 [ ${#commands[@]} -gt 20 ] || fail "--help lists ${#commands[@]} commands"
 
 for command in "${commands[@]}"; do
   grep -qxF ".SS ${command//-/\\-}" "$man_page" || fail "the manual page has no $command"
 done
-diff "$man_page" <("$source/host/man_page.sh" "$program" "$version") || fail "the manual page is not the program's"
+diff "$man_page" <("$source/host/man_page.sh" "$remembering" "$version") || fail "the manual page is not the program's"
 
 # offered WORD...: what completion offers for the last word.
 source "$source/host/completion.bash"
@@ -29,7 +42,7 @@ offered() {
 expect() {
   local wanted=$1
   shift
-  [ "$(offered "$program" "$@" | sort | xargs)" = "$wanted" ] || fail "completion of '$*' offers: $(offered "$program" "$@")"
+  [ "$(offered "$remembering" "$@" | sort | xargs)" = "$wanted" ] || fail "completion of '$*' offers: $(offered "$remembering" "$@")"
 }
 expect "$(printf '%s\n' "${commands[@]}" --help --version | sort | xargs)" ""
 expect "converge converge-scaled" conv
@@ -38,6 +51,6 @@ expect "akaze brisk kaze mser orb" match --detector ""
 expect "akaze" match a.jpg b.jpg --detector a
 expect "" canny "" # a file: left to the shell
 for command in "${commands[@]}"; do
-  [[ $'\n'$(offered "$program" "$command" --)$'\n' == *$'\n--help\n'* ]] || fail "completion offers no options for $command"
+  [[ $'\n'$(offered "$remembering" "$command" --)$'\n' == *$'\n--help\n'* ]] || fail "completion offers no options for $command"
 done
 echo "$said; ${#commands[@]} commands in the manual page and in the completion"

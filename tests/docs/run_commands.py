@@ -1,17 +1,18 @@
-"""run_commands.py ROOT PROGRAM PHOTOS: runs the command lines of the program tarvix that the pages show.
+"""run_commands.py ROOT PROGRAM PHOTOS [START_SERVER]: runs the command lines of the program tarvix that the pages show.
 
 Each page's commands run in their order, in a folder where the pictures that they name are photographs. A comment
-that begins with a digit is what the command prints.
+that begins with a digit is what the command prints. With the library START_SERVER, the program is loaded once.
 """
 
 import pathlib
 import re
 import shlex
-import subprocess
 import sys
 import tempfile
 
-ROOT, PROGRAM, PHOTOS = (pathlib.Path(argument) for argument in sys.argv[1:])
+ROOT, PROGRAM, PHOTOS = (pathlib.Path(argument) for argument in sys.argv[1:4])
+sys.path.insert(0, str(ROOT / "tests/support"))
+from start_server import StartServer
 PICTURES = {
     "photo.jpg": "messi5.jpg",
     "picture.jpg": "left05.jpg",
@@ -51,19 +52,19 @@ def prepare(folder):
 
 count = 0
 failed = 0
-for page in sorted([ROOT / "README.md", *ROOT.glob("docs/*.md")]):
-    with tempfile.TemporaryDirectory() as name:
-        folder = pathlib.Path(name)
-        prepare(folder)
-        for command in commands(page):
-            if "COMMAND" in command or "..." in command:
-                continue  # a pattern, not a command line
-            count += 1
-            run = subprocess.run([PROGRAM, *shlex.split(command, comments=True)[1:]], cwd=folder,
-                                 capture_output=True, text=True)
-            shown = re.search(r"# (\d.*)$", command)
-            if run.returncode or (shown and shown.group(1) not in run.stdout):
-                failed += 1
-                print(f"{page.name}: {command}\n  status {run.returncode}: {run.stdout}{run.stderr}")
+with StartServer(PROGRAM, "".join(sys.argv[4:])) as runner:
+    for page in sorted([ROOT / "README.md", *ROOT.glob("docs/*.md")]):
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            prepare(folder)
+            for command in commands(page):
+                if "COMMAND" in command or "..." in command:
+                    continue  # a pattern, not a command line
+                count += 1
+                run = runner.run(shlex.split(command, comments=True)[1:], folder)
+                shown = re.search(r"# (\d.*)$", command)
+                if run.returncode or (shown and shown.group(1) not in run.stdout):
+                    failed += 1
+                    print(f"{page.name}: {command}\n  status {run.returncode}: {run.stdout}{run.stderr}")
 print(f"{count} command lines, {failed} failed")
 sys.exit(1 if failed or count < 12 else 0)

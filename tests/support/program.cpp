@@ -1,6 +1,7 @@
 #include "tests/support/program.h"
 
 #include "tests/support/files.h"
+#include "tests/support/start_server_client.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -19,21 +20,28 @@ std::string quoted(const std::string& word) {
     return out + "'";
 }
 
-} // namespace
-
-ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments) {
-    const TempFolder folder;
+int runFromShell(const std::string& program, const std::vector<std::string>& arguments,
+                 const std::string& out, const std::string& err) {
     std::string line = "timeout 900 " + quoted(program);
     for (const std::string& argument : arguments) {
         line += ' ' + quoted(argument);
     }
-    line += " >" + quoted(folder / "out") + " 2>" + quoted(folder / "err") + " </dev/null";
-    ProgramResult result;
+    line += " >" + quoted(out) + " 2>" + quoted(err) + " </dev/null";
     // NOLINTNEXTLINE(cert-env33-c): every word is quoted
-    const int status = std::system(line.c_str());
+    return std::system(line.c_str());
+}
+
+} // namespace
+
+ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments) {
+    const TempFolder folder;
+    const std::string out = folder / "out", err = folder / "err";
+    const std::optional<int> served = runFromServer(program, arguments, out, err);
+    const int status = served ? *served : runFromShell(program, arguments, out, err);
+    ProgramResult result;
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = bytesOf(folder / "out");
-    result.err = bytesOf(folder / "err");
+    result.out = bytesOf(out);
+    result.err = bytesOf(err);
     return result;
 }
 
