@@ -33,10 +33,10 @@ cv::Mat denoiseColour(const cv::Mat& source, float h, float hColor, int template
     CV_Assert(templateWindowSize / 2 >= 0 && searchWindowSize / 2 >= 0);
     // It sums squared differences of two channels over the template in ints, and looks up a table
     // by the sum: beyond their range it would read other memory.
-    constexpr int largestHalf = 63;
-    static_assert(2 * 255 * 255 * (2 * largestHalf + 1) * (2 * largestHalf + 1) > 0 &&
-                  std::int64_t{2 * 255 * 255} * (2 * largestHalf + 3) * (2 * largestHalf + 3) >
-                      INT_MAX);
+    constexpr std::int64_t largestHalf = 63;
+    constexpr std::int64_t largestDifference = std::int64_t{2} * 255 * 255;
+    static_assert(largestDifference * (2 * largestHalf + 1) * (2 * largestHalf + 1) <= INT_MAX &&
+                  largestDifference * (2 * largestHalf + 3) * (2 * largestHalf + 3) > INT_MAX);
     CV_Assert(templateWindowSize / 2 <= largestHalf);
     cv::fastNlMeansDenoisingColored(source, output, h, hColor, templateWindowSize,
                                     searchWindowSize);
@@ -52,7 +52,7 @@ cv::Mat subPixelPatch(const cv::Mat& source, cv::Size size, cv::Point2f center) 
     CV_Assert(!std::isnan(center.x) && !std::isnan(center.y));
     // OpenCV counts bytes of a row in ints, which a farther centre would overflow. So far out all
     // positions are whole pixels outside the image: moving the centre changes nothing but that.
-    constexpr float farthest = 1 << 29;
+    constexpr float farthest = 0x1p29F;
     const cv::Point2f reachable(std::clamp(center.x, -farthest, farthest),
                                 std::clamp(center.y, -farthest, farthest));
     cv::getRectSubPix(source, size, reachable, patch, -1);

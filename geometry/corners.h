@@ -4,6 +4,7 @@
 #include <opencv2/core/types.hpp>
 
 #include <array>
+#include <cstddef>
 
 namespace tarvix {
 
@@ -21,7 +22,7 @@ inline Corners cornersFromArray(const double* xy) {
 
 // Reads the same 8 doubles, each narrowed to single precision.
 inline CornersF narrowedCornersFromArray(const double* xy) {
-    const auto point = [xy](int i) {
+    const auto point = [xy](std::size_t i) {
         return cv::Point2f(static_cast<float>(xy[2 * i]), static_cast<float>(xy[2 * i + 1]));
     };
     return {point(0), point(1), point(2), point(3)};
