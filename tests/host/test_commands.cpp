@@ -3,6 +3,7 @@
 #include "host/failure.h"
 #include "host/run_command.h"
 #include "host/saving.h"
+#include "tests/support/files.h"
 #include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
