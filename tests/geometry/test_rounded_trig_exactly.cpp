@@ -1,0 +1,208 @@
+// The correctly rounded functions against a multiple-precision library, and the bounds that their
+// two roads claim.
+#include "geometry/rounded_trig.h"
+#include "geometry/rounded_trig_detail.h"
+#include "tests/geometry/trig_inputs.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <mpfr.h>
+#include <set>
+#include <string>
+
+namespace {
+
+using namespace tarvix;
+using namespace tarvix::rounded_trig;
+using namespace tarvix::test;
+
+// A number of many bits.
+class Number {
+public:
+    explicit Number(int bits = 200) { mpfr_init2(m_value, bits); }
+    Number(const Number&) = delete;
+    Number& operator=(const Number&) = delete;
+    ~Number() { mpfr_clear(m_value); }
+    mpfr_ptr get() { return m_value; }
+    double nearest() const { return mpfr_get_d(m_value, MPFR_RNDN); }
+    float nearestFloat() const { return mpfr_get_flt(m_value, MPFR_RNDN); }
+
+    // Of one double, to all bits of this number.
+    template <class Function>
+    Number& set(const Function& function, double x) {
+        Number argument(53);
+        mpfr_set_d(argument.get(), x, MPFR_RNDN);
+        function(m_value, argument.get(), MPFR_RNDN);
+        return *this;
+    }
+
+    // What this exceeds a sum by.
+    double excessOver(const DoubleDouble& a) {
+        Number rest;
+        mpfr_sub_d(rest.get(), m_value, a.high, MPFR_RNDN);
+        mpfr_sub_d(rest.get(), rest.get(), a.low, MPFR_RNDN);
+        return rest.nearest();
+    }
+
+private:
+    mpfr_t m_value;
+};
+
+// The true value rounded once.
+double trueSine(double x) {
+    return Number(53).set(mpfr_sin, x).nearest();
+}
+double trueCosine(double x) {
+    return Number(53).set(mpfr_cos, x).nearest();
+}
+double trueArcCosine(double x) {
+    return Number(53).set(mpfr_acos, x).nearest();
+}
+
+void expectRounded(double angle) {
+    const SineCosine value = roundedSineCosine(angle);
+    EXPECT_EQ(value.sine, trueSine(angle)) << std::hexfloat << angle;
+    EXPECT_EQ(value.cosine, trueCosine(angle)) << std::hexfloat << angle;
+}
+
+void expectRounded(float angle) {
+    const SineCosineF value = roundedSineCosine(angle);
+    EXPECT_EQ(value.sine, Number(24).set(mpfr_sin, angle).nearestFloat()) << std::hexfloat << angle;
+    EXPECT_EQ(value.cosine, Number(24).set(mpfr_cos, angle).nearestFloat())
+        << std::hexfloat << angle;
+}
+
+TEST(RoundedTrig, TheTableHasTheNearestDoubles) {
+    int k = 0;
+    for (const TableEntry& at : table) {
+        Number sine;
+        Number cosine;
+        sine.set(mpfr_sin, k / stepsPerRadian);
+        cosine.set(mpfr_cos, k / stepsPerRadian);
+        EXPECT_EQ(at.sine.high, sine.nearest()) << k;
+        EXPECT_EQ(at.sine.low, sine.excessOver({at.sine.high})) << k;
+        EXPECT_EQ(at.cosine.high, cosine.nearest()) << k;
+        EXPECT_EQ(at.cosine.low, cosine.excessOver({at.cosine.high})) << k;
+        ++k;
+    }
+    EXPECT_EQ(k, 81);
+}
+
+TEST(RoundedTrig, IsRoundedForEveryAngleThatTheSearchCanVisit) {
+    // The values of stages 1, 3 and 5, each about those of the stage before.
+    std::set<double> degrees;
+    for (int i = -60; i <= 60; i += 5) {
+        const double coarse = i;
+        degrees.insert(coarse);
+        for (double middle = coarse - 5.0; middle <= coarse + 5.0; middle += 0.5) {
+            degrees.insert(middle);
+            for (double fine = middle - 0.5; fine <= middle + 0.5; fine += 0.05f) {
+                degrees.insert(fine);
+            }
+        }
+    }
+    EXPECT_GT(degrees.size(), 2500U);
+    for (const double degree : degrees) {
+        for (const double angle : {degree * pi / 180.0, -degree * pi / 180.0}) {
+            expectRounded(angle);
+            expectRounded(static_cast<float>(angle));
+        }
+    }
+}
+
+TEST(RoundedTrig, IsRoundedForManyAngles) {
+    for (const double angle : someAngles(1, 200000)) {
+        expectRounded(angle);
+    }
+}
+
+TEST(RoundedTrig, IsRoundedForManyCosines) {
+    for (const double cosine : someCosines(2, 200000)) {
+        EXPECT_EQ(roundedArcCosine(cosine), trueArcCosine(cosine)) << std::hexfloat << cosine;
+    }
+}
+
+// All of them if TARVIX_EVERY_FLOAT is set, which takes two minutes of processor time.
+TEST(RoundedTrig, IsRoundedForFloatsOfTheRangeOfTheSearch) {
+    const bool all = std::getenv("TARVIX_EVERY_FLOAT") != nullptr; // NOLINT(concurrency-mt-unsafe)
+    const std::uint32_t end = std::bit_cast<std::uint32_t>(1.25F);
+    std::uint64_t compared = 0;
+    for (std::uint32_t bits = 0; bits <= end; bits += all ? 1 : 10007) {
+        const float angle = std::bit_cast<float>(bits);
+        // The double is off by less than 2^-52 of itself. So only where it is close to the middle
+        // between two floats can the float be wrong.
+        const SineCosine exact = roundedSineCosine(static_cast<double>(angle));
+        const SineCosineF rounded = roundedSineCosine(angle);
+        const auto clear = [](double value, float nearest) {
+            return static_cast<float>(value * (1.0 - 0x1p-45)) == nearest &&
+                   static_cast<float>(value * (1.0 + 0x1p-45)) == nearest;
+        };
+        if (!all || !clear(exact.sine, rounded.sine) || !clear(exact.cosine, rounded.cosine)) {
+            expectRounded(angle);
+            ++compared;
+        }
+    }
+    RecordProperty("compared", std::to_string(compared));
+    EXPECT_GT(compared, 100U);
+}
+
+// The roads, each by itself. Without the accurate one, hardly a result would be seen to change.
+
+TEST(RoundedTrig, TheRoadsOfSineAndCosineAreAsGoodAsTheyClaim) {
+    std::mt19937_64 random(3); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    double closest = 0.0;
+    for (int i = 0; i < 40000; ++i) {
+        const double angle = i % 4 == 0 ? uniform(random, 0.0, 0.02) : uniform(random, 0.0, 1.25);
+        const int k = nearestStep(angle);
+        const DoubleDouble rest{angle - k / stepsPerRadian};
+        Number sine;
+        Number cosine;
+        sine.set(mpfr_sin, angle);
+        cosine.set(mpfr_cos, angle);
+        const Pair<Bounded> quick = quickSineCosine(table[k], rest);
+        const double offSine = std::abs(sine.excessOver(quick.sine.value)) / quick.sine.error;
+        const double offCosine =
+            std::abs(cosine.excessOver(quick.cosine.value)) / quick.cosine.error;
+        EXPECT_LE(offSine, 1.0) << angle;
+        EXPECT_LE(offCosine, 1.0) << angle;
+        closest = std::max({closest, offSine, offCosine});
+        const Pair<DoubleDouble> accurate = accurateSineCosine(table[k], rest);
+        EXPECT_LE(std::abs(sine.excessOver(accurate.sine)), 0x1p-100) << angle;
+        EXPECT_LE(std::abs(cosine.excessOver(accurate.cosine)), 0x1p-100) << angle;
+        const Pair<double> single = singleSineCosine(table[k], rest.high);
+        EXPECT_LE(std::abs(sine.excessOver({single.sine})), 0x1p-49 * (k == 0 ? angle : 1.0));
+        EXPECT_LE(std::abs(cosine.excessOver({single.cosine})), 0x1p-49);
+    }
+    EXPECT_GT(closest, 0.05); // the claim is not idle
+}
+
+TEST(RoundedTrig, TheRoadsOfTheArcCosineAreAsGoodAsTheyClaim) {
+    double closest = 0.0;
+    for (const double cosine : someCosines(4, 40000)) {
+        const double given = std::abs(cosine);
+        Number leg;
+        mpfr_set_d(leg.get(), given, MPFR_RNDN);
+        mpfr_sqr(leg.get(), leg.get(), MPFR_RNDN);
+        mpfr_ui_sub(leg.get(), 1, leg.get(), MPFR_RNDN);
+        mpfr_sqrt(leg.get(), leg.get(), MPFR_RNDN);
+        const double high = leg.nearest();
+        const DoubleDouble other{high, leg.excessOver({high})};
+        const bool givenIsSmaller = given <= 0.7;
+        const Legs legs = givenIsSmaller ? Legs{{given}, other} : Legs{other, {given}};
+        Number angle;
+        givenIsSmaller ? angle.set(mpfr_asin, given) : angle.set(mpfr_acos, given);
+        const int k = nearbySteps(legs);
+        EXPECT_LT(std::abs(std::sin(angle.nearest() - k / stepsPerRadian)), 1.0 / 80.0) << cosine;
+        const Bounded quick = quickAngle(legs, k);
+        const double off = std::abs(angle.excessOver(quick.value));
+        EXPECT_LE(off, quick.error) << cosine;
+        closest = std::max(closest, quick.error > 0.0 ? off / quick.error : 0.0);
+        EXPECT_LE(std::abs(angle.excessOver(accurateAngle(legs, k))), 0x1p-98 * angle.nearest())
+            << cosine;
+    }
+    EXPECT_GT(closest, 0.05);
+}
+
+} // namespace
