@@ -1,5 +1,7 @@
 #include "vect.h"
 
+#include "rounded_trig.h"
+
 namespace tarvix {
 
 namespace {
@@ -22,28 +24,24 @@ double AngleBetween(const CVect& a, const CVect& b) {
     if (cosine < -1.0 || cosine > 1.0) {
         return 0.0;
     }
-    const double theta = std::acos(cosine);
+    const double theta = roundedArcCosine(cosine);
     return u.x * v.y - u.y * v.x < 0.0 ? twoPi - theta : theta;
 }
 
 cv::Matx33d RotationX(double angleDeg) {
-    const auto t = static_cast<float>(radians(angleDeg));
-    const double c = std::cos(t); // the float overloads
-    const double s = std::sin(t);
+    const SineCosineF t = roundedSineCosine(static_cast<float>(radians(angleDeg)));
+    const double c = t.cosine;
+    const double s = t.sine;
     return {1.0, 0.0, 0.0, 0.0, c, -s, 0.0, s, c};
 }
 
 cv::Matx33d RotationY(double angleDeg) {
-    const double t = radians(angleDeg);
-    const double c = std::cos(t);
-    const double s = std::sin(t);
+    const auto [s, c] = roundedSineCosine(radians(angleDeg));
     return {c, 0.0, s, 0.0, 1.0, 0.0, -s, 0.0, c};
 }
 
 cv::Matx33d RotationZ(double angleDeg) {
-    const double t = radians(angleDeg);
-    const double c = std::cos(t);
-    const double s = std::sin(t);
+    const auto [s, c] = roundedSineCosine(radians(angleDeg));
     return {c, -s, 0.0, s, c, 0.0, 0.0, 0.0, 1.0};
 }
 
