@@ -1,5 +1,7 @@
 #include "tests/geometry/quad_cases.h"
 
+#include "geometry/rounded_trig.h"
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -17,6 +19,15 @@ double uniform(std::mt19937_64& random, double from, double to) {
     // Not std::uniform_real_distribution: its sequence differs between standard libraries.
     const double unit = static_cast<double>(random() >> 11) * 0x1.0p-53;
     return from + unit * (to - from);
+}
+
+// Between two whole powers of ten. Not std::pow, whose last place differs between C libraries.
+double powerOfTen(std::mt19937_64& random, int from, int to) {
+    double value = uniform(random, 1.0, 10.0);
+    for (int i = from + static_cast<int>(random() % static_cast<unsigned>(to - from)); i < 0; ++i) {
+        value /= 10.0;
+    }
+    return value;
 }
 
 template <class T, std::size_t N>
@@ -46,7 +57,8 @@ Corners randomConvex(std::mt19937_64& random, cv::Size size) {
     const double ry = uniform(random, 0.05, 0.7) * size.height;
     Corners corners;
     for (std::size_t i = 0; i < 4; ++i) {
-        corners[i] = {centre.x + rx * std::cos(angle[i]), centre.y + ry * std::sin(angle[i])};
+        const SineCosine a = roundedSineCosine(angle[i]);
+        corners[i] = {centre.x + rx * a.cosine, centre.y + ry * a.sine};
     }
     return corners;
 }
@@ -154,7 +166,7 @@ void allScaled(std::mt19937_64& random, QuadCase& c) {
 void sliver(std::mt19937_64& random, QuadCase& c) {
     convex(random, c);
     const double height = c.quad.picture.height;
-    const double thin = std::pow(10.0, uniform(random, -17.0, -1.0));
+    const double thin = powerOfTen(random, -17, -1);
     for (cv::Point2d& q : c.quad.corners) {
         q.y = height * uniform(random, 0.49, 0.51) + (q.y - height * 0.5) * thin;
     }
@@ -177,7 +189,7 @@ void rectangle(std::mt19937_64& random, QuadCase& c) {
 
 void nearRectangle(std::mt19937_64& random, QuadCase& c) {
     const cv::Size size = c.quad.picture;
-    const double shake = std::pow(10.0, uniform(random, -15.0, -1.0)) * size.width;
+    const double shake = powerOfTen(random, -15, -1) * size.width;
     c.quad.corners =
         rectangleAround({size.width * 0.5, size.height * 0.5}, 0.3 * size.width, 0.3 * size.height);
     for (cv::Point2d& q : c.quad.corners) {

@@ -1,4 +1,5 @@
 // Quadrilaterals for the convergence search: simulated facades, and everything that could upset it.
+// The same bits on every system.
 #pragma once
 
 #include "geometry/converge.h"
