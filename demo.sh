@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds Tarvix and shows it at work: a page of before/after pictures made from
+# Installs what is missing, builds Tarvix and shows it at work: a page of before/after images made from
 # real photographs. Usage: ./demo.sh [FOLDER]   (default: build/gallery)
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 

@@ -35,24 +35,24 @@ void copyFresh(const void* from, std::size_t bytes) {
 }
 
 void dibToMat(benchmark::State& state) {
-    const cv::Mat picture = filled(sizeOf(state.range(0)), state.range(1) == 8 ? CV_8UC1 : CV_8UC3);
-    const tarvix::DibPtr dib(tarvix::MatToDib(picture));
-    const std::size_t bytes = picture.total() * picture.elemSize();
+    const cv::Mat image = filled(sizeOf(state.range(0)), state.range(1) == 8 ? CV_8UC1 : CV_8UC3);
+    const tarvix::DibPtr dib(tarvix::MatToDib(image));
+    const std::size_t bytes = image.total() * image.elemSize();
     bench::paired(
         state, [&] { benchmark::DoNotOptimize(tarvix::DibToMat(*dib).data); },
-        [&] { copyFresh(picture.data, bytes); });
+        [&] { copyFresh(image.data, bytes); });
 }
 
 void matToDib(benchmark::State& state) {
-    const cv::Mat picture = filled(sizeOf(state.range(0)), state.range(1) == 8 ? CV_8UC1 : CV_8UC3);
-    const std::size_t bytes = picture.total() * picture.elemSize();
+    const cv::Mat image = filled(sizeOf(state.range(0)), state.range(1) == 8 ? CV_8UC1 : CV_8UC3);
+    const std::size_t bytes = image.total() * image.elemSize();
     bench::paired(
         state,
         [&] {
-            const tarvix::DibPtr dib(tarvix::MatToDib(picture));
+            const tarvix::DibPtr dib(tarvix::MatToDib(image));
             benchmark::DoNotOptimize(dib->m_pBits);
         },
-        [&] { copyFresh(picture.data, bytes); });
+        [&] { copyFresh(image.data, bytes); });
 }
 
 void sizes(benchmark::internal::Benchmark* b) {

@@ -64,7 +64,7 @@ void stereoSearch(benchmark::State& state, bool equalSides) {
     state.counters["cores"] = omp_get_num_procs();
 }
 
-// A folder with a calibration for pictures of this size.
+// A folder with a calibration for images of this size.
 class Calibration {
 public:
     explicit Calibration(cv::Size size) {
@@ -106,13 +106,13 @@ private:
 };
 
 void use(benchmark::State& state, cv::Size size, bool stereo) {
-    cv::Mat picture(size / 8, CV_8UC3);
+    cv::Mat image(size / 8, CV_8UC3);
     cv::theRNG().state = 7;
-    cv::randu(picture, 0, 256);
-    cv::resize(picture, picture, size, 0, 0, cv::INTER_CUBIC);
+    cv::randu(image, 0, 256);
+    cv::resize(image, image, size, 0, 0, cv::INTER_CUBIC);
     const Calibration calibration(size);
     const std::string path = calibration.path();
-    const tarvix::DibPtr dib(tarvix::MatToDib(picture));
+    const tarvix::DibPtr dib(tarvix::MatToDib(image));
     bench::paired(
         state,
         [&] {
@@ -120,7 +120,7 @@ void use(benchmark::State& state, cv::Size size, bool stereo) {
                                                : tx_UseCalib(*dib, path.c_str(), nullptr, nullptr));
         },
         [&] {
-            const cv::Mat copiedIn = picture.clone();
+            const cv::Mat copiedIn = image.clone();
             benchmark::DoNotOptimize(calibration.bare(copiedIn, stereo).clone().data);
         });
 }

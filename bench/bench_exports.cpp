@@ -29,7 +29,7 @@ namespace {
 const cv::Size twoMegapixels(1633, 1225);
 
 // Smooth structure with noise: neither the best nor the worst case of any filter.
-cv::Mat picture(int type) {
+cv::Mat image(int type) {
     cv::Mat m(twoMegapixels / 8, type);
     cv::theRNG().state = 7;
     cv::randu(m, 0, 256);
@@ -63,7 +63,7 @@ void compare(benchmark::State& state, const cv::Mat& source, Export&& call, Bare
 
 void canny(benchmark::State& state) {
     compare(
-        state, picture(CV_8UC3), [](CDib& dib) { return tx_Canny(dib, 50, 150, 3, 0); },
+        state, image(CV_8UC3), [](CDib& dib) { return tx_Canny(dib, 50, 150, 3, 0); },
         [](const cv::Mat& m) {
             cv::Mat edges;
             cv::Canny(m, edges, 50, 150, 3, false);
@@ -73,7 +73,7 @@ void canny(benchmark::State& state) {
 
 void denoise(benchmark::State& state) {
     compare(
-        state, picture(CV_8UC3), [](CDib& dib) { return tx_Denoise(dib, 3, 3, 3, 7); },
+        state, image(CV_8UC3), [](CDib& dib) { return tx_Denoise(dib, 3, 3, 3, 7); },
         [](const cv::Mat& m) {
             cv::Mat out;
             cv::fastNlMeansDenoisingColored(m, out, 3, 3, 3, 7);
@@ -83,7 +83,7 @@ void denoise(benchmark::State& state) {
 
 void patch(benchmark::State& state) {
     compare(
-        state, picture(CV_8UC3),
+        state, image(CV_8UC3),
         [](CDib& dib) { return tx_getRectSubPix(dib, 1200, 900, 800.3F, 600.7F); },
         [](const cv::Mat& m) {
             cv::Mat out;
@@ -97,8 +97,7 @@ std::array<double, 8> to{0, 0, 1633, 0, 1633, 1225, 0, 1225};
 
 void warp(benchmark::State& state) {
     compare(
-        state, picture(CV_8UC3),
-        [](CDib& dib) { return tx_Projective(dib, from.data(), to.data()); },
+        state, image(CV_8UC3), [](CDib& dib) { return tx_Projective(dib, from.data(), to.data()); },
         [](const cv::Mat& m) {
             const std::array<cv::Point2f, 4> f{{{20, 30}, {1600, 10}, {1580, 1200}, {50, 1180}}};
             const std::array<cv::Point2f, 4> t{{{0, 0}, {1633, 0}, {1633, 1225}, {0, 1225}}};
@@ -110,7 +109,7 @@ void warp(benchmark::State& state) {
 }
 
 void mask(benchmark::State& state) {
-    const cv::Mat source = picture(CV_8UC3);
+    const cv::Mat source = image(CV_8UC3);
     const tarvix::DibPtr dib(tarvix::MatToDib(source));
     // No pixels come in: only the size matters.
     bench::paired(
@@ -139,7 +138,7 @@ cv::Mat warpOnWhite(const cv::Mat& m, const std::array<double, 8>& target) {
 
 void scaled(benchmark::State& state) {
     compare(
-        state, picture(CV_8UC3),
+        state, image(CV_8UC3),
         [](CDib& dib) { return tx_ConvergeScaled(dib, from.data(), to.data()); },
         [](const cv::Mat& m) { return warpOnWhite(m, to); });
 }
@@ -148,7 +147,7 @@ void converge(benchmark::State& state) {
     state.SetLabel("the bare pipeline is given the corners that the export searches for");
     std::array<double, 12> result{};
     compare(
-        state, picture(CV_8UC3),
+        state, image(CV_8UC3),
         [&](CDib& dib) { return tx_Converge(dib, from.data(), 0, 1, 0, 0, 0, result.data()); },
         [&](const cv::Mat& m) {
             std::array<double, 8> found{};
@@ -159,7 +158,7 @@ void converge(benchmark::State& state) {
 
 void align(benchmark::State& state) {
     compare(
-        state, picture(CV_8UC3),
+        state, image(CV_8UC3),
         [](CDib& dib) { return tx_PerspAlign(dib, dib, from.data(), to.data(), 255, 0, 0); },
         [](const cv::Mat& m) { return warpOnWhite(m, to); });
 }
@@ -239,7 +238,7 @@ void detector(benchmark::State& state) {
         });
 }
 
-// The same picture twice, so two copies come in.
+// The same image twice, so two copies come in.
 void match(benchmark::State& state) {
     compare(
         state, photo("building.jpg"), [](CDib& dib) { return tx_MatchTest(dib, dib, 1, 0); },
@@ -269,7 +268,7 @@ std::vector<std::string> overlapping(const test::TempFolder& folder) {
     return files;
 }
 
-// The registration of one picture onto another, straight through.
+// The registration of one image onto another, straight through.
 void registerBare(const std::vector<std::string>& files, const std::vector<std::string>& results) {
     const auto orb = cv::ORB::create();
     const auto brisk = cv::BRISK::create();
@@ -339,8 +338,8 @@ void stitch(benchmark::State& state) {
 
 void load(benchmark::State& state) {
     const test::TempFolder folder;
-    const std::string path = folder / "picture.png";
-    cv::imwrite(path, picture(CV_8UC3));
+    const std::string path = folder / "image.png";
+    cv::imwrite(path, image(CV_8UC3));
     bench::paired(
         state, [&] { const tarvix::DibPtr result(tx_LoadFile(path.c_str())); },
         [&] { benchmark::DoNotOptimize(cv::imread(path).clone().data); });

@@ -1,8 +1,8 @@
-// How the registration of a set grows with the number of pictures: time in proportion (the counter
-// ms_each stays), memory not at all (peak_MB stays), pictures being read one at a time.
+// How the registration of a set grows with the number of images: time in proportion (the counter
+// ms_each stays), memory not at all (peak_MB stays), images being read one at a time.
 #include "bench/paired.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <tarvix/tarvix.h>
 
@@ -59,7 +59,7 @@ void registration(benchmark::State& state) {
     {
         const cv::Mat whole = test::landscape({1300, 1000}, 24);
         for (int i = 0; i < count; ++i) {
-            // The canvas is the same for every number of pictures: the second one sets it.
+            // The canvas is the same for every number of images: the second one sets it.
             const cv::Rect window(i % 2 * 80, i % 2 * 60, 1200, 900);
             const std::string number = std::to_string(i);
             cv::imwrite(folder / ("in" + number + ".bmp"), whole(window));
@@ -78,7 +78,7 @@ void registration(benchmark::State& state) {
     cv::Mat::setDefaultAllocator(nullptr);
     for (int i = 0; i < count; ++i) {
         if (!std::filesystem::exists(outputs[i].GetString())) {
-            state.SkipWithError("a picture was not registered");
+            state.SkipWithError("an image was not registered");
             return;
         }
     }
@@ -87,7 +87,7 @@ void registration(benchmark::State& state) {
 }
 
 BENCHMARK(registration)
-    ->ArgName("pictures")
+    ->ArgName("images")
     ->Arg(2)
     ->Arg(4)
     ->Arg(8)

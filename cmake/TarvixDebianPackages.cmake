@@ -15,7 +15,7 @@ set(library libtarvix${PROJECT_VERSION_MAJOR})
 set(same_version "${library} (= ${PROJECT_VERSION})")
 set(about
     "Tarvix is a dynamic library of computer-vision operations for applications
-that display and process pictures: picture operations, faces, perspective
+that display and process images: image operations, faces, perspective
 geometry, features and stitching, calibration and stereo.")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library})

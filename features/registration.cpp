@@ -79,7 +79,7 @@ void registerImages(const FileList& inputs, const FileList& outputs) {
     const FeatureFinder finder;
     const Features referenceFeatures = finder.find(reference);
 
-    std::vector<cv::Mat> homographies; // referenceFromImage of every picture that passed
+    std::vector<cv::Mat> homographies; // referenceFromImage of every image that passed
     std::vector<cv::Rect> outlines;
     for (int k = 1; k < inputs.size; ++k) {
         const cv::Mat image = readColour(inputs.at(k));

@@ -129,7 +129,7 @@ def main(folder, revision):
           "Each ratio is the median over pairs of ours and the reference, run in turn; only ratios mean something on "
           "another machine.</p>")
 
-    print("<h2>Exports against the bare OpenCV pipeline</h2><p>The same OpenCV calls on matrices, one copy of the picture "
+    print("<h2>Exports against the bare OpenCV pipeline</h2><p>The same OpenCV calls on matrices, one copy of the image "
           f"in and one copy of the result out, at 2 MP where not said otherwise. The limit is {LIMIT}. "
           "<code>tx_TrackFace</code> waits for a camera and has no pair.</p>")
     exports = [r for r in runs["exports"] + runs["calib"] if r["name"].startswith("tx_")]
@@ -147,7 +147,7 @@ def main(folder, revision):
     print("<h2>The two threads of the stereo search</h2><p>Two OpenMP threads against one; 0.5 would be ideal.</p>")
     ratios([r for r in runs["calib"] if r["name"].startswith("stereoSearch")], "one thread", 1)
 
-    for title, key, chosen in (("Registration", "pictures", runs["registration"]),
+    for title, key, chosen in (("Registration", "images", runs["registration"]),
                                ("Stereo calibration", "pairs",
                                 [r for r in runs["calib"] if r["name"].startswith("stereoGrowth")])):
         points = [(float(re.search(key + r":(\d+)", r["name"]).group(1)), r["real_time"])

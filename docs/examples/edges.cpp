@@ -1,4 +1,4 @@
-// Writes the edges of a picture's top-left 64 x 64 pixels as text: load, one operation, own, free.
+// Writes the edges of an image's top-left 64 x 64 pixels as text: load, one operation, own, free.
 #include <tarvix/tarvix.h>
 
 #include <cstddef>
@@ -6,12 +6,12 @@
 #include <memory>
 
 int main(int argc, char** argv) {
-    const std::unique_ptr<CDib> picture(tx_LoadFile(argc > 1 ? argv[1] : ""));
-    if (picture == nullptr) {
-        std::cerr << "usage: edges PICTURE\n";
+    const std::unique_ptr<CDib> image(tx_LoadFile(argc > 1 ? argv[1] : ""));
+    if (image == nullptr) {
+        std::cerr << "usage: edges IMAGE\n";
         return 1;
     }
-    const std::unique_ptr<CDib> edges(tx_Canny(*picture, 80, 200, 3, 0)); // may throw cv::Exception
+    const std::unique_ptr<CDib> edges(tx_Canny(*image, 80, 200, 3, 0)); // may throw cv::Exception
     if (edges == nullptr) {
         std::cerr << "no bitmap could be made for the edges\n";
         return 1;

@@ -23,10 +23,10 @@ std::unique_ptr<CDib> greyOf(const CDib& colour) {
 }
 
 int main(int argc, char** argv) {
-    const std::unique_ptr<CDib> picture(tx_LoadFile(argc > 1 ? argv[1] : ""));
-    const std::unique_ptr<CDib> grey = picture == nullptr ? nullptr : greyOf(*picture);
+    const std::unique_ptr<CDib> image(tx_LoadFile(argc > 1 ? argv[1] : ""));
+    const std::unique_ptr<CDib> grey = image == nullptr ? nullptr : greyOf(*image);
     if (grey == nullptr) {
-        std::cerr << "usage: faces PICTURE\n";
+        std::cerr << "usage: faces IMAGE\n";
         return 1;
     }
     CArray<RECT, RECT&> faces;

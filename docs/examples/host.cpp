@@ -17,18 +17,18 @@ public:
 
 int main(int argc, char** argv) try {
     const Application application;
-    const std::unique_ptr<CDib> picture(tx_LoadFile(argc > 1 ? argv[1] : ""));
-    if (picture == nullptr) { // expected failures are silent
-        std::cerr << "usage: host PICTURE\n";
+    const std::unique_ptr<CDib> image(tx_LoadFile(argc > 1 ? argv[1] : ""));
+    if (image == nullptr) { // expected failures are silent
+        std::cerr << "usage: host IMAGE\n";
         return 1;
     }
     try {
-        const std::unique_ptr<CDib> edges(tx_Canny(*picture, 50, 150, 4, 0));
+        const std::unique_ptr<CDib> edges(tx_Canny(*image, 50, 150, 4, 0));
     } catch (const cv::Exception& e) { // tx_Canny says that it lets them pass: the aperture is even
         std::cout << "refused: " << e.what() << '\n';
     }
     CArray<RECT, RECT&> faces;
-    const int count = tx_FindFaces(*picture, faces); // wants 8 bits: a message, and 0
+    const int count = tx_FindFaces(*image, faces); // wants 8 bits: a message, and 0
     std::cout << count << " faces\n";
     return 0;
 } catch (CException* e) { // the class library throws pointers; who catches one deletes it so

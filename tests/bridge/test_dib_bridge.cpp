@@ -2,7 +2,7 @@
 #include "bridge/dib_view.h"
 
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
@@ -48,22 +48,21 @@ TEST(DibToMat, SweepOfWidthsAndDepths) {
                     EXPECT_TRUE(m.empty()) << bits;
                     continue;
                 }
-                const cv::Mat picture =
-                    test::noise(height, width, bits == 8 ? CV_8UC1 : CV_8UC3,
-                                static_cast<std::uint64_t>(width * 100 + height));
-                EXPECT_THAT(DibToMat(*test::dibOf(picture)), IsIdenticalTo(picture))
+                const cv::Mat image = test::noise(height, width, bits == 8 ? CV_8UC1 : CV_8UC3,
+                                                  static_cast<std::uint64_t>(width * 100 + height));
+                EXPECT_THAT(DibToMat(*test::dibOf(image)), IsIdenticalTo(image))
                     << bits << " bits, width " << width;
-                EXPECT_THAT(m, IsIdenticalTo(
-                                   cv::Mat(height, width, picture.type(), cv::Scalar::all(0xA5))));
+                EXPECT_THAT(
+                    m, IsIdenticalTo(cv::Mat(height, width, image.type(), cv::Scalar::all(0xA5))));
             }
         }
     }
 }
 
 TEST(DibToMat, BottomLineBecomesTheLastRow) {
-    cv::Mat picture(3, 2, CV_8UC1, cv::Scalar(0));
-    picture.row(2).setTo(9); // bottom line as seen
-    const Dib dib = test::dibOf(picture);
+    cv::Mat image(3, 2, CV_8UC1, cv::Scalar(0));
+    image.row(2).setTo(9); // bottom line as seen
+    const Dib dib = test::dibOf(image);
     EXPECT_EQ(dib->m_pBits[0], 9); // stored first
     EXPECT_EQ(DibToMat(*dib).at<unsigned char>(2, 0), 9);
 }
@@ -111,16 +110,16 @@ TEST(DibToMat, DamagedHeaderIsRefusedWithoutReadingPixels) {
     dib->m_pBits = bits;
 }
 
-TEST(MatToDib, SweepOfWidthsLeavesThePicture) {
+TEST(MatToDib, SweepOfWidthsLeavesTheImage) {
     for (const int type : {CV_8UC1, CV_8UC3}) {
         for (int width = 1; width <= 9; ++width) {
             for (const int height : {1, 2, 5}) {
-                const cv::Mat picture = test::noise(height, width, type);
-                const Dib dib(MatToDib(picture));
+                const cv::Mat image = test::noise(height, width, type);
+                const Dib dib(MatToDib(image));
                 ASSERT_NE(dib, nullptr);
                 EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, type == CV_8UC1 ? 8 : 24);
                 EXPECT_EQ(dib->m_bmi.bmiHeader.biHeight, height);
-                EXPECT_THAT(*dib, IsIdenticalTo(picture));
+                EXPECT_THAT(*dib, IsIdenticalTo(image));
             }
         }
     }
@@ -160,10 +159,10 @@ TEST(MatToDib, RefusedCreateFreesTheBitmapAndIsSilent) {
 TEST(RoundTrip, ReproducesEveryPixel) {
     for (const int type : {CV_8UC1, CV_8UC3}) {
         for (int width = 1; width <= 9; ++width) {
-            const cv::Mat picture = test::noise(6, width, type, 5);
-            const Dib back(MatToDib(DibToMat(*test::dibOf(picture))));
+            const cv::Mat image = test::noise(6, width, type, 5);
+            const Dib back(MatToDib(DibToMat(*test::dibOf(image))));
             ASSERT_NE(back, nullptr);
-            EXPECT_THAT(*back, IsIdenticalTo(picture));
+            EXPECT_THAT(*back, IsIdenticalTo(image));
         }
     }
 }
@@ -180,14 +179,14 @@ TEST(RoundTrip, GreyBitmapComesBackWithAGreyRamp) {
 }
 
 TEST(Bridge, AnyThread) {
-    const cv::Mat picture = test::noise(50, 61, CV_8UC3);
-    const Dib source = test::dibOf(picture);
+    const cv::Mat image = test::noise(50, 61, CV_8UC3);
+    const Dib source = test::dibOf(image);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
             for (int i = 0; i < 50; ++i) {
                 const Dib back(MatToDib(DibToMat(*source)));
-                EXPECT_THAT(*back, IsIdenticalTo(picture));
+                EXPECT_THAT(*back, IsIdenticalTo(image));
             }
         });
     }

@@ -7,8 +7,8 @@
 #include "tests/calib/views.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
+#include "tests/support/images.h"
 #include "tests/support/matrix_files.h"
-#include "tests/support/pictures.h"
 #include "tests/support/test_host.h"
 
 #include <tarvix/tarvix.h>

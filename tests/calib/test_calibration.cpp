@@ -5,9 +5,9 @@
 #include "tests/support/export_test.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
+#include "tests/support/images.h"
 #include "tests/support/lists.h"
 #include "tests/support/matrix_files.h"
-#include "tests/support/pictures.h"
 
 #include <tarvix/tarvix.h>
 

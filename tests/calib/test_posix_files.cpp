@@ -4,8 +4,8 @@
 #include "tests/calib/failed_writes.h"
 #include "tests/support/file_size_limit.h"
 #include "tests/support/files.h"
+#include "tests/support/images.h"
 #include "tests/support/matrix_files.h"
-#include "tests/support/pictures.h"
 
 namespace {
 

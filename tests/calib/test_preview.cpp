@@ -8,8 +8,8 @@
 #include "tests/support/export_test.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
+#include "tests/support/images.h"
 #include "tests/support/lists.h"
-#include "tests/support/pictures.h"
 #include "tests/support/x_server.h"
 
 #include <tarvix/tarvix.h>

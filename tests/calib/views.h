@@ -2,7 +2,7 @@
 // camera that is known.
 #pragma once
 
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>

@@ -1,6 +1,6 @@
 """run_commands.py ROOT PROGRAM PHOTOS [START_SERVER]: runs the command lines of the program tarvix that the pages show.
 
-Each page's commands run in their order, in a folder where the pictures that they name are photographs. A comment
+Each page's commands run in their order, in a folder where the images that they name are photographs. A comment
 that begins with a digit is what the command prints. With the library START_SERVER, the program is loaded once.
 """
 
@@ -13,7 +13,7 @@ import tempfile
 ROOT, PROGRAM, PHOTOS = (pathlib.Path(argument) for argument in sys.argv[1:4])
 sys.path.insert(0, str(ROOT / "tests/support"))
 from start_server import StartServer
-PICTURES = {
+IMAGES = {
     "photo.jpg": "messi5.jpg",
     "picture.jpg": "left05.jpg",
     "building.jpg": "building.jpg",
@@ -39,7 +39,7 @@ def commands(page):
 
 
 def prepare(folder):
-    for name, source in PICTURES.items():
+    for name, source in IMAGES.items():
         target = folder / name
         if name.endswith("/"):
             target.mkdir()

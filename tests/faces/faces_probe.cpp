@@ -1,7 +1,7 @@
 // A host with the cascades that lie beside it:
-//   faces_probe find PICTURE
+//   faces_probe find IMAGE
 //   faces_probe track
-// The first calls tx_FindFaces on the picture in grey, with an array that held something, the
+// The first calls tx_FindFaces on the image in grey, with an array that held something, the
 // second tx_TrackFace.
 // Prints one line for each message, each face and the result.
 #include "tests/support/stored_rows.h"

@@ -2,7 +2,7 @@
 #include "faces/face_detection.h"
 
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/core/utility.hpp>
@@ -71,7 +71,7 @@ TEST(DrawOutline, IsWhiteOnePixelWideAndReachesTheFarCorner) {
     }
 }
 
-TEST(DrawOutline, IsCutAtThePicturesEdge) {
+TEST(DrawOutline, IsCutAtTheImagesEdge) {
     const cv::Mat before = test::scene(60, 80);
     cv::Mat after = before.clone();
     const cv::Rect face(50, 30, 30, 30); // right and bottom are one past the image
@@ -114,7 +114,7 @@ TEST_F(Detection, LeavesOutWhatIsTooSmall) {
     EXPECT_THAT(detectFaces(classifier, grey, {60, 60}), IsEmpty());
 }
 
-TEST_F(Detection, FindsNothingInAnEmptyOrTinyPicture) {
+TEST_F(Detection, FindsNothingInAnEmptyOrTinyImage) {
     for (const cv::Size size : {cv::Size(0, 0), cv::Size(1, 1), cv::Size(19, 19)}) {
         cv::Mat grey(size, CV_8UC1, cv::Scalar(100));
         EXPECT_THAT(detectFaces(classifier, grey, {0, 0}), IsEmpty()) << size;

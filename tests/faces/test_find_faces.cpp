@@ -5,7 +5,7 @@
 #include "bridge/rect_array.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/program.h"
 #include "tests/support/stored_rows.h"
 #include "tests/support/test_host.h"
@@ -58,14 +58,14 @@ std::vector<std::array<int, 4>> sidesOf(const std::vector<cv::Rect>& detections)
 cv::Mat crowd() {
     const cv::Mat photo = test::photo("messi5.jpg", true);
     const cv::Mat face = photo(cv::Rect(195, 65, 100, 95));
-    cv::Mat picture(520, 620, CV_8UC1, cv::Scalar(90));
+    cv::Mat image(520, 620, CV_8UC1, cv::Scalar(90));
     for (int i = 0; i < 6; ++i) {
         cv::Mat scaled;
         const double scale = 1 + 0.15 * (i * 5 % 6);
         cv::resize(face, scaled, {}, scale, scale, cv::INTER_LINEAR);
-        scaled.copyTo(picture(cv::Rect({(i % 3) * 205, (i / 3) * 250}, scaled.size())));
+        scaled.copyTo(image(cv::Rect({(i % 3) * 205, (i / 3) * 250}, scaled.size())));
     }
-    return picture;
+    return image;
 }
 
 class FindFaces : public testing::Test {
@@ -98,10 +98,10 @@ TEST_F(FindFaces, ReturnsTheFaceOfAPhotograph) {
 }
 
 TEST_F(FindFaces, KeepsOpenCvsOrderOfManyFaces) {
-    const cv::Mat picture = crowd();
-    const std::vector<cv::Rect> expected = detections(picture);
+    const cv::Mat image = crowd();
+    const std::vector<cv::Rect> expected = detections(image);
     ASSERT_GE(expected.size(), 5U);
-    EXPECT_EQ(tx_FindFaces(*test::dibOf(picture), faces), static_cast<int>(expected.size()));
+    EXPECT_EQ(tx_FindFaces(*test::dibOf(image), faces), static_cast<int>(expected.size()));
     EXPECT_EQ(faces.sides(), sidesOf(expected));
 }
 
@@ -119,19 +119,19 @@ TEST_F(FindFaces, OldContentsAreGoneAndTheGrowthSettingStays) {
 }
 
 TEST_F(FindFaces, GrowsByTheClassLibrarysRule) {
-    const cv::Mat picture = crowd();
-    const int count = tx_FindFaces(*test::dibOf(picture), faces);
+    const cv::Mat image = crowd();
+    const int count = tx_FindFaces(*test::dibOf(image), faces);
     ASSERT_GE(count, 5);
     // As SetSize(size + 1) for each face: the first memory is for one, then four more at a time.
     EXPECT_EQ(faces.capacity(), 1 + (count - 1 + 3) / 4 * 4);
 }
 
 TEST_F(FindFaces, WithoutAFaceIsSilentAndLeavesTheArrayEmpty) {
-    for (const cv::Mat& picture :
+    for (const cv::Mat& image :
          {cv::Mat(200, 200, CV_8UC1, cv::Scalar(128)), cv::Mat(1, 1, CV_8UC1, cv::Scalar(0)),
           test::noise(64, 64, CV_8UC1)}) {
         faces.SetSize(4, 3);
-        EXPECT_EQ(tx_FindFaces(*test::dibOf(picture), faces), 0);
+        EXPECT_EQ(tx_FindFaces(*test::dibOf(image), faces), 0);
         EXPECT_EQ(faces.GetSize(), 0);
         EXPECT_EQ(faces.capacity(), 0);
         EXPECT_EQ(faces.growBy(), 3);
@@ -158,7 +158,7 @@ TEST_F(FindFaces, ABitmapWithoutPixelsForOpenCvHasNoFaces) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(FindFaces, APictureStoredTopDownIsSearchedUpsideDown) {
+TEST_F(FindFaces, AnImageStoredTopDownIsSearchedUpsideDown) {
     const cv::Mat photo = test::photo("messi5.jpg", true);
     const test::Dib dib = test::makeDib(photo.cols, -photo.rows, 8, 0);
     const std::size_t stride = test::rowBytes(photo.cols, 8);

@@ -3,7 +3,7 @@
 #include "tests/support/emulated_camera.h"
 #include "tests/support/environment.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/program.h"
 #include "tests/support/x_server.h"
 
@@ -81,19 +81,19 @@ cv::Mat outlined(const cv::Mat& frame, const cv::Rect& face) {
     return result;
 }
 
-// Whether the picture holds the part somewhere, pixel by pixel.
-bool holds(const cv::Mat& picture, const cv::Mat& part) {
+// Whether the image holds the part somewhere, pixel by pixel.
+bool holds(const cv::Mat& image, const cv::Mat& part) {
     const auto isAt = [&](int x, int y) {
         for (int row = 0; row < part.rows; ++row) {
-            if (std::memcmp(picture.ptr(y + row, x), part.ptr(row),
+            if (std::memcmp(image.ptr(y + row, x), part.ptr(row),
                             static_cast<std::size_t>(part.cols) * 3) != 0) {
                 return false;
             }
         }
         return true;
     };
-    for (int y = 0; y + part.rows <= picture.rows; ++y) {
-        for (int x = 0; x + part.cols <= picture.cols; ++x) {
+    for (int y = 0; y + part.rows <= image.rows; ++y) {
+        for (int x = 0; x + part.cols <= image.cols; ++x) {
             if (isAt(x, y)) {
                 return true;
             }
@@ -105,7 +105,7 @@ bool holds(const cv::Mat& picture, const cv::Mat& part) {
 bool waitUntilScreenHolds(const cv::Mat& part) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(limitSeconds);
     while (std::chrono::steady_clock::now() < end) {
-        if (holds(test::screenPicture(), part)) {
+        if (holds(test::screenImage(), part)) {
             return true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(50));

@@ -5,7 +5,7 @@
 #include "features/drawn_features.h"
 #include "tests/support/export_test.h"
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
@@ -21,15 +21,15 @@ using testing::IsEmpty;
 using DetectorTest = test::ExportTest;
 using MatchTest = test::ExportTest;
 
-cv::Mat coloured(const cv::Mat& picture) {
-    cv::Mat colour = picture;
-    if (picture.channels() == 1) {
-        cv::cvtColor(picture, colour, cv::COLOR_GRAY2BGR);
+cv::Mat coloured(const cv::Mat& image) {
+    cv::Mat colour = image;
+    if (image.channels() == 1) {
+        cv::cvtColor(image, colour, cv::COLOR_GRAY2BGR);
     }
     return colour;
 }
 
-// Where two pictures of one size differ.
+// Where two images of one size differ.
 cv::Mat changed(const cv::Mat& a, const cv::Mat& b) {
     cv::Mat difference;
     cv::absdiff(a, b, difference);
@@ -103,21 +103,21 @@ TEST(Detectors, EverySettingIsTheOneSpelledOut) {
 
 TEST_F(DetectorTest, EveryDetectorDrawsItsKeypointsForBothDepths) {
     for (const bool grey : {false, true}) {
-        const cv::Mat picture = sample(grey);
-        const Dib source = test::dibOf(picture);
+        const cv::Mat image = sample(grey);
+        const Dib source = test::dibOf(image);
         for (int detector = 0; detector <= 4; ++detector) {
             SCOPED_TRACE(detector);
             const Dib result(tx_DetectorTest(*source, detector));
             ASSERT_NE(result, nullptr);
             EXPECT_EQ(result->m_bmi.bmiHeader.biBitCount, 24);
             const cv::Mat drawn = test::matOf(*result);
-            ASSERT_EQ(drawn.size(), picture.size());
+            ASSERT_EQ(drawn.size(), image.size());
             std::vector<cv::KeyPoint> keypoints;
-            tarvix::createDetector(detector)->detect(picture, keypoints);
+            tarvix::createDetector(detector)->detect(image, keypoints);
             ASSERT_GT(keypoints.size(), 5U);
             // Something is drawn at every keypoint, and nothing far from all of them.
-            cv::Mat allowed(picture.size(), CV_8UC1, cv::Scalar(0));
-            const cv::Mat mask = changed(drawn, coloured(picture));
+            cv::Mat allowed(image.size(), CV_8UC1, cv::Scalar(0));
+            const cv::Mat mask = changed(drawn, coloured(image));
             int touched = 0;
             for (const cv::KeyPoint& k : keypoints) {
                 cv::circle(allowed, k.pt, 6, cv::Scalar(255), cv::FILLED);
@@ -126,7 +126,7 @@ TEST_F(DetectorTest, EveryDetectorDrawsItsKeypointsForBothDepths) {
             }
             EXPECT_GE(touched, static_cast<int>(keypoints.size()) * 99 / 100);
             EXPECT_EQ(cv::countNonZero(mask & ~allowed), 0);
-            EXPECT_THAT(*source, IsIdenticalTo(picture)) << "the input was changed";
+            EXPECT_THAT(*source, IsIdenticalTo(image)) << "the input was changed";
         }
     }
     EXPECT_THAT(host.messages, IsEmpty());
@@ -142,7 +142,7 @@ TEST_F(DetectorTest, UnknownSelectorGivesNullSilently) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(DetectorTest, FlatPictureComesBackAsItIs) {
+TEST_F(DetectorTest, FlatImageComesBackAsItIs) {
     const cv::Mat flat(90, 120, CV_8UC3, cv::Scalar(40, 90, 200));
     for (int detector = 0; detector <= 4; ++detector) {
         const Dib result(tx_DetectorTest(*test::dibOf(flat), detector));
@@ -155,14 +155,14 @@ TEST_F(DetectorTest, FlatPictureComesBackAsItIs) {
 }
 
 TEST_F(DetectorTest, CallingTwiceDrawsAtTheSamePlaces) {
-    const cv::Mat picture = sample(false);
-    const Dib source = test::dibOf(picture);
+    const cv::Mat image = sample(false);
+    const Dib source = test::dibOf(image);
     for (const int detector : {1, 2, 4}) {
         const Dib first(tx_DetectorTest(*source, detector));
         const Dib second(tx_DetectorTest(*source, detector));
         // The colours are random: a circle may by chance have nearly the colour underneath.
-        const cv::Mat a = changed(test::matOf(*first), picture);
-        const cv::Mat b = changed(test::matOf(*second), picture);
+        const cv::Mat a = changed(test::matOf(*first), image);
+        const cv::Mat b = changed(test::matOf(*second), image);
         EXPECT_LT(cv::countNonZero(a != b), cv::countNonZero(a) / 20);
     }
 }
@@ -187,7 +187,7 @@ TEST_F(DetectorTest, RefusedCreateGivesNullSilently) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(DetectorTest, TinyAndExtremePicturesGiveAResultOrAMessage) {
+TEST_F(DetectorTest, TinyAndExtremeImagesGiveAResultOrAMessage) {
     for (const cv::Size size : {cv::Size(1, 1), cv::Size(2, 2), cv::Size(5, 3), cv::Size(9, 9),
                                 cv::Size(1, 40), cv::Size(20000, 10)}) {
         for (int detector = 0; detector <= 4; ++detector) {
@@ -247,15 +247,15 @@ TEST_F(MatchTest, EuclideanNormOnBinaryDescriptorsAndNoFilter) {
     for (std::size_t i = 0; i < euclidean.size(); ++i) {
         different += euclidean[i].trainIdx != hamming[i].trainIdx ? 1 : 0;
     }
-    ASSERT_GT(different, 0U) << "the norms cannot be told apart on these pictures";
+    ASSERT_GT(different, 0U) << "the norms cannot be told apart on these images";
 
-    // The same random colours make the pictures comparable byte by byte.
+    // The same random colours make the images comparable byte by byte.
     const auto drawn = [&](const std::vector<cv::DMatch>& matches) {
-        cv::Mat picture;
+        cv::Mat image;
         cv::theRNG().state = 99;
-        cv::drawMatches(left, a, right, b, matches, picture, cv::Scalar::all(-1),
-                        cv::Scalar::all(-1), {}, cv::DrawMatchesFlags::DEFAULT);
-        return picture;
+        cv::drawMatches(left, a, right, b, matches, image, cv::Scalar::all(-1), cv::Scalar::all(-1),
+                        {}, cv::DrawMatchesFlags::DEFAULT);
+        return image;
     };
     cv::theRNG().state = 99;
     const Dib result(tx_MatchTest(*test::dibOf(left), *test::dibOf(right), 1, 0));
@@ -274,21 +274,21 @@ TEST_F(MatchTest, GreyPairGivesTwentyFourBitsSideBySide) {
               cv::Size(left.cols + right.cols, std::max(left.rows, right.rows)));
 }
 
-TEST_F(MatchTest, IdenticalPicturesAreJoinedLevelByLevel) {
-    const cv::Mat picture = test::photo("box.png");
-    const Dib result(tx_MatchTest(*test::dibOf(picture), *test::dibOf(picture), 1, 0));
+TEST_F(MatchTest, IdenticalImagesAreJoinedLevelByLevel) {
+    const cv::Mat image = test::photo("box.png");
+    const Dib result(tx_MatchTest(*test::dibOf(image), *test::dibOf(image), 1, 0));
     ASSERT_NE(result, nullptr);
-    // Every keypoint is matched to itself: the lines run level from one picture to the other, so
+    // Every keypoint is matched to itself: the lines run level from one image to the other, so
     // the middle column is only touched in the rows of keypoints.
     const auto orb = tarvix::createOrb();
     std::vector<cv::KeyPoint> keypoints;
     cv::Mat descriptors;
-    orb->detect(picture, keypoints);
-    orb->compute(picture, keypoints, descriptors);
+    orb->detect(image, keypoints);
+    orb->compute(image, keypoints, descriptors);
     std::vector<cv::DMatch> matches;
     cv::BFMatcher(cv::NORM_L2).match(descriptors, descriptors, matches);
     ASSERT_EQ(matches.size(), keypoints.size());
-    cv::Mat rows(picture.rows, 1, CV_8UC1, cv::Scalar(0));
+    cv::Mat rows(image.rows, 1, CV_8UC1, cv::Scalar(0));
     for (const cv::DMatch& m : matches) {
         EXPECT_EQ(m.distance, 0);
         for (int d = -2; d <= 2; ++d) {
@@ -297,7 +297,7 @@ TEST_F(MatchTest, IdenticalPicturesAreJoinedLevelByLevel) {
         }
     }
     const cv::Mat drawn = test::matOf(*result);
-    const cv::Mat middle = changed(drawn.col(picture.cols).clone(), picture.col(0).clone());
+    const cv::Mat middle = changed(drawn.col(image.cols).clone(), image.col(0).clone());
     EXPECT_GT(cv::countNonZero(middle), 20);
     EXPECT_EQ(cv::countNonZero(middle & ~rows), 0);
 }
@@ -337,7 +337,7 @@ TEST_F(MatchTest, OtherDepthsGiveNullSilentlyOnEitherSide) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(MatchTest, NoKeypointsOnEitherSideGiveAPictureOrAMessage) {
+TEST_F(MatchTest, NoKeypointsOnEitherSideGiveAnImageOrAMessage) {
     const cv::Mat good = test::photo("box.png");
     const cv::Mat flat(good.size(), CV_8UC3, cv::Scalar::all(128));
     for (int detector = 0; detector <= 4; ++detector) {

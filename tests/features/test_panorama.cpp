@@ -3,7 +3,7 @@
 
 #include "tests/support/export_test.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/calib3d.hpp>
@@ -24,8 +24,8 @@ class Stitch : public test::ExportTest {
 protected:
     void SetUp() override { cv::theRNG().state = 4711; }
 
-    std::string save(const std::string& name, const cv::Mat& picture) {
-        cv::imwrite(folder / name, picture);
+    std::string save(const std::string& name, const cv::Mat& image) {
+        cv::imwrite(folder / name, image);
         return folder / name;
     }
 
@@ -154,7 +154,7 @@ TEST_F(Stitch, NoneAndOneGiveNullSilently) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(Stitch, IdenticalPicturesGiveTheSceneOrNullSilently) {
+TEST_F(Stitch, IdenticalImagesGiveTheSceneOrNullSilently) {
     const std::string file = save("a.png", cameraView(0));
     const Dib panorama = run({file, file});
     if (panorama != nullptr) {
@@ -165,7 +165,7 @@ TEST_F(Stitch, IdenticalPicturesGiveTheSceneOrNullSilently) {
 
 TEST_F(Stitch, AFileThatCannotBeReadGivesNullSilentlyInEveryPosition) {
     const std::vector<std::string> good = overlapping();
-    std::ofstream(folder / "text.png") << "no picture\n";
+    std::ofstream(folder / "text.png") << "not an image\n";
     std::ofstream(folder / "empty.png");
     std::filesystem::create_directory(folder / "directory.png");
     for (const std::string& bad : {folder / "missing.png", folder / "text.png",
@@ -180,7 +180,7 @@ TEST_F(Stitch, AFileThatCannotBeReadGivesNullSilentlyInEveryPosition) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(Stitch, TinyAndExtremePicturesGiveNullWithOneMessageAtMost) {
+TEST_F(Stitch, TinyAndExtremeImagesGiveNullWithOneMessageAtMost) {
     const std::string good = save("a.png", cameraView(0));
     for (const cv::Size size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(20000, 10)}) {
         const std::string bad = save("b.png", test::noise(size.height, size.width, CV_8UC3));

@@ -4,7 +4,7 @@
 #include "features/registration.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
@@ -35,8 +35,8 @@ class MatchImages : public testing::Test {
 protected:
     void SetUp() override { seed(); }
 
-    std::string save(const std::string& name, const cv::Mat& picture) {
-        cv::imwrite(folder / name, picture);
+    std::string save(const std::string& name, const cv::Mat& image) {
+        cv::imwrite(folder / name, image);
         return folder / name;
     }
 
@@ -76,7 +76,7 @@ cv::Mat part(int x, int y, cv::Size size = {420, 320}) {
     return photograph(cv::Rect({x, y}, size)).clone();
 }
 
-// The picture that a camera would take for which referenceFromImage holds, of a scene that is the
+// The image that a camera would take for which referenceFromImage holds, of a scene that is the
 // photograph shifted so that its (x, y) is the reference's origin.
 cv::Mat view(const cv::Matx33d& referenceFromImage, int x, int y, cv::Size size = {420, 320}) {
     static const cv::Mat photograph = test::photo("building.jpg");
@@ -87,12 +87,12 @@ cv::Mat view(const cv::Matx33d& referenceFromImage, int x, int y, cv::Size size 
     return image;
 }
 
-cv::Mat noisy(const cv::Mat& picture, double sigma, double gain, double offset) {
+cv::Mat noisy(const cv::Mat& image, double sigma, double gain, double offset) {
     cv::Mat out;
-    cv::Mat grain(picture.size(), CV_16SC3);
+    cv::Mat grain(image.size(), CV_16SC3);
     cv::RNG rng(17);
     rng.fill(grain, cv::RNG::NORMAL, 0, sigma);
-    picture.convertTo(out, CV_16SC3, gain, offset);
+    image.convertTo(out, CV_16SC3, gain, offset);
     out += grain;
     out.convertTo(out, CV_8UC3);
     return out;
@@ -112,20 +112,20 @@ struct Literal {
     std::vector<cv::Mat> canvases;
 };
 
-Literal literal(const std::vector<cv::Mat>& pictures) {
+Literal literal(const std::vector<cv::Mat>& images) {
     Literal result;
     const auto orb = cv::ORB::create(500, 1.2F, 8, 31, 0, 2, cv::ORB::HARRIS_SCORE, 31, 20);
     const auto brisk = cv::BRISK::create(30, 3, 1.0F);
     std::vector<cv::KeyPoint> referenceKeypoints;
     cv::Mat referenceDescriptors;
-    orb->detect(pictures[0], referenceKeypoints);
-    brisk->compute(pictures[0], referenceKeypoints, referenceDescriptors);
-    int right = pictures[0].cols, bottom = pictures[0].rows;
-    for (std::size_t k = 1; k < pictures.size(); ++k) {
+    orb->detect(images[0], referenceKeypoints);
+    brisk->compute(images[0], referenceKeypoints, referenceDescriptors);
+    int right = images[0].cols, bottom = images[0].rows;
+    for (std::size_t k = 1; k < images.size(); ++k) {
         std::vector<cv::KeyPoint> keypoints;
         cv::Mat descriptors, indices, dists;
-        orb->detect(pictures[k], keypoints);
-        brisk->compute(pictures[k], keypoints, descriptors);
+        orb->detect(images[k], keypoints);
+        brisk->compute(images[k], keypoints, descriptors);
         cv::flann::Index index(referenceDescriptors, cv::flann::LshIndexParams(12, 20, 2),
                                cvflann::FLANN_DIST_HAMMING);
         index.knnSearch(descriptors, indices, dists, 2, cv::flann::SearchParams(32, 0, true));
@@ -144,8 +144,8 @@ Literal literal(const std::vector<cv::Mat>& pictures) {
         std::vector<uchar> inliers;
         const cv::Mat h = cv::findHomography(from, to, 8, 1.0, inliers, 2000, 0.995);
         result.homographies.push_back(h);
-        const auto w = static_cast<float>(pictures[k].cols);
-        const auto t = static_cast<float>(pictures[k].rows);
+        const auto w = static_cast<float>(images[k].cols);
+        const auto t = static_cast<float>(images[k].rows);
         const std::vector<cv::Point2f> corners = {{0, 0}, {w, 0}, {w, t}, {0, t}};
         std::vector<cv::Point2f> p;
         cv::perspectiveTransform(corners, p, h);
@@ -156,15 +156,14 @@ Literal literal(const std::vector<cv::Mat>& pictures) {
         bottom = std::max(bottom, std::max(r(p[2].y), r(p[3].y)));
     }
     cv::Mat canvas(bottom - result.top, right - result.left, CV_8UC3, cv::Scalar::all(0));
-    pictures[0].copyTo(
-        canvas(cv::Rect(-result.left, -result.top, pictures[0].cols, pictures[0].rows)));
+    images[0].copyTo(canvas(cv::Rect(-result.left, -result.top, images[0].cols, images[0].rows)));
     result.canvases.push_back(canvas.clone());
     for (std::size_t k = 1; k <= result.homographies.size(); ++k) {
         cv::Mat h = result.homographies[k - 1].clone();
         h.at<double>(0, 2) -= result.left;
         h.at<double>(1, 2) -= result.top;
         cv::Mat warped;
-        cv::warpPerspective(pictures[k], warped, h, pictures[k].size(), 1, 0, cv::Scalar());
+        cv::warpPerspective(images[k], warped, h, images[k].size(), 1, 0, cv::Scalar());
         canvas = cv::Mat::zeros(canvas.size(), CV_8UC3);
         warped.copyTo(canvas(cv::Rect(0, 0, warped.cols, warped.rows)));
         result.canvases.push_back(canvas.clone());
@@ -173,16 +172,16 @@ Literal literal(const std::vector<cv::Mat>& pictures) {
 }
 
 TEST_F(MatchImages, FilesEqualTheLiteralCalls) {
-    const std::vector<cv::Mat> pictures = {
+    const std::vector<cv::Mat> images = {
         part(200, 150), noisy(part(150, 120), 3, 1.1, 5),
         view(rotation(8, {200, 150}) * cv::Matx33d(1, 0, 40, 0, 1, -30, 0, 0, 1), 200, 150),
         view({1, 0.05, -20, -0.04, 1, 15, 1e-4, -8e-5, 1}, 200, 150)};
     std::vector<std::string> files;
-    for (std::size_t i = 0; i < pictures.size(); ++i) {
-        files.push_back(save("in" + std::to_string(i) + ".png", pictures[i]));
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        files.push_back(save("in" + std::to_string(i) + ".png", images[i]));
     }
     seed();
-    const Literal expected = literal(pictures);
+    const Literal expected = literal(images);
     ASSERT_EQ(expected.homographies.size(), 3U);
     EXPECT_LT(expected.left, 0);
     EXPECT_LT(expected.top, 0);
@@ -198,24 +197,24 @@ TEST_F(MatchImages, FilesEqualTheLiteralCalls) {
 // ---- what the files hold
 
 TEST_F(MatchImages, OneFileIsWrittenUnchanged) {
-    const cv::Mat picture = part(100, 100);
-    EXPECT_EQ(run({save("in.png", picture)}, 1), 1);
+    const cv::Mat image = part(100, 100);
+    EXPECT_EQ(run({save("in.png", image)}, 1), 1);
     EXPECT_EQ(written(), 1);
-    EXPECT_THAT(output(0), IsIdenticalTo(picture));
+    EXPECT_THAT(output(0), IsIdenticalTo(image));
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
 // Keypoints of coarse pyramid levels lie on a coarse grid, so a known outline comes out within two
-// pixels, and what lies near a picture's middle within one.
+// pixels, and what lies near an image's middle within one.
 constexpr int outlineTolerance = 2;
 constexpr double shiftTolerance = 1;
 
-void expectSize(const cv::Mat& picture, cv::Size expected) {
-    EXPECT_NEAR(picture.cols, expected.width, outlineTolerance);
-    EXPECT_NEAR(picture.rows, expected.height, outlineTolerance);
+void expectSize(const cv::Mat& image, cv::Size expected) {
+    EXPECT_NEAR(image.cols, expected.width, outlineTolerance);
+    EXPECT_NEAR(image.rows, expected.height, outlineTolerance);
 }
 
-// How far the content of one picture lies from where it is in another of the same size.
+// How far the content of one image lies from where it is in another of the same size.
 double shiftBetween(const cv::Mat& a, const cv::Mat& b) {
     cv::Mat greyA, greyB, window;
     cv::cvtColor(a, greyA, cv::COLOR_BGR2GRAY);
@@ -240,8 +239,8 @@ TEST_F(MatchImages, ShiftToTheRightGrowsTheCanvasToTheRight) {
               shiftTolerance);
 }
 
-// On purpose: a warped picture is cut to its own size, though the canvas is wider.
-TEST_F(MatchImages, AWarpedPictureIsCutToItsOwnSize) {
+// On purpose: a warped image is cut to its own size, though the canvas is wider.
+TEST_F(MatchImages, AWarpedImageIsCutToItsOwnSize) {
     EXPECT_EQ(run({save("a.png", part(100, 100)), save("b.png", part(190, 140))}, 2), 1);
     expectSize(output(1), {510, 360});
     EXPECT_EQ(cv::countNonZero(output(1).colRange(420, output(1).cols).clone().reshape(1)), 0);
@@ -305,7 +304,7 @@ TEST_F(MatchImages, OnlyTheTranslationIsMovedIntoTheCanvas) {
 
 // ---- recovery of a known homography
 
-// How far the middle and the worst corner of a picture land from where they should.
+// How far the middle and the worst corner of an image land from where they should.
 struct Misfit {
     double middle, corner;
 };
@@ -388,7 +387,7 @@ TEST_F(MatchImages, RealPairWithTooFewMatchesIsLeftOut) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-// ---- names and pictures that do not match
+// ---- names and images that do not match
 
 TEST_F(MatchImages, OneFileAndTwoNamesWriteNothingAndGiveOne) {
     EXPECT_EQ(run({save("a.png", part(100, 100))}, 2), 1);
@@ -414,7 +413,7 @@ TEST_F(MatchImages, NoInputRaisesTheInvalidArgumentException) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(MatchImages, APictureWithoutMatchesAndAllNamesWriteNothing) {
+TEST_F(MatchImages, AnImageWithoutMatchesAndAllNamesWriteNothing) {
     EXPECT_EQ(run({save("a.png", part(100, 100)),
                    save("flat.png", cv::Mat(320, 420, CV_8UC3, cv::Scalar(9, 99, 200))),
                    save("c.png", part(160, 120))},
@@ -424,9 +423,9 @@ TEST_F(MatchImages, APictureWithoutMatchesAndAllNamesWriteNothing) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-// On purpose: the k-th input takes the k-th stored homography and name, so both move up after a
-// picture that was left out, and the call ends with the class library's exception.
-TEST_F(MatchImages, ThePairingShiftsAfterAPictureThatWasLeftOut) {
+// On purpose: the k-th input takes the k-th stored homography and name, so both move up after an
+// image that was left out, and the call ends with the class library's exception.
+TEST_F(MatchImages, ThePairingShiftsAfterAnImageThatWasLeftOut) {
     const cv::Mat reference = part(100, 100), shifted = part(160, 120);
     const cv::Mat flat(320, 420, CV_8UC3, cv::Scalar(9, 99, 200));
     seed();
@@ -435,7 +434,7 @@ TEST_F(MatchImages, ThePairingShiftsAfterAPictureThatWasLeftOut) {
     seed();
     EXPECT_THROW(run({save("a.png", reference), save("flat.png", flat), save("c.png", shifted)}, 2),
                  CInvalidArgException*);
-    // The files written before stay: the reference, and the flat picture at the third one's place.
+    // The files written before stay: the reference, and the flat image at the third one's place.
     ASSERT_EQ(written(), 2);
     EXPECT_THAT(output(0), IsIdenticalTo(pair.canvases[0]));
     const cv::Mat second = output(1);
@@ -453,7 +452,7 @@ TEST_F(MatchImages, LeftOutAtTheEndStopsAfterTheNamesThatThereAre) {
     EXPECT_EQ(written(), 2);
 }
 
-TEST_F(MatchImages, AWarpedPictureLargerThanTheCanvasEndsInOpenCvsMessage) {
+TEST_F(MatchImages, AWarpedImageLargerThanTheCanvasEndsInOpenCvsMessage) {
     const cv::Mat reference = part(100, 100);
     cv::Mat enlarged;
     cv::resize(reference, enlarged, {}, 1.5, 1.5, cv::INTER_LINEAR);
@@ -529,7 +528,7 @@ TEST_F(MatchImages, AnImageWithoutKeypointsStillBuildsItsIndex) {
     }
 }
 
-TEST_F(MatchImages, HostilePicturesInEveryPosition) {
+TEST_F(MatchImages, HostileImagesInEveryPosition) {
     const std::string good = save("a.png", part(100, 100));
     const std::vector<std::string> bad = {
         save("one.png", cv::Mat(1, 1, CV_8UC3, cv::Scalar::all(5))),
@@ -744,7 +743,7 @@ TEST(ProjectedOutline, FixedPairsOfCorners) {
     // (0,0)->(50,0) (100,0)->(50,100) (100,50)->(0,100) (0,50)->(0,0)
     EXPECT_EQ(tarvix::projectedOutline(quarterTurn, {100, 50}), cv::Rect(0, 0, 50, 100));
     const cv::Mat tilted(cv::Matx33d(1, 0.5, 0, 0.5, 1, 0, 0, 0, 1));
-    // The picture's lowest x is corner 0's, its lowest y too; all pairs hold the extremes here.
+    // The image's lowest x is corner 0's, its lowest y too; all pairs hold the extremes here.
     EXPECT_EQ(tarvix::projectedOutline(tilted, {100, 50}), cv::Rect(0, 0, 125, 100));
 }
 

@@ -5,8 +5,8 @@
 #include "tests/support/decimal_comma.h"
 #include "tests/support/export_test.h"
 #include "tests/support/identical.h"
+#include "tests/support/images.h"
 #include "tests/support/pattern.h"
-#include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/calib3d.hpp>
@@ -68,18 +68,18 @@ std::string printed(const std::vector<cv::Point2f>& corners) {
 
 TEST_F(FindChessboard, RealBoardsEqualTheLiteralCalls) {
     for (const char* name : {"left01.jpg", "right01.jpg", "left12.jpg"}) {
-        const cv::Mat picture = test::photo(name);
+        const cv::Mat image = test::photo(name);
         cv::Mat drawn;
-        const std::vector<cv::Point2f> corners = literal(picture.clone(), {9, 6}, drawn);
+        const std::vector<cv::Point2f> corners = literal(image.clone(), {9, 6}, drawn);
         ASSERT_EQ(corners.size(), 54U) << name;
-        const Dib source = test::dibOf(picture);
+        const Dib source = test::dibOf(image);
         const Dib result(tx_FindChessboard(*source, 9, 6, text));
         ASSERT_NE(result, nullptr) << name;
         EXPECT_EQ(result->m_bmi.bmiHeader.biBitCount, 24);
         EXPECT_THAT(*result, IsIdenticalTo(drawn)) << name;
         EXPECT_EQ(std::string(text.GetString()), printed(corners)) << name;
-        EXPECT_THAT(*source, IsIdenticalTo(picture)) << "the input was changed";
-        EXPECT_THAT(drawn, testing::Not(IsIdenticalTo(picture)));
+        EXPECT_THAT(*source, IsIdenticalTo(image)) << "the input was changed";
+        EXPECT_THAT(drawn, testing::Not(IsIdenticalTo(image)));
     }
     EXPECT_THAT(host.messages, IsEmpty());
 }
@@ -100,16 +100,16 @@ TEST_F(FindChessboard, FiftyFourCornersFiftyThreeSeparatorsOneDecimalEach) {
 }
 
 TEST_F(FindChessboard, CornersOfADrawnBoardAreWhereTheyWereDrawn) {
-    cv::Mat picture(400, 520, CV_8UC3, cv::Scalar::all(255));
+    cv::Mat image(400, 520, CV_8UC3, cv::Scalar::all(255));
     for (int row = 0; row < 7; ++row) {
         for (int column = 0; column < 10; ++column) {
             if ((row + column) % 2 == 0) {
-                cv::rectangle(picture, cv::Rect(60 + 40 * column, 60 + 40 * row, 40, 40), {0, 0, 0},
+                cv::rectangle(image, cv::Rect(60 + 40 * column, 60 + 40 * row, 40, 40), {0, 0, 0},
                               cv::FILLED);
             }
         }
     }
-    const Dib result(tx_FindChessboard(*test::dibOf(picture), 9, 6, text));
+    const Dib result(tx_FindChessboard(*test::dibOf(image), 9, 6, text));
     ASSERT_NE(result, nullptr);
     const std::vector<cv::Point2d> corners = pointsOf(text);
     ASSERT_EQ(corners.size(), 54U);
@@ -127,11 +127,11 @@ TEST_F(FindChessboard, CornersOfADrawnBoardAreWhereTheyWereDrawn) {
 }
 
 TEST_F(FindChessboard, RotatedPhotographGivesTheRotatedCorners) {
-    const cv::Mat picture = test::photo("left01.jpg");
-    const Dib upright(tx_FindChessboard(*test::dibOf(picture), 9, 6, text));
+    const cv::Mat image = test::photo("left01.jpg");
+    const Dib upright(tx_FindChessboard(*test::dibOf(image), 9, 6, text));
     const std::vector<cv::Point2d> before = pointsOf(text);
     cv::Mat turned;
-    cv::rotate(picture, turned, cv::ROTATE_90_CLOCKWISE);
+    cv::rotate(image, turned, cv::ROTATE_90_CLOCKWISE);
     const Dib result(tx_FindChessboard(*test::dibOf(turned), 9, 6, text));
     ASSERT_NE(upright, nullptr);
     ASSERT_NE(result, nullptr);
@@ -140,17 +140,17 @@ TEST_F(FindChessboard, RotatedPhotographGivesTheRotatedCorners) {
     for (const cv::Point2d& p : before) {
         double nearest = 1e9;
         for (const cv::Point2d& q : after) {
-            nearest = std::min(nearest, cv::norm(cv::Point2d(picture.rows - 1 - p.y, p.x) - q));
+            nearest = std::min(nearest, cv::norm(cv::Point2d(image.rows - 1 - p.y, p.x) - q));
         }
         EXPECT_LT(nearest, 0.5);
     }
 }
 
 TEST_F(FindChessboard, TheTwoNumbersGoThroughInTheGivenOrder) {
-    const cv::Mat picture = test::photo("left01.jpg");
+    const cv::Mat image = test::photo("left01.jpg");
     cv::Mat drawn;
-    const std::vector<cv::Point2f> corners = literal(picture.clone(), {6, 9}, drawn);
-    const Dib result(tx_FindChessboard(*test::dibOf(picture), 6, 9, text));
+    const std::vector<cv::Point2f> corners = literal(image.clone(), {6, 9}, drawn);
+    const Dib result(tx_FindChessboard(*test::dibOf(image), 6, 9, text));
     if (corners.empty()) {
         EXPECT_EQ(result, nullptr);
         EXPECT_EQ(text, "before");
@@ -159,7 +159,7 @@ TEST_F(FindChessboard, TheTwoNumbersGoThroughInTheGivenOrder) {
         EXPECT_EQ(std::string(text.GetString()), printed(corners));
         EXPECT_THAT(*result, IsIdenticalTo(drawn));
         CString asUsual;
-        const Dib nineBySix(tx_FindChessboard(*test::dibOf(picture), 9, 6, asUsual));
+        const Dib nineBySix(tx_FindChessboard(*test::dibOf(image), 9, 6, asUsual));
         EXPECT_FALSE(text == asUsual);
     }
 }
@@ -168,8 +168,8 @@ TEST_F(FindChessboard, NoBoardGivesNullSilentlyAndLeavesTheText) {
     const std::vector<cv::Mat> without = {
         test::photo("home.jpg"), cv::Mat(200, 300, CV_8UC3, cv::Scalar::all(0)),
         cv::Mat(200, 300, CV_8UC3, cv::Scalar::all(255)), test::noise(120, 160, CV_8UC3)};
-    for (const cv::Mat& picture : without) {
-        EXPECT_EQ(tx_FindChessboard(*test::dibOf(picture), 9, 6, text), nullptr);
+    for (const cv::Mat& image : without) {
+        EXPECT_EQ(tx_FindChessboard(*test::dibOf(image), 9, 6, text), nullptr);
     }
     // A board that is there, but of another size.
     EXPECT_EQ(tx_FindChessboard(*test::dibOf(test::photo("left01.jpg")), 11, 8, text), nullptr);

@@ -3,7 +3,7 @@
 
 #include "filters/lines.h"
 #include "tests/support/export_test.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
@@ -22,9 +22,9 @@ using FindLines = test::SilentExportTest;
 // The segments that the export hands over, x1, y1, x2, y2.
 using Found = std::vector<cv::Vec4i>;
 
-Found find(const cv::Mat& picture) {
+Found find(const cv::Mat& image) {
     POINT* points = nullptr;
-    const auto count = static_cast<std::size_t>(tx_FindLines(*test::dibOf(picture), points));
+    const auto count = static_cast<std::size_t>(tx_FindLines(*test::dibOf(image), points));
     const std::unique_ptr<POINT[]> owned(points);
     Found found;
     for (std::size_t i = 0; i < count; ++i) {
@@ -53,33 +53,33 @@ cv::Mat background(cv::Size size) {
 
 TEST_F(FindLines, PhotographsEqualTheLiteralCalls) {
     for (const char* name : {"building.jpg", "home.jpg", "sudoku.png", "fruits.jpg"}) {
-        const cv::Mat picture = test::photo(name);
-        const std::vector<cv::Vec4i> expected = literal(picture);
+        const cv::Mat image = test::photo(name);
+        const std::vector<cv::Vec4i> expected = literal(image);
         ASSERT_FALSE(expected.empty()) << name;
-        EXPECT_EQ(find(picture), expected);
+        EXPECT_EQ(find(image), expected);
     }
 }
 
-// On purpose: the grey picture is made with the weights of red and blue exchanged.
+// On purpose: the grey image is made with the weights of red and blue exchanged.
 TEST_F(FindLines, ExchangedColourWeights) {
     // Red on blue, equally grey with the exchanged weights: no edge, though luminance has one.
-    cv::Mat picture(200, 200, CV_8UC3, cv::Scalar(0, 0, 200));
-    cv::Mat right = picture.colRange(100, 200);
+    cv::Mat image(200, 200, CV_8UC3, cv::Scalar(0, 0, 200));
+    cv::Mat right = image.colRange(100, 200);
     right.setTo(cv::Scalar(76, 0, 0)); // 0.299 * 76 = 0.114 * 200: as grey as the left side
-    EXPECT_TRUE(literal(picture, cv::COLOR_RGB2GRAY).empty());
-    EXPECT_FALSE(literal(picture, cv::COLOR_BGR2GRAY).empty());
-    EXPECT_TRUE(find(picture).empty());
+    EXPECT_TRUE(literal(image, cv::COLOR_RGB2GRAY).empty());
+    EXPECT_FALSE(literal(image, cv::COLOR_BGR2GRAY).empty());
+    EXPECT_TRUE(find(image).empty());
     // Equal luminance, but an edge with the exchanged weights.
-    picture.setTo(cv::Scalar(200, 0, 0));
+    image.setTo(cv::Scalar(200, 0, 0));
     right.setTo(cv::Scalar(0, 0, 76));
-    EXPECT_TRUE(literal(picture, cv::COLOR_BGR2GRAY).empty());
-    EXPECT_FALSE(find(picture).empty());
+    EXPECT_TRUE(literal(image, cv::COLOR_BGR2GRAY).empty());
+    EXPECT_FALSE(find(image).empty());
 }
 
 TEST_F(FindLines, BarGivesSegmentsAlongItsEdgesInTopDownCoordinates) {
-    cv::Mat picture = background({640, 480});
-    cv::rectangle(picture, {0, 100}, {639, 119}, {30, 30, 30}, cv::FILLED);
-    const Found found = find(picture);
+    cv::Mat image = background({640, 480});
+    cv::rectangle(image, {0, 100}, {639, 119}, {30, 30, 30}, cv::FILLED);
+    const Found found = find(image);
     ASSERT_GE(found.size(), 2U);
     bool top = false, bottom = false;
     for (const cv::Vec4i& segment : found) {
@@ -95,12 +95,12 @@ TEST_F(FindLines, BarGivesSegmentsAlongItsEdgesInTopDownCoordinates) {
 }
 
 TEST_F(FindLines, GridGivesBothDirections) {
-    cv::Mat picture = background({400, 400});
+    cv::Mat image = background({400, 400});
     for (int at = 40; at < 400; at += 80) {
-        cv::line(picture, {at, 0}, {at, 399}, {20, 20, 20}, 6);
-        cv::line(picture, {0, at}, {399, at}, {20, 20, 20}, 6);
+        cv::line(image, {at, 0}, {at, 399}, {20, 20, 20}, 6);
+        cv::line(image, {0, at}, {399, at}, {20, 20, 20}, 6);
     }
-    const Found found = find(picture);
+    const Found found = find(image);
     int level = 0, upright = 0;
     for (const cv::Vec4i& segment : found) {
         const cv::Point a(segment[0], segment[1]), b(segment[2], segment[3]);
@@ -112,19 +112,19 @@ TEST_F(FindLines, GridGivesBothDirections) {
 }
 
 TEST_F(FindLines, CircleHasNoLongSegment) {
-    cv::Mat picture = background({500, 500});
-    cv::circle(picture, {250, 250}, 180, {20, 20, 20}, cv::FILLED);
-    const Found found = find(picture);
+    cv::Mat image = background({500, 500});
+    cv::circle(image, {250, 250}, 180, {20, 20, 20}, cv::FILLED);
+    const Found found = find(image);
     for (const cv::Vec4i& segment : found) {
         const cv::Point a(segment[0], segment[1]), b(segment[2], segment[3]);
         EXPECT_LT(std::hypot(a.x - b.x, a.y - b.y), 120);
     }
-    EXPECT_EQ(found, literal(picture));
+    EXPECT_EQ(found, literal(image));
 }
 
 TEST_F(FindLines, NoiseEqualsTheLiteralCalls) {
-    const cv::Mat picture = test::noise(160, 220, CV_8UC3);
-    EXPECT_EQ(find(picture), literal(picture));
+    const cv::Mat image = test::noise(160, 220, CV_8UC3);
+    EXPECT_EQ(find(image), literal(image));
 }
 
 TEST_F(FindLines, NothingFoundStillGivesAnArrayToFree) {
@@ -152,23 +152,23 @@ TEST_F(FindLines, ShortestSegmentIsATenthOfTheSmallerSideTruncated) {
 }
 
 TEST_F(FindLines, ALineShorterThanTheShortestIsLeftOut) {
-    // The same 80-pixel bar: too short for the large picture, long enough for the smaller one.
+    // The same 80-pixel bar: too short for the large image, long enough for the smaller one.
     for (const int side : {1200, 600}) {
-        cv::Mat picture = background({side, side});
-        cv::rectangle(picture, {100, 100}, {180, 104}, {0, 0, 0}, cv::FILLED);
-        EXPECT_EQ(find(picture).empty(), side == 1200) << side;
+        cv::Mat image = background({side, side});
+        cv::rectangle(image, {100, 100}, {180, 104}, {0, 0, 0}, cv::FILLED);
+        EXPECT_EQ(find(image).empty(), side == 1200) << side;
     }
 }
 
-TEST_F(FindLines, NarrowPictureUsesItsOwnShortestLength) {
-    cv::Mat picture = background({25, 1000});
-    cv::rectangle(picture, {10, 100}, {14, 800}, {0, 0, 0}, cv::FILLED);
-    const Found found = find(picture);
+TEST_F(FindLines, NarrowImageUsesItsOwnShortestLength) {
+    cv::Mat image = background({25, 1000});
+    cv::rectangle(image, {10, 100}, {14, 800}, {0, 0, 0}, cv::FILLED);
+    const Found found = find(image);
     EXPECT_FALSE(found.empty());
-    EXPECT_EQ(found, literal(picture));
+    EXPECT_EQ(found, literal(image));
 }
 
-TEST_F(FindLines, EightBitPictureRaisesOpenCvsExceptionToTheHost) {
+TEST_F(FindLines, EightBitImageRaisesOpenCvsExceptionToTheHost) {
     POINT mine{};
     POINT* points = &mine;
     EXPECT_THROW(tx_FindLines(*test::makeDib(64, 48, 8), points), cv::Exception);
@@ -186,11 +186,11 @@ TEST_F(FindLines, OtherDepthsRaiseOpenCvsException) {
     EXPECT_EQ(points, &mine);
 }
 
-TEST_F(FindLines, TinyPictures) {
+TEST_F(FindLines, TinyImages) {
     for (int width = 1; width <= 9; ++width) {
         for (int height = 1; height <= 9; ++height) {
-            const cv::Mat picture = test::noise(height, width, CV_8UC3);
-            EXPECT_EQ(find(picture), literal(picture));
+            const cv::Mat image = test::noise(height, width, CV_8UC3);
+            EXPECT_EQ(find(image), literal(image));
         }
     }
 }

@@ -4,7 +4,7 @@
 #include "tests/support/export_test.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
@@ -32,12 +32,12 @@ using GetRectSubPix = test::ExportTest;
 
 TEST_F(LoadFile, ColourFileIsLoadedAsItIs) {
     const test::TempFolder folder;
-    const cv::Mat picture = test::noise(13, 7, CV_8UC3);
-    cv::imwrite(folder / "a b.png", picture);
+    const cv::Mat image = test::noise(13, 7, CV_8UC3);
+    cv::imwrite(folder / "a b.png", image);
     const Dib dib(tx_LoadFile((folder / "a b.png").c_str()));
     ASSERT_NE(dib, nullptr);
     EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 24);
-    EXPECT_THAT(*dib, IsIdenticalTo(picture));
+    EXPECT_THAT(*dib, IsIdenticalTo(image));
 }
 
 TEST_F(LoadFile, GreyAndSixteenBitFilesGiveTwentyFourBits) {
@@ -53,9 +53,9 @@ TEST_F(LoadFile, GreyAndSixteenBitFilesGiveTwentyFourBits) {
     }
 }
 
-TEST_F(LoadFile, WhatIsNotAPictureGivesNullSilently) {
+TEST_F(LoadFile, WhatIsNotAnImageGivesNullSilently) {
     const test::TempFolder folder;
-    std::ofstream(folder / "text.jpg") << "no picture\n";
+    std::ofstream(folder / "text.jpg") << "not an image\n";
     std::ofstream(folder / "empty.png");
     std::filesystem::create_directory(folder / "folder.png");
     for (const std::string& path : {folder / "missing.png", folder / "text.jpg",
@@ -90,21 +90,21 @@ TEST_F(LoadFile, RefusedCreateGivesNull) {
 
 TEST_F(Canny, EqualsTheBareCallForBothDepths) {
     for (const bool grey : {false, true}) {
-        const cv::Mat picture = test::photo("home.jpg", grey);
+        const cv::Mat image = test::photo("home.jpg", grey);
         cv::Mat expected;
-        cv::Canny(picture, expected, 40.5, 120.25, 5, false);
-        const Dib source = test::dibOf(picture);
+        cv::Canny(image, expected, 40.5, 120.25, 5, false);
+        const Dib source = test::dibOf(image);
         const Dib dib(tx_Canny(*source, 40.5, 120.25, 5, 0));
         ASSERT_NE(dib, nullptr);
         EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 8);
         EXPECT_THAT(*dib, IsIdenticalTo(expected));
-        EXPECT_THAT(*source, IsIdenticalTo(picture)) << "the input was changed";
+        EXPECT_THAT(*source, IsIdenticalTo(image)) << "the input was changed";
     }
 }
 
 TEST_F(Canny, AnyNonZeroFlagSelectsTheL2Norm) {
-    const cv::Mat picture = test::photo("home.jpg");
-    const Dib source = test::dibOf(picture);
+    const cv::Mat image = test::photo("home.jpg");
+    const Dib source = test::dibOf(image);
     const Dib l1(tx_Canny(*source, 50, 150, 3, 0));
     const Dib one(tx_Canny(*source, 50, 150, 3, 1));
     const Dib five(tx_Canny(*source, 50, 150, 3, 5));
@@ -116,12 +116,12 @@ TEST_F(Canny, AnyNonZeroFlagSelectsTheL2Norm) {
 
 TEST_F(Canny, ColourIsNotTurnedToGreyFirst) {
     // Red on blue of equal luminance: invisible in grey, an edge in colour.
-    cv::Mat picture(40, 40, CV_8UC3, cv::Scalar(255, 0, 0));
-    picture.colRange(20, 40).setTo(cv::Scalar(0, 0, 97));
+    cv::Mat image(40, 40, CV_8UC3, cv::Scalar(255, 0, 0));
+    image.colRange(20, 40).setTo(cv::Scalar(0, 0, 97));
     cv::Mat grey;
-    cv::cvtColor(picture, grey, cv::COLOR_BGR2GRAY);
+    cv::cvtColor(image, grey, cv::COLOR_BGR2GRAY);
     ASSERT_EQ(grey.at<unsigned char>(0, 0), grey.at<unsigned char>(0, 39));
-    const Dib dib(tx_Canny(*test::dibOf(picture), 100, 200, 3, 0));
+    const Dib dib(tx_Canny(*test::dibOf(image), 100, 200, 3, 0));
     EXPECT_GT(cv::countNonZero(test::matOf(*dib)), 0);
 }
 
@@ -163,10 +163,10 @@ TEST_F(Canny, OnePixel) {
 // ---- tx_Denoise
 
 TEST_F(Denoise, EqualsTheBareCall) {
-    const cv::Mat picture = test::noise(24, 33, CV_8UC3);
+    const cv::Mat image = test::noise(24, 33, CV_8UC3);
     cv::Mat expected;
-    cv::fastNlMeansDenoisingColored(picture, expected, 4.5F, 9.25F, 5, 11);
-    const Dib dib(tx_Denoise(*test::dibOf(picture), 4.5F, 9.25F, 5, 11));
+    cv::fastNlMeansDenoisingColored(image, expected, 4.5F, 9.25F, 5, 11);
+    const Dib dib(tx_Denoise(*test::dibOf(image), 4.5F, 9.25F, 5, 11));
     ASSERT_NE(dib, nullptr);
     EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, 24);
     EXPECT_THAT(*dib, IsIdenticalTo(expected));
@@ -233,10 +233,10 @@ TEST_F(Denoise, RefusedCreateGivesNullSilently) {
 
 TEST_F(GetRectSubPix, EqualsTheBareCallForBothDepths) {
     for (const bool grey : {false, true}) {
-        const cv::Mat picture = test::photo("home.jpg", grey);
+        const cv::Mat image = test::photo("home.jpg", grey);
         cv::Mat expected;
-        cv::getRectSubPix(picture, {31, 18}, {100.25F, 60.75F}, expected, -1);
-        const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 31, 18, 100.25F, 60.75F));
+        cv::getRectSubPix(image, {31, 18}, {100.25F, 60.75F}, expected, -1);
+        const Dib dib(tx_getRectSubPix(*test::dibOf(image), 31, 18, 100.25F, 60.75F));
         ASSERT_NE(dib, nullptr);
         EXPECT_EQ(dib->m_bmi.bmiHeader.biBitCount, grey ? 8 : 24);
         EXPECT_THAT(*dib, IsIdenticalTo(expected));
@@ -244,33 +244,33 @@ TEST_F(GetRectSubPix, EqualsTheBareCallForBothDepths) {
 }
 
 TEST_F(GetRectSubPix, YZeroIsTheTopLine) {
-    cv::Mat picture(9, 9, CV_8UC1, cv::Scalar(0));
-    picture.row(0).setTo(200);
-    const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 1, 1, 4, 0));
+    cv::Mat image(9, 9, CV_8UC1, cv::Scalar(0));
+    image.row(0).setTo(200);
+    const Dib dib(tx_getRectSubPix(*test::dibOf(image), 1, 1, 4, 0));
     EXPECT_EQ(test::matOf(*dib).at<unsigned char>(0, 0), 200);
 }
 
 TEST_F(GetRectSubPix, BeyondTheBorderThePixelsAreReplicated) {
-    cv::Mat picture(9, 9, CV_8UC1, cv::Scalar(50));
-    picture.col(8).setTo(210);
-    const Dib dib(tx_getRectSubPix(*test::dibOf(picture), 3, 3, 40, 4));
+    cv::Mat image(9, 9, CV_8UC1, cv::Scalar(50));
+    image.col(8).setTo(210);
+    const Dib dib(tx_getRectSubPix(*test::dibOf(image), 3, 3, 40, 4));
     EXPECT_THAT(*dib, IsIdenticalTo(cv::Mat(3, 3, CV_8UC1, cv::Scalar(210))));
 }
 
 TEST_F(GetRectSubPix, FarBeyondTheBorderIsTheBorderToo) {
-    const cv::Mat picture = test::noise(9, 7, CV_8UC3);
+    const cv::Mat image = test::noise(9, 7, CV_8UC3);
     for (const float distant :
          {100.0F, 5e8F, 2e9F, 1e30F, std::numeric_limits<float>::infinity()}) {
-        const Dib right(tx_getRectSubPix(*test::dibOf(picture), 3, 3, distant, 4));
+        const Dib right(tx_getRectSubPix(*test::dibOf(image), 3, 3, distant, 4));
         ASSERT_NE(right, nullptr) << distant;
-        EXPECT_THAT(test::matOf(*right).col(2), IsIdenticalTo(picture(cv::Rect(6, 3, 1, 3))))
+        EXPECT_THAT(test::matOf(*right).col(2), IsIdenticalTo(image(cv::Rect(6, 3, 1, 3))))
             << distant;
-        const Dib above(tx_getRectSubPix(*test::dibOf(picture), 3, 3, 3, -distant));
+        const Dib above(tx_getRectSubPix(*test::dibOf(image), 3, 3, 3, -distant));
         ASSERT_NE(above, nullptr) << distant;
-        EXPECT_THAT(test::matOf(*above).row(0), IsIdenticalTo(picture(cv::Rect(2, 0, 3, 1))))
+        EXPECT_THAT(test::matOf(*above).row(0), IsIdenticalTo(image(cv::Rect(2, 0, 3, 1))))
             << distant;
     }
-    const Dib nowhere(tx_getRectSubPix(*test::dibOf(picture), 3, 3, std::nanf(""), 4));
+    const Dib nowhere(tx_getRectSubPix(*test::dibOf(image), 3, 3, std::nanf(""), 4));
     EXPECT_EQ(nowhere, nullptr);
     EXPECT_EQ(host.messages.size(), 1U);
 }

@@ -1,6 +1,6 @@
 // Bitmaps of any depth, size and content into every export that takes one, with any parameters.
 #include "tests/fuzz/fuzzing.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <cstdlib>
 

@@ -34,7 +34,7 @@ std::string toRead(fuzz::Bytes& in, const test::Workplace& place) {
     case 1:
         return place.calibration(); // a folder
     case 2:
-        return place.calibration() + "/cam.xml"; // no picture
+        return place.calibration() + "/cam.xml"; // not an image
     case 3:
         return place / "missing.png";
     case 4:
@@ -102,7 +102,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         a.reals[0] = fuzz::oddDouble(in);
     }
     a.files.clear();
-    // OpenCV may find nonsense in pictures of boards and then draw a panorama of it for a long
+    // OpenCV may find nonsense in images of boards and then draw a panorama of it for a long
     // time.
     const int mostFiles = name == "tx_Stitch" ? 4 : 12;
     for (int left = in.byte() % mostFiles; left > 0; --left) {

@@ -1,12 +1,12 @@
-// Picture files with any bytes, into every export that reads files. The decoders are OpenCV's; what
-// is under test is what becomes of the pictures.
+// Image files with any bytes, into every export that reads files. The decoders are OpenCV's; what
+// is under test is what becomes of the images.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/support/files.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const test::TempFolder folder;
     fuzz::Bytes in(data, size);
-    const std::string path = folder / "picture";
+    const std::string path = folder / "image";
     const unsigned choice = in.byte() % 16;
     test::writeBytes(path, in.rest());
 

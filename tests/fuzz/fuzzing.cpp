@@ -1,5 +1,5 @@
 #include "tests/fuzz/fuzzing.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <MorvelDibTesting.h>
 #include <opencv2/core.hpp>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tests/support/exports.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <algorithm>
 #include <cstddef>

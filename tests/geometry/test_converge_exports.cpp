@@ -4,7 +4,7 @@
 #include "geometry/vect.h"
 #include "tests/support/export_test.h"
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/stored_rows.h"
 
 #include <tarvix/tarvix.h>

@@ -3,8 +3,8 @@
 
 #include "tests/support/export_test.h"
 #include "tests/support/identical.h"
+#include "tests/support/images.h"
 #include "tests/support/memory.h"
-#include "tests/support/pictures.h"
 
 #include <tarvix/tarvix.h>
 

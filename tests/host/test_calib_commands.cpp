@@ -11,8 +11,8 @@
 #include "tests/support/environment.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
+#include "tests/support/images.h"
 #include "tests/support/matrix_files.h"
-#include "tests/support/pictures.h"
 #include "tests/support/x_server.h"
 #endif
 

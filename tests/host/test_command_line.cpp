@@ -3,7 +3,7 @@
 #include "tests/host/sub_command.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
@@ -65,7 +65,7 @@ TEST_F(CommandLine, OutputThatIsLostIsAFailure) {
 }
 #endif
 
-TEST_F(CommandLine, LoadWritesThePicture) {
+TEST_F(CommandLine, LoadWritesTheImage) {
     EXPECT_EQ(tarvix({"load", home, "-o", out}).status, 0);
     EXPECT_THAT(result(), test::IsIdenticalTo(test::photo("home.jpg")));
 }
@@ -246,7 +246,7 @@ TEST_F(CommandLine, GalleryShowsEveryEntry) {
 TEST_F(CommandLine, GalleryShowsWhatFailed) {
     std::filesystem::create_directories(folder / "photos");
     std::filesystem::copy_file(test::photoPath("messi5.jpg"), folder / "photos/messi5.jpg");
-    // Of an earlier run: the picture that the convergence would have left.
+    // Of an earlier run: the image that the convergence would have left.
     std::filesystem::create_directories(folder / "gallery/results");
     cv::imwrite(folder / "gallery/results/facade-marked.png", test::photo("home.jpg"));
     const ProgramResult run =

@@ -4,7 +4,7 @@
 #include "host/run_command.h"
 #include "host/saving.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>

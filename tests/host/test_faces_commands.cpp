@@ -1,7 +1,7 @@
 // The sub-command faces, run as a user runs it.
 #include "tests/host/sub_command.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

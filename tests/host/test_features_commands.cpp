@@ -2,7 +2,7 @@
 #include "tests/host/sub_command.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -84,8 +84,8 @@ TEST_F(FeatureCommands, RegisterIntoAFolder) {
     EXPECT_NEAR(canvas.width, 500, 2);
     EXPECT_NEAR(canvas.height, 430, 2);
     ASSERT_EQ(answer.at("pictures").size(), 2U);
-    for (const json& picture : answer.at("pictures")) {
-        EXPECT_EQ(cv::imread(picture.at("output").get<std::string>()).size(), canvas);
+    for (const json& image : answer.at("pictures")) {
+        EXPECT_EQ(cv::imread(image.at("output").get<std::string>()).size(), canvas);
     }
     EXPECT_EQ(filesIn(folder / "new/set"), 2) << "only the results stay";
     EXPECT_EQ(cv::imread(out).size(), canvas);
@@ -95,8 +95,8 @@ TEST_F(FeatureCommands, RegisterPrintsJsonOfAnyFileName) {
     const std::string latin = window("caf\xe9.png", 200, 100);
     const ProgramResult run = tarvix({"register", latin, "-o", folder / "set", "--json"});
     EXPECT_EQ(run.status, 0) << run.err;
-    const json picture = json::parse(run.out).at("pictures").at(0);
-    EXPECT_EQ(picture.at("input"), folder / "caf\xef\xbf\xbd.png"); // U+FFFD
+    const json image = json::parse(run.out).at("pictures").at(0);
+    EXPECT_EQ(image.at("input"), folder / "caf\xef\xbf\xbd.png"); // U+FFFD
 }
 
 TEST_F(FeatureCommands, RegisterNumbersFilesNotFolders) {
@@ -123,7 +123,7 @@ TEST_F(FeatureCommands, RegisterSaysWhatWasLeftOut) {
     EXPECT_THAT(answer.at("pictures")[1].at("reason").get<std::string>(), HasSubstr("too few"));
 }
 
-TEST_F(FeatureCommands, RegisterAloneWritesThePicture) {
+TEST_F(FeatureCommands, RegisterAloneWritesTheImage) {
     const std::string a = window("a.png", 200, 100);
     EXPECT_EQ(tarvix({"register", a, "-o", folder / "set"}).status, 0);
     EXPECT_THAT(cv::imread(folder / "set/registered-00.png"), test::IsIdenticalTo(cv::imread(a)));

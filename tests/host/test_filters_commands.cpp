@@ -1,8 +1,8 @@
 // The sub-commands lines and chessboard, run as a user runs them.
 #include "tests/host/sub_command.h"
 #include "tests/support/files.h"
+#include "tests/support/images.h"
 #include "tests/support/pattern.h"
-#include "tests/support/pictures.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -29,10 +29,10 @@ protected:
     std::string out = folder / "out.png";
 };
 
-TEST_F(FilterCommands, LinesAsTextJsonAndPicture) {
-    cv::Mat picture(240, 320, CV_8UC3, cv::Scalar::all(230));
-    cv::rectangle(picture, {0, 100}, {319, 119}, {20, 20, 20}, cv::FILLED);
-    cv::imwrite(folder / "bar.png", picture);
+TEST_F(FilterCommands, LinesAsTextJsonAndImage) {
+    cv::Mat image(240, 320, CV_8UC3, cv::Scalar::all(230));
+    cv::rectangle(image, {0, 100}, {319, 119}, {20, 20, 20}, cv::FILLED);
+    cv::imwrite(folder / "bar.png", image);
     const ProgramResult text = tarvix({"lines", folder / "bar.png"});
     EXPECT_EQ(text.status, 0) << text.err;
     EXPECT_THAT(text.out, test::LinesMatch("[0-9]+,[0-9]+ [0-9]+,[0-9]+"));
@@ -46,7 +46,7 @@ TEST_F(FilterCommands, LinesAsTextJsonAndPicture) {
     EXPECT_EQ(segments[0].size(), 4U);
     EXPECT_NEAR(segments[0][1].get<double>(), 110, 12);
     const cv::Mat drawn = cv::imread(out);
-    ASSERT_EQ(drawn.size(), picture.size());
+    ASSERT_EQ(drawn.size(), image.size());
     cv::Mat red;
     cv::inRange(drawn, cv::Scalar(0, 0, 180), cv::Scalar(80, 80, 255), red);
     EXPECT_GT(cv::countNonZero(red), 100);
@@ -61,7 +61,7 @@ TEST_F(FilterCommands, NoLinesIsAnEmptyAnswerNotAFailure) {
         json::parse(tarvix({"lines", folder / "flat.png", "--json"}).out).at("segments").empty());
 }
 
-TEST_F(FilterCommands, ChessboardAsTextJsonAndPicture) {
+TEST_F(FilterCommands, ChessboardAsTextJsonAndImage) {
     const std::string board = test::photoPath("left01.jpg");
     const ProgramResult text = tarvix({"chessboard", board, "--board", "9x6", "-o", out});
     EXPECT_EQ(text.status, 0) << text.err;

@@ -1,7 +1,7 @@
 // Exceptions and objects cross the module's boundary as a host expects.
 #include <tarvix/tarvix.h>
 
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>

@@ -27,13 +27,13 @@ const int bitCounts[] = {1, 4, 8, 16, 24, 32};
 const int least = std::numeric_limits<int>::min();
 const int most = std::numeric_limits<int>::max();
 
-// A bitmap of random pixels, its row padding poisoned, and the picture it stands for.
+// A bitmap of random pixels, its row padding poisoned, and the image it stands for.
 struct Sample {
     CDib dib;
-    cv::Mat picture; // CV_8UC3, top row first
+    cv::Mat image; // CV_8UC3, top row first
 
     Sample(int width, int height, int bitCount, unsigned seed = 1)
-        : picture(std::abs(height), width, CV_8UC3) {
+        : image(std::abs(height), width, CV_8UC3) {
         std::mt19937 random(seed + static_cast<unsigned>(width * 64 + bitCount));
         const auto byte = [&random] { return static_cast<BYTE>(random() & 255U); };
         RGBQUAD palette[256];
@@ -50,7 +50,7 @@ struct Sample {
             const int stored = height > 0 ? rows - 1 - y : y;
             BYTE* const row = dib.m_pBits + static_cast<std::size_t>(stored) * stride;
             for (int x = 0; x < width; ++x) {
-                picture.at<cv::Vec3b>(y, x) = store(row, x, bitCount, random(), palette);
+                image.at<cv::Vec3b>(y, x) = store(row, x, bitCount, random(), palette);
             }
         }
     }
@@ -89,9 +89,9 @@ private:
     }
 };
 
-// The window's picture as it should be: source pixel by source pixel, wherever both sides exist.
-cv::Mat expected(cv::Size window, const cv::Mat& picture, int xDest, int yDest, int width,
-                 int height, int xSrc, int ySrc) {
+// The window's image as it should be: source pixel by source pixel, wherever both sides exist.
+cv::Mat expected(cv::Size window, const cv::Mat& image, int xDest, int yDest, int width, int height,
+                 int xSrc, int ySrc) {
     cv::Mat shown(window, CV_8UC3, XWindow::background);
     for (int y = 0; y < window.height; ++y) {
         for (int x = 0; x < window.width; ++x) {
@@ -100,9 +100,9 @@ cv::Mat expected(cv::Size window, const cv::Mat& picture, int xDest, int yDest, 
                 continue;
             }
             const std::int64_t fromX = column + xSrc, fromY = row + ySrc;
-            if (fromX >= 0 && fromX < picture.cols && fromY >= 0 && fromY < picture.rows) {
+            if (fromX >= 0 && fromX < image.cols && fromY >= 0 && fromY < image.rows) {
                 shown.at<cv::Vec3b>(y, x) =
-                    picture.at<cv::Vec3b>(static_cast<int>(fromY), static_cast<int>(fromX));
+                    image.at<cv::Vec3b>(static_cast<int>(fromY), static_cast<int>(fromX));
             }
         }
     }
@@ -127,8 +127,8 @@ TEST_F(Drawing, ShowsEveryDepthWidthAndRowOrder) {
                 const XWindow window(12, 8);
                 const int rows = std::abs(height);
                 ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, width, rows, 0, 0, SRCCOPY), 0);
-                EXPECT_THAT(window.pixels(), IsIdenticalTo(expected({12, 8}, sample.picture, 0, 0,
-                                                                    width, rows, 0, 0)))
+                EXPECT_THAT(window.pixels(),
+                            IsIdenticalTo(expected({12, 8}, sample.image, 0, 0, width, rows, 0, 0)))
                     << width << " x " << height << ", " << bitCount << " bits";
             }
         }
@@ -164,7 +164,7 @@ TEST_F(Drawing, LeavesOutWhatLiesOutsideTheBitmapOrTheWindow) {
                                         c.xSrc, c.ySrc, SRCCOPY),
                       0);
             EXPECT_THAT(window.pixels(),
-                        IsIdenticalTo(expected({10, 8}, sample.picture, c.xDest, c.yDest, c.width,
+                        IsIdenticalTo(expected({10, 8}, sample.image, c.xDest, c.yDest, c.width,
                                                c.height, c.xSrc, c.ySrc)))
                 << c.xDest << ' ' << c.yDest << ' ' << c.width << ' ' << c.height << ' ' << c.xSrc
                 << ' ' << c.ySrc;
@@ -172,12 +172,12 @@ TEST_F(Drawing, LeavesOutWhatLiesOutsideTheBitmapOrTheWindow) {
     }
 }
 
-TEST_F(Drawing, ShowsPicturesLargerThanOneRequest) {
+TEST_F(Drawing, ShowsImagesLargerThanOneRequest) {
     for (const int bitCount : {8, 24}) {
         Sample sample(1600, 1200, bitCount);
         const XWindow window(1600, 1200);
         ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, 1600, 1200, 0, 0, SRCCOPY), 0);
-        EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.picture));
+        EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.image));
     }
 }
 
@@ -186,7 +186,7 @@ TEST_F(Drawing, ReplacesWhatWasShown) {
     const XWindow window(9, 6);
     ASSERT_NE(first.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
     ASSERT_NE(second.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
-    EXPECT_THAT(window.pixels(), IsIdenticalTo(second.picture));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(second.image));
 }
 
 TEST_F(Drawing, FillsTheWholeClientArea) {
@@ -196,14 +196,14 @@ TEST_F(Drawing, FillsTheWholeClientArea) {
     Sample sample(client.right, client.bottom, 24);
     ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, client.right, client.bottom, 0, 0, SRCCOPY),
               0);
-    EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.picture));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.image));
 }
 
 TEST_F(Drawing, ShowsOpaquePixelsWhereWindowsHaveOpacity) {
     Sample sample(9, 6, 32); // its fourth bytes are random
     const XWindow window(9, 6, 32);
     ASSERT_NE(sample.dib.BitBlt(window.handle(), 0, 0, 9, 6, 0, 0, SRCCOPY), 0);
-    EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.picture));
+    EXPECT_THAT(window.pixels(), IsIdenticalTo(sample.image));
     const cv::Mat raw = window.rawPixels();
     for (int y = 0; y < raw.rows; ++y) {
         for (int x = 0; x < raw.cols; ++x) {
@@ -266,7 +266,7 @@ TEST(DrawingOnOtherScreens, Shows16BitPixelsAsTheNearestColours) {
         const cv::Mat raw = window.rawPixels();
         for (int y = 0; y < 5; ++y) {
             for (int x = 0; x < 9; ++x) {
-                const cv::Vec3b colour = sample.picture.at<cv::Vec3b>(y, x);
+                const cv::Vec3b colour = sample.image.at<cv::Vec3b>(y, x);
                 const int blue = cvRound(colour[0] * 31 / 255.0);
                 const int green = cvRound(colour[1] * 63 / 255.0);
                 const int red = cvRound(colour[2] * 31 / 255.0);

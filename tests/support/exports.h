@@ -3,7 +3,7 @@
 
 #include "tests/support/environment.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/x_server.h"
 
 #include <afxwin.h>
@@ -25,7 +25,7 @@ struct Lists {
     CStringArray files, outputs;
 };
 
-// What exports take; each uses some of it. Pictures, arrays and numbers of one type come in the
+// What exports take; each uses some of it. Images, arrays and numbers of one type come in the
 // order of the declaration.
 struct Arguments {
     Dib image, second;
@@ -91,7 +91,7 @@ public:
     int DoMessageBox(LPCSTR text, UINT type, UINT helpId) override;
 };
 
-// A folder with small pictures, files and a calibration, on which every export succeeds. OpenCV's
+// A folder with small images, files and a calibration, on which every export succeeds. OpenCV's
 // camera back-ends are switched off for the process, so that tx_TrackFace finds none and ends at
 // once.
 class Workplace {
@@ -112,7 +112,7 @@ private:
     TempFolder m_folder;
     std::vector<std::string> m_windows; // of one landscape, overlapping
     std::vector<std::string> m_boards;  // left and right in turn
-    cv::Mat m_picture, m_face, m_board;
+    cv::Mat m_image, m_face, m_board;
 };
 
 } // namespace test

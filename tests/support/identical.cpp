@@ -1,6 +1,6 @@
 #include "tests/support/identical.h"
 
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/core/check.hpp>

@@ -1,7 +1,7 @@
 // The matcher that tests of images trust: what it calls identical, and what it says otherwise.
 #include "tests/support/identical.h"
 
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>

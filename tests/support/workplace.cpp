@@ -1,6 +1,6 @@
 #include "tests/support/exports.h"
+#include "tests/support/images.h"
 #include "tests/support/matrix_files.h"
-#include "tests/support/pictures.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
@@ -43,9 +43,9 @@ cv::Mat boardView(cv::Size size, double focal, const cv::Vec3d& rotation,
 } // namespace
 
 Workplace::Workplace()
-    : m_picture(scene(96, 128)), m_face(128, 128, CV_8UC1),
+    : m_image(scene(96, 128)), m_face(128, 128, CV_8UC1),
       m_board(boardView({160, 120}, 160, {0.2, -0.3, 0.1}, {0, 0, 8})) {
-    cv::rectangle(m_picture, {10, 55, 105, 25}, cv::Scalar::all(250), cv::FILLED); // has lines
+    cv::rectangle(m_image, {10, 55, 105, 25}, cv::Scalar::all(250), cv::FILLED); // has lines
     for (const std::string name :
          {"GSTREAMER", "INTEL_MFX", "V4L2", "FIREWIRE", "UEYE", "GPHOTO2", "MSMF", "DSHOW"}) {
         m_noCameras.push_back(
@@ -92,9 +92,9 @@ Workplace::Workplace()
 Arguments Workplace::usualFor(const Export& e, const std::string& outputs) const {
     const std::string name = e.name;
     Arguments a;
-    a.image = dibOf(name == "tx_FindFaces" ? m_face
-                                           : (name == "tx_FindChessboard" ? m_board : m_picture));
-    a.second = dibOf(m_picture);
+    a.image =
+        dibOf(name == "tx_FindFaces" ? m_face : (name == "tx_FindChessboard" ? m_board : m_image));
+    a.second = dibOf(m_image);
     a.from = {10, 12, 120, 5, 112, 88, 15, 90};
     a.to = {0, 0, 127, 0, 127, 95, 0, 95};
     a.reals = e.reals;

@@ -88,7 +88,7 @@ using HandleProbe = std::function<void(HWND handle, bool isWindow, const std::st
 void probeHandles(const HandleProbe& probe);
 
 // What the whole screen shows, CV_8UC3, blue, green, red.
-cv::Mat screenPicture();
+cv::Mat screenImage();
 
 // Waits until a window of this title is visible. False when none appears within the limit.
 bool waitForWindow(const std::string& title, int limitSeconds);

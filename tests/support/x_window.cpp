@@ -85,13 +85,13 @@ struct Surface {
 
 // The pixel values as the server stores them, CV_32SC1.
 cv::Mat readRaw(const Surface& surface) {
-    const ReplyOf<xcb_get_image_reply_t> image(xcb_get_image_reply(
+    const ReplyOf<xcb_get_image_reply_t> reply(xcb_get_image_reply(
         surface.connection.get(),
         xcb_get_image(surface.connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, surface.window, 0, 0,
                       static_cast<std::uint16_t>(surface.width),
                       static_cast<std::uint16_t>(surface.height), ~0U),
         nullptr));
-    if (!image) {
+    if (!reply) {
         throw std::runtime_error("the window's pixels cannot be read");
     }
     const xcb_setup_t* const setup = xcb_get_setup(surface.connection.get());
@@ -104,7 +104,7 @@ cv::Mat readRaw(const Surface& surface) {
     const std::size_t stride =
         (static_cast<std::size_t>(surface.width) * pixelBytes + padding - 1) / padding * padding;
     const bool isBigEndian = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST;
-    const std::uint8_t* const data = xcb_get_image_data(image.get());
+    const std::uint8_t* const data = xcb_get_image_data(reply.get());
 
     cv::Mat pixels(surface.height, surface.width, CV_32SC1);
     for (int y = 0; y < surface.height; ++y) {
@@ -124,16 +124,16 @@ cv::Mat readRaw(const Surface& surface) {
 // CV_8UC3, blue, green, red.
 cv::Mat readColours(const Surface& surface) {
     const cv::Mat raw = readRaw(surface);
-    cv::Mat picture(raw.size(), CV_8UC3);
+    cv::Mat image(raw.size(), CV_8UC3);
     for (int y = 0; y < raw.rows; ++y) {
         for (int x = 0; x < raw.cols; ++x) {
             const auto pixel = static_cast<std::uint32_t>(raw.at<int>(y, x));
-            picture.at<cv::Vec3b>(y, x) = {channel(pixel, surface.visual.blue_mask),
-                                           channel(pixel, surface.visual.green_mask),
-                                           channel(pixel, surface.visual.red_mask)};
+            image.at<cv::Vec3b>(y, x) = {channel(pixel, surface.visual.blue_mask),
+                                         channel(pixel, surface.visual.green_mask),
+                                         channel(pixel, surface.visual.red_mask)};
         }
     }
-    return picture;
+    return image;
 }
 
 std::uint32_t pixelOf(const cv::Vec3b& colour, const xcb_visualtype_t& visual) {
@@ -310,7 +310,7 @@ HWND XPixmap::handle() const {
     return windowHandle(m_state->pixmap);
 }
 
-cv::Mat screenPicture() {
+cv::Mat screenImage() {
     Surface screen;
     screen.connection = connect();
     const xcb_screen_t& root = screenOf(screen.connection);

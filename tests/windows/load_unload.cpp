@@ -83,13 +83,13 @@ bool once(const char* modulePath) {
     const auto denoise = exported<Denoise>(module, TARVIX_DENOISE_SYMBOL);
     bool good = canny != nullptr && denoise != nullptr;
     if (good) {
-        CDib picture;
-        good = picture.Create(64, 48, 24, nullptr, nullptr) != 0;
-        std::memset(picture.m_pBits, 0, 64 * 3 * 48);
-        std::memset(picture.m_pBits + std::size_t{64 * 3 * 24}, 0xFF, 64 * 3 * 24);
+        CDib image;
+        good = image.Create(64, 48, 24, nullptr, nullptr) != 0;
+        std::memset(image.m_pBits, 0, 64 * 3 * 48);
+        std::memset(image.m_pBits + std::size_t{64 * 3 * 24}, 0xFF, 64 * 3 * 24);
         // The denoising works on several threads.
-        const std::unique_ptr<CDib> quiet(denoise(picture, 3.0F, 3.0F, 7, 21));
-        const std::unique_ptr<CDib> edges(canny(picture, 50.0, 150.0, 3, 0));
+        const std::unique_ptr<CDib> quiet(denoise(image, 3.0F, 3.0F, 7, 21));
+        const std::unique_ptr<CDib> edges(canny(image, 50.0, 150.0, 3, 0));
         good = good && quiet && edges && quiet->m_hBitmap != nullptr && edges->m_hBitmap != nullptr;
         bool edgeFound = false;
         for (int i = 0; good && i < 64 * 48; ++i) {

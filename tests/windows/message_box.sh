@@ -1,8 +1,8 @@
 #!/bin/bash
-# message_box.sh PICTURE.png COMMAND...: runs a host whose call fails, waits for the message box, photographs
+# message_box.sh IMAGE.png COMMAND...: runs a host whose call fails, waits for the message box, photographs
 # it, presses its button, and expects the host to go on. Needs a display.
 set -uo pipefail
-picture="$1"
+image="$1"
 shift
 output="$(mktemp)"
 "$@" >"$output" 2>&1 &
@@ -22,10 +22,10 @@ for ((i = 0; i < 300; ++i)); do # at most a minute
 done
 [[ -n "$box" ]] || fail "no message box came up"
 grep -q returned "$output" && fail "the call returned while the box was open"
-# Drawn when the picture has the text's black and the window's white, not only one colour.
+# Drawn when the image has the text's black and the window's white, not only one colour.
 colours=0
 for ((i = 0; i < 50 && colours < 8; ++i)); do
-    import -window "$box" "$picture" 2>/dev/null && colours="$(identify -format '%k' "$picture")"
+    import -window "$box" "$image" 2>/dev/null && colours="$(identify -format '%k' "$image")"
     sleep 0.2
 done
 ((colours >= 8)) || fail "the box is empty ($colours colours)"

@@ -42,7 +42,7 @@ grep -q '^Tarvix ' "$work/version" || fail "tarvix.exe --version prints $(cat "$
 cp "$photographs/building.jpg" "$work/a user's folder/in.jpg"
 cd "$work/a user's folder" || exit 1
 run "$root/bin/tarvix.exe" canny "in.jpg" --out "out.png" || fail "tarvix.exe canny"
-(($(identify -format '%k' out.png) == 2)) || fail "the edges are not a black and white picture"
+(($(identify -format '%k' out.png) == 2)) || fail "the edges are not a black and white image"
 
 run "$root/bin/tarvix.exe" faces "$photographs/messi5.jpg" >"$work/faces" || fail "tarvix.exe faces"
 (($(wc -l <"$work/faces") == 1)) || fail "tarvix.exe faces prints $(cat "$work/faces")"

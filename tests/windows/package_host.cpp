@@ -6,12 +6,12 @@
 #include <memory>
 
 int main(int argc, char** argv) {
-    const std::unique_ptr<CDib> picture(tx_LoadFile(argc > 1 ? argv[1] : ""));
-    if (!picture) {
-        std::puts("the picture cannot be loaded");
+    const std::unique_ptr<CDib> image(tx_LoadFile(argc > 1 ? argv[1] : ""));
+    if (!image) {
+        std::puts("the image cannot be loaded");
         return 1;
     }
-    const std::unique_ptr<CDib> edges(tx_Canny(*picture, 50, 150, 3, 0));
+    const std::unique_ptr<CDib> edges(tx_Canny(*image, 50, 150, 3, 0));
     CDib never;
     try {
         tx_Canny(never, 1, 2, 3, 0);

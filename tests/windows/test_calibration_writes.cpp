@@ -1,7 +1,7 @@
 // Calibration files that Windows keeps from being written or reached.
 #include "tests/calib/failed_writes.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <algorithm>
 #include <fstream>
@@ -69,8 +69,8 @@ TEST_F(CalibrationWrites, AFolderNamedWithLettersOfTheCodePage) {
     EXPECT_TRUE(host.messages.empty());
     ASSERT_EQ(calibrate(odd, 4), 1); // replaces
     EXPECT_NE(GetFileAttributesA((odd + "\\cam.xml").c_str()), INVALID_FILE_ATTRIBUTES);
-    const test::Dib picture = test::makeDib(64, 48, 24);
-    EXPECT_NE(test::Dib(tx_UseCalib(*picture, odd.c_str(), nullptr, nullptr)), nullptr);
+    const test::Dib image = test::makeDib(64, 48, 24);
+    EXPECT_NE(test::Dib(tx_UseCalib(*image, odd.c_str(), nullptr, nullptr)), nullptr);
     EXPECT_NE(DeleteFileA((odd + "\\cam.xml").c_str()), 0);
     EXPECT_NE(DeleteFileA((odd + "\\dist.xml").c_str()), 0);
     EXPECT_NE(RemoveDirectoryA(odd.c_str()), 0); // nothing else is left in it

@@ -1,7 +1,7 @@
 // The sample host with files whose names have letters of the code page.
 #include "tests/host/sub_command.h"
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include <windows.h>
 
@@ -41,7 +41,7 @@ protected:
     std::string odd = folder.path() + "\\M\xFCller";
 };
 
-TEST_F(HostNames, PicturesAreReadAndWritten) {
+TEST_F(HostNames, ImagesAreReadAndWritten) {
     expectDone({"canny", inside("left01.jpg"), "-o", inside("edges \xE4.png")});
     EXPECT_TRUE(exists("edges \xE4.png"));
 }
@@ -54,7 +54,7 @@ TEST_F(HostNames, CalibrationsAreMadeFromFoldersAndUsed) {
     EXPECT_TRUE(exists("Q.xml"));
 }
 
-TEST_F(HostNames, PicturesAreRegisteredIntoAFolder) {
+TEST_F(HostNames, ImagesAreRegisteredIntoAFolder) {
     expectDone({"register", inside("left01.jpg"), inside("left01.jpg"), "-o", odd});
     EXPECT_TRUE(exists("registered-01.png"));
 }

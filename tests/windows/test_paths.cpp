@@ -2,7 +2,7 @@
 #include <tarvix/tarvix.h>
 
 #include "tests/support/files.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
@@ -31,8 +31,8 @@ class Paths : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(std::filesystem::create_directory(m_folder / "a folder with spaces"));
-        m_picture = m_folder / "a folder with spaces/the picture.png";
-        ASSERT_TRUE(cv::imwrite(m_picture, test::noise(5, 7, CV_8UC3)));
+        m_image = m_folder / "a folder with spaces/the image.png";
+        ASSERT_TRUE(cv::imwrite(m_image, test::noise(5, 7, CV_8UC3)));
     }
 
     static bool loads(const std::string& path) {
@@ -41,34 +41,34 @@ protected:
     }
 
     test::TempFolder m_folder;
-    std::string m_picture;
+    std::string m_image;
 };
 
 TEST_F(Paths, DriveLetterBackslashesAndSpaces) {
-    const std::string path = withBackslashes(std::filesystem::absolute(m_picture).string());
+    const std::string path = withBackslashes(std::filesystem::absolute(m_image).string());
     ASSERT_EQ(path.at(1), ':');
     ASSERT_EQ(path.find('/'), std::string::npos);
     EXPECT_TRUE(loads(path));
 }
 
 TEST_F(Paths, ForwardSlashes) {
-    EXPECT_TRUE(loads(withForwardSlashes(std::filesystem::absolute(m_picture).string())));
+    EXPECT_TRUE(loads(withForwardSlashes(std::filesystem::absolute(m_image).string())));
 }
 
 TEST_F(Paths, OnTheCurrentDriveAndRelative) {
     const std::filesystem::path previous = std::filesystem::current_path();
     std::filesystem::current_path(m_folder.path());
-    EXPECT_TRUE(loads("a folder with spaces\\the picture.png"));
-    EXPECT_TRUE(loads(".\\a folder with spaces/the picture.png"));
+    EXPECT_TRUE(loads("a folder with spaces\\the image.png"));
+    EXPECT_TRUE(loads(".\\a folder with spaces/the image.png"));
     // Without the drive letter.
-    EXPECT_TRUE(loads(withBackslashes(std::filesystem::absolute(m_picture).string()).substr(2)));
+    EXPECT_TRUE(loads(withBackslashes(std::filesystem::absolute(m_image).string()).substr(2)));
     std::filesystem::current_path(previous);
 }
 
 TEST_F(Paths, LongerThanThe260CharactersOfThePlatformIsRefusedCleanly) {
     test::TestHost host;
     const std::string path =
-        withBackslashes(m_folder.path()) + '\\' + std::string(MAX_PATH, 'd') + "\\the picture.png";
+        withBackslashes(m_folder.path()) + '\\' + std::string(MAX_PATH, 'd') + "\\the image.png";
     EXPECT_EQ(tx_LoadFile(path.c_str()), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }

@@ -1,6 +1,6 @@
 // Drawing into a real window of the system.
 #include "tests/support/identical.h"
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 #include "tests/support/x_server.h"
 
 #include <gmock/gmock.h>
@@ -20,10 +20,10 @@ cv::Mat shownIn(const test::XWindow& window, const cv::Size& size) {
 TEST(Window, ShowsAColourBitmapPixelForPixel) {
     const test::XServer desktop;
     const test::XWindow window(100, 80);
-    const cv::Mat picture = test::noise(kHeight, kWidth, CV_8UC3);
-    const test::Dib dib = test::dibOf(picture);
+    const cv::Mat image = test::noise(kHeight, kWidth, CV_8UC3);
+    const test::Dib dib = test::dibOf(image);
     ASSERT_NE(dib->BitBlt(window.handle(), 0, 0, kWidth, kHeight, 0, 0, SRCCOPY), 0);
-    EXPECT_THAT(shownIn(window, picture.size()), test::IsIdenticalTo(picture));
+    EXPECT_THAT(shownIn(window, image.size()), test::IsIdenticalTo(image));
     EXPECT_EQ(window.pixels().at<cv::Vec3b>(70, 90), test::XWindow::background);
 }
 
@@ -50,11 +50,11 @@ TEST(Window, ShowsAPaletteThatTheHostChangedAfterwards) {
 TEST(Window, TheSourcePointIsTheTopLeftCornerOfThePart) {
     const test::XServer desktop;
     const test::XWindow window(100, 80);
-    const cv::Mat picture = test::noise(kHeight, kWidth, CV_8UC3);
-    const test::Dib dib = test::dibOf(picture);
+    const cv::Mat image = test::noise(kHeight, kWidth, CV_8UC3);
+    const test::Dib dib = test::dibOf(image);
     ASSERT_NE(dib->BitBlt(window.handle(), 5, 6, 20, 10, 30, 25, SRCCOPY), 0);
     EXPECT_THAT(window.pixels()(cv::Rect(5, 6, 20, 10)),
-                test::IsIdenticalTo(picture(cv::Rect(30, 25, 20, 10)).clone()));
+                test::IsIdenticalTo(image(cv::Rect(30, 25, 20, 10)).clone()));
     EXPECT_EQ(window.pixels().at<cv::Vec3b>(6, 4), test::XWindow::background);
 }
 

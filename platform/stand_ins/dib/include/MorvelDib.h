@@ -14,7 +14,7 @@
 #define MORVEL_DIB_API __attribute__((visibility("default")))
 #endif
 
-// A bitmap. Rows are stored one after another, each padded to a multiple of 4 bytes: the picture's
+// A bitmap. Rows are stored one after another, each padded to a multiple of 4 bytes: the image's
 // bottom row first when the height is positive, its top row first when it is negative. Pixels are
 // palette indices (1, 4 and 8 bits, the leftmost pixel in the highest bits), 5-5-5 bits of red,
 // green and blue (16 bits, little-endian), blue, green, red bytes (24 bits), or those and an unused

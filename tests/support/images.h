@@ -1,4 +1,4 @@
-// Pictures for tests: bitmaps of every kind, seeded textures, the distribution's photographs.
+// Images for tests: bitmaps of every kind, seeded textures, the distribution's photographs.
 #pragma once
 
 #include <MorvelDib.h>
@@ -16,11 +16,11 @@ using Dib = std::unique_ptr<CDib>;
 // it top-down.
 Dib makeDib(int width, int height, int bitCount, unsigned char poison = 0xA5);
 
-// A bottom-up 8- or 24-bit bitmap of a CV_8UC1 or CV_8UC3 picture, padding poisoned. Written
+// A bottom-up 8- or 24-bit bitmap of a CV_8UC1 or CV_8UC3 image, padding poisoned. Written
 // without the code under test.
-Dib dibOf(const cv::Mat& picture);
+Dib dibOf(const cv::Mat& image);
 
-// The picture of an 8- or 24-bit bottom-up bitmap, read without the code under test; empty if none
+// The image of an 8- or 24-bit bottom-up bitmap, read without the code under test; empty if none
 // was created. Throws std::invalid_argument for other bitmaps.
 cv::Mat matOf(const CDib& dib);
 

@@ -1,4 +1,4 @@
-#include "tests/support/pictures.h"
+#include "tests/support/images.h"
 
 #include "tests/support/stored_rows.h"
 
@@ -31,11 +31,11 @@ Dib makeDib(int width, int height, int bitCount, unsigned char poison) {
     return dib;
 }
 
-Dib dibOf(const cv::Mat& picture) {
-    Dib dib = makeDib(picture.cols, picture.rows, picture.channels() * 8);
-    for (int r = 0; r < picture.rows; ++r) {
-        std::memcpy(storedLine(*dib, r), picture.ptr(r),
-                    static_cast<std::size_t>(picture.cols) * picture.elemSize());
+Dib dibOf(const cv::Mat& image) {
+    Dib dib = makeDib(image.cols, image.rows, image.channels() * 8);
+    for (int r = 0; r < image.rows; ++r) {
+        std::memcpy(storedLine(*dib, r), image.ptr(r),
+                    static_cast<std::size_t>(image.cols) * image.elemSize());
     }
     return dib;
 }
