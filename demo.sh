@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds Tarvix and shows it at work: a page of before/after images made from
-# real photographs. Usage: ./demo.sh [FOLDER]   (default: build/gallery)
+# real photographs. Usage: ./demo.sh [--no-install] [FOLDER]   (default: build/gallery)
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 out=${1:-$root/build/gallery}

@@ -3,6 +3,10 @@
 # tests/<folder>/test_NAME.cpp (or SOURCES) becomes the program test_NAME and the CTest entry <folder>.NAME.
 # Every test links the module as a host does; LINKS adds the static libraries of operations under test.
 # SERIAL keeps the entry from running beside others (it measures memory or fills a disk).
+#
+# Half the time to compile a test is the headers that all of them include, and most of the rest is the optimiser, which
+# the tests' own code does not need: tests include precompiled headers and are compiled without optimisation. What
+# they test is compiled as for users. A source that computes much is named in tarvix_optimise().
 function(tarvix_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "" "SOURCES;LINKS;DEFINITIONS")
   if(NOT arg_SOURCES)
@@ -11,6 +15,9 @@ function(tarvix_add_test name)
   get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
   add_executable(test_${name} ${arg_SOURCES})
   target_link_libraries(test_${name} PRIVATE tarvix_test_support tarvix_test_main ${arg_LINKS})
+  if(NOT "OpenMP::OpenMP_CXX" IN_LIST arg_LINKS) # its compiler option makes other precompiled headers necessary
+    tarvix_use_test_headers(test_${name})
+  endif()
   if(arg_DEFINITIONS)
     target_compile_definitions(test_${name} PRIVATE ${arg_DEFINITIONS})
   endif()
@@ -36,5 +43,21 @@ function(tarvix_runs_openmp entry)
     set_tests_properties(
       ${entry} PROPERTIES ENVIRONMENT
                           "TSAN_OPTIONS=ignore_noninstrumented_modules=1;OMP_TOOL_LIBRARIES=${TARVIX_ARCHER}")
+  endif()
+endfunction()
+
+# tarvix_use_test_headers(TARGET): for a program of tests.
+function(tarvix_use_test_headers target)
+  if(TARGET tarvix_test_headers)
+    target_compile_options(${target} PRIVATE -fpch-preprocess) # for the compiler cache
+    target_precompile_headers(${target} REUSE_FROM tarvix_test_headers)
+  endif()
+endfunction()
+
+# tarvix_optimise(source ...): compiles these sources of tests as the product is.
+function(tarvix_optimise)
+  if(NOT MSVC)
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-O2>"
+                                                   SKIP_PRECOMPILE_HEADERS ON)
   endif()
 endfunction()

@@ -16,6 +16,7 @@ import re
 import shlex
 import subprocess
 import sys
+import tempfile
 import time
 
 ROOT, BUILD, CACHE = (pathlib.Path(argument) for argument in sys.argv[1:4])
@@ -49,7 +50,18 @@ def command_of(entry):
     words = entry["arguments"] if "arguments" in entry else shlex.split(entry["command"])
     if pathlib.Path(words[0]).name == "ccache":
         words = words[1:]
-    return words
+    return without_precompiled_headers(words)
+
+
+def without_precompiled_headers(words):
+    """clang cannot read g++'s, and a source must include what it uses all the same."""
+    kept = []
+    for word in words:
+        if kept and kept[-1] == "-include" and pathlib.Path(word).name.startswith("cmake_pch."):
+            kept.pop()
+        elif word not in ("-Winvalid-pch", "-fpch-preprocess"):
+            kept.append(word)
+    return kept
 
 
 def included_files(entry):
@@ -87,7 +99,7 @@ def own_settings(source):
             if folder != ROOT and (folder / ".clang-tidy").exists()]
 
 
-def check(entry, settings):
+def check(entry, settings, database):
     """Returns "unchanged", "silent" or the warnings."""
     base = digest(settings, *own_settings(entry["file"]), portable(entry["file"]), *map(portable, command_of(entry)[1:]))
     listing = CACHE / f"{base}.files"
@@ -100,7 +112,7 @@ def check(entry, settings):
             return "unchanged"
     files = included_files(entry)
     key = key_of(base, files) if files is not None else None
-    command = ["clang-tidy", "--quiet", "-p", str(BUILD), f"--header-filter={header_filter()}", entry["file"]]
+    command = ["clang-tidy", "--quiet", "-p", str(database), f"--header-filter={header_filter()}", entry["file"]]
     run = subprocess.run(command, capture_output=True, text=True)
     if run.returncode != 0 or "warning:" in run.stdout or "error:" in run.stdout:
         how = f"signal {-run.returncode}" if run.returncode < 0 else f"status {run.returncode}"
@@ -136,8 +148,11 @@ def main():
     counts = {"unchanged": 0, "silent": 0}
     bad = 0
     shown = set()
-    with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
-        futures = [pool.submit(check, entry, settings) for entry in entries.values()]
+    with tempfile.TemporaryDirectory() as database, concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+        commands = [{"directory": entry["directory"], "file": entry["file"], "arguments": command_of(entry)}
+                    for entry in entries.values()]
+        (pathlib.Path(database) / "compile_commands.json").write_text(json.dumps(commands))
+        futures = [pool.submit(check, entry, settings, database) for entry in entries.values()]
         for future in concurrent.futures.as_completed(futures):
             result = future.result()
             if result in counts:

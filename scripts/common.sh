@@ -2,8 +2,12 @@
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# Compilations are kept by ccache in its own folder, the same ones for every checkout.
-export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=time_macros
+# With --no-install among its arguments, a script of this folder installs nothing and says what is missing.
+arguments=()
+for argument in "$@"; do
+  if [ "$argument" = --no-install ]; then export TARVIX_NO_INSTALL=1; else arguments+=("$argument"); fi
+done
+set -- "${arguments[@]}" # those of the script that sources this file
 
 say() { printf '==> %s\n' "$*"; }
 die() { printf 'tarvix: %s\n' "$*" >&2; exit 1; }
@@ -27,7 +31,7 @@ as_root() {
 
 # install_packages KIND...: the packages of packages.txt of those kinds that are not installed yet.
 install_packages() {
-  command -v apt-get >/dev/null || die "this script installs packages with apt-get; docs/building.md has the list for other systems"
+  command -v dpkg-query >/dev/null || die "this script installs packages with apt-get; docs/building.md has the list for other systems"
   local kind wanted=() missing=() package
   for kind in "$@"; do
     read -r -a more <<<"$(sed -n "s/^$kind: //p" "$root/scripts/packages.txt" | tr '\n' ' ')"
@@ -40,6 +44,7 @@ install_packages() {
     say "packages: all ${#wanted[@]} installed"
     return
   fi
+  [ -z "${TARVIX_NO_INSTALL:-}" ] || die "these packages are missing and --no-install was given: ${missing[*]}"
   say "packages: installing ${missing[*]}"
   quietly as_root apt-get update || die "apt-get update failed: is the network there?"
   for package in "${missing[@]}"; do
@@ -54,9 +59,11 @@ configure_and_build() {
   local preset=$1
   shift
   local launcher=()
+  # It keeps compilations for every checkout: the presets say how.
   if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
   say "build: preset $preset in build/$preset"
-  (cd "$root" && quietly cmake --preset "$preset" "${launcher[@]}") || die "cmake could not configure preset $preset"
+  (cd "$root" && quietly cmake --preset "$preset" "${launcher[@]}" \
+    "-DTARVIX_WERROR=${TARVIX_WERROR:-OFF}") || die "cmake could not configure preset $preset"
   local targets=()
   if [ $# -gt 0 ]; then targets=(--target "$@"); fi
   (cd "$root" && cmake --build --preset "$preset" "${targets[@]}") || die "the build of preset $preset failed"

@@ -3,7 +3,7 @@
 # into the cache (once), builds Tarvix.dll, MorvelDib.dll, TarvixAfx.dll, tarvix.exe and the tests, runs the
 # tests under Wine and packs the archive for users.
 #
-#   scripts/windows.sh [--jobs N] [--no-tests] [-- CTEST_OPTION...]
+#   scripts/windows.sh [--no-install] [--jobs N] [--no-tests] [-- CTEST_OPTION...]
 . "$(dirname "${BASH_SOURCE[0]}")/windows/common.sh"
 
 jobs="$(nproc)"
