@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds everything and runs all tests. Usage: ./test.sh [--no-install] [PRESET]
-# (default: release; also debug, asan, tsan)
+# Installs what is missing, builds everything and runs all tests.
+# Usage: ./test.sh [--no-install] [PRESET]   (release by default; also debug, asan, tsan)
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 preset=${1:-release}

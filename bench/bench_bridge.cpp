@@ -1,4 +1,4 @@
-// The bridge against one memcpy of the same bytes into equally fresh memory.
+// Compares the bridge with one memcpy of the same bytes into equally fresh memory.
 #include "bench/paired.h"
 #include "bridge/dib_bridge.h"
 

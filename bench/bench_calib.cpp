@@ -1,6 +1,6 @@
-// The calibration family: each export against the bare OpenCV calls plus one copy in and one copy
-// out, the search of a stereo calibration with two OpenMP threads against one, and how stereo
-// calibration grows.
+// The calibration family. Compares each export with the bare OpenCV calls plus one copy in and one
+// copy out, and the search of a stereo calibration with two OpenMP threads with one thread.
+// Measures how stereo calibration grows.
 #include "bench/paired.h"
 #include "bridge/dib_bridge.h"
 #include "calib/calib_files.h"
@@ -30,9 +30,9 @@ namespace fs = std::filesystem;
 const cv::Size twoMegapixels(1633, 1225);
 const cv::Size twelveMegapixels(4000, 3000);
 
-// Interleaved pairs of the distribution's stereo photographs; with equalSides, each pair is the
-// left photograph twice. Searching two photographs of one moment may take times that differ by far,
-// and then the slower one is what a pass takes.
+// Interleaved pairs of the distribution's stereo photographs. With equalSides, each pair is the
+// left photograph twice. Otherwise the search may take much longer in one photograph of a pair than
+// in the other, and a pass takes as long as the slower one.
 std::vector<std::string> photos(bool equalSides) {
     const std::string folder = TARVIX_PHOTOS;
     std::vector<std::string> files;
@@ -43,8 +43,8 @@ std::vector<std::string> photos(bool equalSides) {
     return files;
 }
 
-// OpenCV's own threads are held to one, so that only the two sections count; and memory is reused,
-// since threads that map fresh memory wait for each other in the system.
+// OpenCV's own threads are held to one, so that only the two sections count. Memory is reused,
+// because threads that map fresh memory wait for each other in the system.
 void stereoSearch(benchmark::State& state, bool equalSides) {
     const std::vector<std::string> files = photos(equalSides);
     if (!fs::exists(files[0])) {
@@ -89,7 +89,7 @@ public:
     }
     [[nodiscard]] std::string path() const { return m_folder.path(); }
 
-    // The bare calls, map included, as every call of the exports computes it.
+    // The bare calls. They compute the map, too, as every call of the exports does.
     [[nodiscard]] cv::Mat bare(const cv::Mat& m, bool stereo) const {
         cv::Mat map1, map2, out;
         cv::initUndistortRectifyMap(m_camera, m_distortion, stereo ? m_rotation : cv::Mat(),
@@ -204,7 +204,7 @@ void calibrate(benchmark::State& state, bool isStereo) {
     }
 }
 
-// A file is read and checked, a point computed: microseconds.
+// Reading and checking a file and computing a point takes microseconds.
 void measure(benchmark::State& state) {
     state.SetLabel("the export checks the file before OpenCV's reader sees it");
     const test::TempFolder folder;
@@ -229,7 +229,7 @@ void measure(benchmark::State& state) {
 }
 
 // How a stereo calibration grows with the number of pairs: time in proportion (the counter ms_each
-// stays).
+// stays the same).
 void stereoGrowth(benchmark::State& state) {
     const std::vector<std::string> files = photos(false);
     if (!fs::exists(files[0])) {

@@ -1,5 +1,5 @@
-// The convergence search against the plain scan that defines it: the ratio scan / search in one
-// run, in processor time, over simulated facades.
+// Compares the convergence search with the plain scan that defines it: the ratio scan / search in
+// one run, in processor time, over simulated facades.
 #include "bench/paired.h"
 #include "geometry/converge_search.h"
 #include "tests/geometry/literal_scan.h"
@@ -13,7 +13,7 @@ namespace {
 
 constexpr int facades = 24;
 
-// The least of several runs: other processes only ever add.
+// The least of several runs: other processes only add time.
 template <class Work>
 double processorSeconds(int runs, Work&& work) {
     double least = std::numeric_limits<double>::max();
@@ -25,7 +25,7 @@ double processorSeconds(int runs, Work&& work) {
     return least;
 }
 
-// range(0): the focal length given, mm; 0 is unknown.
+// range(0): the given focal length, mm; 0 is unknown.
 void convergeSearch(benchmark::State& state) {
     const auto focal = static_cast<double>(state.range(0));
     const int batch = focal == 0.0 ? 4 : 20; // the clock ticks in microseconds

@@ -1,6 +1,6 @@
-// Exports against the bare OpenCV pipeline on matrices plus one copy in and one copy out, at 2 MP.
-// Those that read files do so on both sides. tx_TrackFace has no pair: it waits for a camera and a
-// key.
+// Compares exports with the bare OpenCV pipeline on matrices plus one copy in and one copy out, at
+// 2 MP. If an export reads files, its reference reads them, too. tx_TrackFace has no reference: it
+// waits for a camera and a key.
 #include "bench/paired.h"
 #include "bridge/dib_bridge.h"
 #include "tests/support/files.h"
@@ -111,7 +111,7 @@ void warp(benchmark::State& state) {
 void mask(benchmark::State& state) {
     const cv::Mat source = image(CV_8UC3);
     const tarvix::DibPtr dib(tarvix::MatToDib(source));
-    // No pixels come in: only the size matters.
+    // No pixels are copied in: only the size matters.
     bench::paired(
         state,
         [&] { const tarvix::DibPtr result(tx_GetProjectiveMask(*dib, from.data(), to.data())); },
@@ -238,7 +238,7 @@ void detector(benchmark::State& state) {
         });
 }
 
-// The same image twice, so two copies come in.
+// The same image twice, so two copies are made.
 void match(benchmark::State& state) {
     compare(
         state, photo("building.jpg"), [](CDib& dib) { return tx_MatchTest(dib, dib, 1, 0); },
@@ -268,7 +268,7 @@ std::vector<std::string> overlapping(const test::TempFolder& folder) {
     return files;
 }
 
-// The registration of one image onto another, straight through.
+// Registers one image onto another with the bare OpenCV calls.
 void registerBare(const std::vector<std::string>& files, const std::vector<std::string>& results) {
     const auto orb = cv::ORB::create();
     const auto brisk = cv::BRISK::create();

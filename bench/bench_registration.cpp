@@ -1,5 +1,6 @@
-// How the registration of a set grows with the number of images: time in proportion (the counter
-// ms_each stays), memory not at all (peak_MB stays), images being read one at a time.
+// How the registration of a set grows with the number of images. Time grows in proportion (the
+// counter ms_each stays the same). Memory does not grow (peak_MB stays the same): images are read
+// one at a time.
 #include "bench/paired.h"
 #include "tests/support/files.h"
 #include "tests/support/images.h"
@@ -15,7 +16,7 @@
 
 namespace {
 
-// Counts the bytes of all matrices of the process, the module's among them.
+// Counts the bytes of all matrices of the process, including the module's.
 class CountingAllocator : public cv::MatAllocator {
 public:
     cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
@@ -50,7 +51,7 @@ private:
 };
 
 void registration(benchmark::State& state) {
-    static CountingAllocator allocator; // matrices may outlive this function
+    static CountingAllocator allocator; // matrices may live longer than this function
     cv::Mat::setDefaultAllocator(&allocator);
     const test::TempFolder folder;
     const auto count = static_cast<int>(state.range(0));

@@ -1,5 +1,5 @@
-// Benchmarks compare: each runs ours and a reference in turn, in one run on one machine, and
-// reports the median of the ratios pair by pair. Only the ratio means something on another machine.
+// Benchmarks compare: each runs our code and a reference in turn, in one run on one machine. It
+// reports the median of the ratios pair by pair. Only ratios are meaningful on another machine.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -54,7 +54,7 @@ void paired(benchmark::State& state, Ours&& ours, Reference&& reference,
     for (auto _ : state) {
         double a = 0;
         double b = 0;
-        oursFirst = !oursFirst; // neither always finds the other's caches
+        oursFirst = !oursFirst; // so that neither always finds the other's caches
         if (oursFirst) {
             a = secondsOf(ours);
             b = secondsOf(reference);

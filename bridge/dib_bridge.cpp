@@ -9,11 +9,11 @@ namespace tarvix {
 
 namespace {
 
-// Results lie in fresh memory, which the system maps page by page at the first write. A page fault
-// in the middle of a long memcpy costs about a third of the copy: each page gets its first write
+// Results are in fresh memory, which the system maps page by page at the first write. A page fault
+// in the middle of a long memcpy costs about a third of the copy, so each page is written to
 // beforehand.
 void copyRow(unsigned char* to, const unsigned char* from, std::size_t bytes) {
-    constexpr std::size_t pageBytes = 4096; // more pages than needed where the system's are larger
+    constexpr std::size_t pageBytes = 4096; // too many writes if the system's pages are larger
     volatile unsigned char* const first = to;
     for (std::size_t i = 0; i < bytes; i += pageBytes) {
         first[i] = 0;

@@ -1,7 +1,7 @@
 // The bitmap bridge: host bitmaps to matrices and back.
 //
 // Images inside the module are CV_8UC1 (grey) or CV_8UC3 (blue, green, red) matrices, rows
-// top-down. Pixel bytes are copied as they stand. Every conversion copies, so nothing aliases a
+// top-down. Pixel bytes are copied unchanged. Every conversion copies, so nothing aliases a
 // bitmap. Both operations are safe on any thread while nobody changes the bitmap.
 #pragma once
 
@@ -16,7 +16,7 @@ namespace tarvix {
 //
 // Returns CV_8UC1 for 8 bits per pixel (palette indices become grey levels) and CV_8UC3 for 24.
 // Returns an empty matrix for any other bit count and for a bitmap that was never created. A
-// top-down bitmap (negative height) comes out upside down; that is kept on purpose.
+// top-down bitmap (negative height) comes out upside down, on purpose.
 // On failure: throws cv::Exception if the matrix cannot be allocated.
 cv::Mat DibToMat(const CDib& dib);
 

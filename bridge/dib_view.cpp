@@ -8,8 +8,8 @@
 namespace tarvix {
 
 std::ptrdiff_t storedRowBytes(int width, int bitCount) {
-    // 64 bits, so that a damaged header cannot overflow. The value equals the 32-bit one wherever
-    // that exists.
+    // 64 bits, so that a damaged header cannot overflow. The value equals the 32-bit one if that
+    // exists.
     const std::int64_t bits = std::int64_t{bitCount} * width + 31;
     return static_cast<std::ptrdiff_t>((bits >> 3) & ~std::int64_t{3});
 }
@@ -44,7 +44,7 @@ bool isBeyondBitmaps(cv::Size size, int matrixType) {
 
 cv::Mat imageViewOf(const DibView& dib) {
     assert(dib.bits != nullptr && dib.bitCount == 24);
-    // cv::Mat keeps steps unsigned; modulo 2^64 a negative one works all the same.
+    // cv::Mat keeps steps unsigned. Modulo 2^64 a negative one works, too.
     return {dib.rows, dib.width, CV_8UC3, dib.lineFromTop(0),
             static_cast<std::size_t>(-dib.stride)};
 }

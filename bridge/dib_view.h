@@ -24,7 +24,7 @@ struct DibView {
 };
 
 // All zero for a bitmap that was never created. The sign of the height is ignored on purpose: rows
-// are always taken as stored bottom-up.
+// are always treated as stored bottom-up.
 DibView viewOf(const CDib& dib);
 
 // Bytes of one stored row: ((bitCount * width + 31) >> 3) & ~3.

@@ -8,7 +8,7 @@ namespace tarvix {
 
 struct HostPath {
     std::string name;           // as the host wrote it, for messages
-    std::filesystem::path path; // the same, as the standard library takes it
+    std::filesystem::path path; // the same, for the standard library
 };
 
 // The file `name` in `folder`. Empty if it does not fit MAX_PATH characters.

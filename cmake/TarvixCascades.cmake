@@ -1,6 +1,6 @@
-# OpenCV's cascade files for the faces: found here, copied beside the host's executable by the target
-# tarvix_cascades, and listed in TARVIX_CASCADES for the installation. The distribution's package opencv-data has
-# them, elsewhere OpenCV's own folder.
+# Finds OpenCV's cascade files for the faces. The target tarvix_cascades copies them beside the host's executable;
+# TARVIX_CASCADES lists them for the installation. They are in the distribution's package opencv-data, on other
+# systems in OpenCV's own folder.
 set(TARVIX_CASCADES)
 function(tarvix_find_cascade variable folder file)
   find_path(

@@ -1,4 +1,4 @@
-# The Debian packages, one for each component: the module, what a host is built with, the program tarvix.
+# The Debian packages, one for each component: the module, what hosts are built with, the program tarvix.
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL Runtime Development Host)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -45,14 +45,14 @@ ${about}
 This package contains a sample host: one sub-command for each operation, and
 a gallery that shows them all on photographs.")
 
-# Hosts that were linked with this version run with it and later ones of the same name. CPack has one setting
-# for all components; only the libraries' package has libraries.
+# Hosts that were linked with this version run with it and with later ones of the same name. CPack has one setting
+# for all components, but only the libraries' package has libraries.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
 
-# The rest of what a Debian package holds.
+# The other contents of a Debian package.
 file(RELATIVE_PATH TARVIX_TO_SHARE "/${tarvix_host_dir}" "/share")
 string(TIMESTAMP TARVIX_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file("${PROJECT_SOURCE_DIR}/cmake/debian/complete.cmake.in" "${PROJECT_BINARY_DIR}/debian/complete.cmake"

@@ -1,6 +1,6 @@
-# What is installed, in three components: Runtime (the module and the libraries it comes with), Development
+# What is installed, in three components: Runtime (the module and the libraries that come with it), Development
 # (headers, link libraries, CMake package, pkg-config file) and Host (the program tarvix and the cascades beside
-# it). The tree may be moved: everything in it finds the rest by relative paths.
+# it). The tree may be moved: its files find each other by relative paths.
 include(CMakePackageConfigHelpers)
 
 set(tarvix_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tarvix")
@@ -14,7 +14,7 @@ foreach(stand_in IN ITEMS TarvixWin32 TarvixAfx MorvelDib)
   endif()
 endforeach()
 
-# The cascades lie beside the host's program. On Windows so do the DLLs; elsewhere the program has a folder of
+# The cascades are beside the host's program. On Windows so are the DLLs. Elsewhere the program has a folder of
 # its own and a link in the folder of programs.
 if(WIN32)
   set(tarvix_host_dir "${CMAKE_INSTALL_BINDIR}")
@@ -66,7 +66,7 @@ if(TARGET tarvix_host)
     file(CREATE_LINK "${to_program}" "${PROJECT_BINARY_DIR}/link/tarvix" SYMBOLIC)
     install(FILES "${PROJECT_BINARY_DIR}/link/tarvix" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Host)
 
-    # Its manual page is made of its own --help.
+    # Its manual page is made from its own --help.
     set(man_page "${PROJECT_BINARY_DIR}/tarvix.1")
     add_custom_command(
       OUTPUT "${man_page}"

@@ -24,8 +24,8 @@ else()
               -Wnon-virtual-dtor
               -Woverloaded-virtual
               $<$<BOOL:${TARVIX_WERROR}>:-Werror>)
-  # OpenCV's messages name our source: as filters/lines.cpp, not with the folder of the machine that built it.
-  # ccache hands that folder on as seen from the build folder.
+  # OpenCV's messages name our source: as filters/lines.cpp, without the folder of the machine that built it.
+  # ccache passes that folder relative to the build folder.
   cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY "${CMAKE_BINARY_DIR}" OUTPUT_VARIABLE from_build)
   foreach(folder IN ITEMS "${PROJECT_SOURCE_DIR}" "${from_build}")
     target_compile_options(tarvix_options INTERFACE "-fmacro-prefix-map=${folder}/=")
@@ -39,7 +39,7 @@ if(TARVIX_SANITIZE)
   add_link_options(-fsanitize=${TARVIX_SANITIZE})
 endif()
 
-# For shared libraries on ELF systems. clang links the sanitizers' run time into programs only, and libraries
+# For shared libraries on ELF systems: clang links the sanitizers' run time into programs only, and libraries
 # find it there.
 set(TARVIX_NO_UNDEFINED)
 if(NOT TARVIX_SANITIZE)

@@ -1,4 +1,4 @@
-# What the packages of every system have in common. A generator's own settings stand in a file of their own.
+# What the packages of every system have in common. Each generator's own settings are in a separate file.
 set(CPACK_PACKAGE_VENDOR "Tarvix")
 set(CPACK_PACKAGE_CONTACT "Tarvix maintainers <maintainers@tarvix.invalid>")
 set(CPACK_STRIP_FILES ON)

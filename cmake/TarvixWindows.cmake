@@ -1,6 +1,6 @@
 # tarvix_version_resource(TARGET "description")
 #
-# On Windows, puts a version resource into a DLL or program: what the file's properties show. Nothing
+# On Windows, puts a version resource into a DLL or program, for the file's properties. Does nothing
 # elsewhere.
 if(WIN32)
   enable_language(RC)

@@ -1,4 +1,4 @@
-# The archive for users of the MinGW build: with it, a Windows machine needs nothing else. It holds the run-time
+# The archive for users of the MinGW build. A Windows machine needs nothing else: the archive has the run-time
 # libraries of the compiler, OpenCV, and the licences of what is bundled.
 set(run_time_libraries)
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/run-time")
@@ -9,7 +9,7 @@ foreach(name IN ITEMS libstdc++-6 libgcc_s_seh-1 libwinpthread-1 libgomp-1)
   if(NOT EXISTS "${path}")
     message(FATAL_ERROR "The compiler's run-time library ${name}.dll is missing")
   endif()
-  # They come with their debugging symbols, ten times the size.
+  # Their debugging symbols are removed: with them, they are ten times as large.
   set(stripped "${PROJECT_BINARY_DIR}/run-time/${name}.dll")
   execute_process(COMMAND "${CMAKE_STRIP}" -o "${stripped}" "${path}" COMMAND_ERROR_IS_FATAL ANY)
   list(APPEND run_time_libraries "${stripped}")

@@ -12,8 +12,8 @@ using namespace tarvix;
 
 namespace {
 
-// Nobody asks whether the cascade was loaded, on purpose: if it is missing or is not a cascade, the
-// first detection throws the cv::Exception that the user is shown.
+// Does not check whether the cascade was loaded, on purpose: if it is missing or is not a cascade,
+// the first detection throws the cv::Exception that the user sees.
 void loadCascade(cv::CascadeClassifier& classifier, const char* fileName) {
     const std::string path = besideExecutable(fileName);
     if (!path.empty()) {
@@ -23,7 +23,7 @@ void loadCascade(cv::CascadeClassifier& classifier, const char* fileName) {
 
 } // namespace
 
-// No conversion to grey, on purpose: OpenCV's message tells the user that 24 bits do not do.
+// No conversion to grey, on purpose: OpenCV's message tells the user that 24 bits are refused.
 int tx_FindFaces(CDib& image, CArray<RECT, RECT&>& faces) {
     cv::CascadeClassifier classifier;
     return collectRects(faces, [&] {

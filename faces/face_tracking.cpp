@@ -29,7 +29,7 @@ void showLargestFace(cv::VideoCapture& camera, cv::CascadeClassifier& classifier
     int key = -1;
     while (key < 0) {
         cv::Mat frame;
-        camera >> frame; // a camera that stops gives an empty frame, which OpenCV refuses below
+        camera >> frame; // if the camera stops, the frame is empty and OpenCV refuses it below
         outlineLargestFace(classifier, frame);
         cv::imshow(window, frame);
         key = cv::waitKey(keyWaitMs);

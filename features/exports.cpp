@@ -26,7 +26,7 @@ CDib* tx_MatchTest(CDib& image1, CDib& image2, int detector, int descriptor) {
     });
 }
 
-// 1 on every path that returns, on purpose: what was written tells how far it came.
+// Returns 1 on every path, on purpose: the written files show how far it came.
 int tx_MatchImages(CStringArray& inputFiles, CStringArray& outputFiles) {
     return showCvPassRest<int>(1, [&] {
         registerImages(filesOf(inputFiles), filesOf(outputFiles));

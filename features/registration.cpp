@@ -107,15 +107,15 @@ void registerImages(const FileList& inputs, const FileList& outputs) {
 
     for (int k = 1; k < inputs.size; ++k) {
         const cv::Mat image = readColour(inputs.at(k));
-        // There is a name for each stored homography and no more, so an input without a homography
-        // ends here.
+        // There is exactly one name for each stored homography, so the access throws for an input
+        // without a homography.
         const std::string output = outputs.at(k);
         // Only the translation is moved into the canvas, on purpose: exact without perspective.
         cv::Mat canvasFromImage = homographies[static_cast<std::size_t>(k - 1)];
         canvasFromImage.at<double>(0, 2) -= layout.left;
         canvasFromImage.at<double>(1, 2) -= layout.top;
         cv::Mat warped;
-        // The image's own size, on purpose: what is further out on the canvas is cut off.
+        // The image's own size, on purpose: what is farther out on the canvas is cut off.
         cv::warpPerspective(image, warped, canvasFromImage, image.size(), cv::INTER_LINEAR,
                             cv::BORDER_CONSTANT, cv::Scalar::all(0));
         canvas.setTo(cv::Scalar::all(0));

@@ -36,7 +36,7 @@ CDib* tx_getRectSubPix(CDib& src, int width, int height, float centerX, float ce
         const cv::Mat source = DibToMat(src);
         const bool isAnswered = !source.empty() && !std::isnan(centerX) && !std::isnan(centerY);
         if (isAnswered && isBeyondBitmaps({width, height}, source.type())) {
-            failSilently(); // before gigabytes are filled in vain
+            failSilently(); // before filling gigabytes in vain
         }
         const cv::Mat patch = orFail(subPixelPatch(source, {width, height}, {centerX, centerY}));
         return orFail(MatToDib(patch));

@@ -12,7 +12,7 @@ int shortestSegment(int width, int rows) {
 
 std::vector<cv::Vec4i> findLines(const cv::Mat& source, int shortest) {
     cv::Mat grey;
-    // On purpose the weights of red and blue are exchanged: the channels are blue, green, red.
+    // On purpose, the weights of red and blue are exchanged: the channels are blue, green, red.
     cv::cvtColor(source, grey, cv::COLOR_RGB2GRAY, 0);
     cv::Mat map; // the thresholded image, then the edges
     const double level = cv::threshold(grey, map, 0.0, 255.0, cv::THRESH_OTSU);

@@ -50,8 +50,8 @@ cv::Mat subPixelPatch(const cv::Mat& source, cv::Size size, cv::Point2f center) 
     }
     CV_Assert(!source.empty()); // OpenCV 4.6 would read through a null pointer
     CV_Assert(!std::isnan(center.x) && !std::isnan(center.y));
-    // OpenCV counts bytes of a row in ints, which a farther centre would overflow. So far out all
-    // positions are whole pixels outside the image: moving the centre changes nothing but that.
+    // OpenCV counts the bytes of a row in ints, which a farther centre would overflow. So far out,
+    // all positions are whole pixels outside the image: moving the centre nearer changes no pixel.
     constexpr float farthest = 0x1p29F;
     const cv::Point2f reachable(std::clamp(center.x, -farthest, farthest),
                                 std::clamp(center.y, -farthest, farthest));

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every benchmark and writes one page with a table and plots: build/bench/index.html. Ratios are of ours
-# and of a reference that ran in turn, so they hold on a busy machine too, if not to the last per cent.
+# Runs every benchmark and writes one page with a table and plots: build/bench/index.html. Our code and a reference
+# run in turn, so the ratios hold on a busy machine, too, though not to the last per cent.
 #   scripts/bench.sh [BENCHMARK_OPTION...]      e.g. --benchmark_filter=tx_Canny
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -12,7 +12,7 @@ import platform
 import re
 import sys
 
-LIMIT = 1.05  # what an export may cost, in bare pipelines
+LIMIT = 1.05  # what an export may cost, as a multiple of its bare pipeline
 
 STYLE = """
 body { font: 15px/1.45 sans-serif; max-width: 60em; margin: 2em auto; padding: 0 1em; color: #222 }
@@ -23,7 +23,7 @@ svg { display: block; margin: 1em 0; max-width: 100% } text { font: 12px sans-se
 
 
 def load(folder, program):
-    """The file's content; nothing of an empty file, which a program leaves when the filter excludes all it has."""
+    """The file's content; nothing for an empty file, which a program writes if the filter excludes all it has."""
     with open(os.path.join(folder, program + ".json"), encoding="utf-8") as file:
         return json.loads(file.read() or "{}")
 

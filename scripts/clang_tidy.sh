@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Runs clang-tidy over all our sources of a build folder's compile database; any warning is an error. A source
-# is skipped when it was silent before and nothing that counts has changed since: clang-tidy, its settings, the
-# compile flags, the source and every file it includes.
+# Runs clang-tidy over all our sources of a build folder's compile database. Any warning is an error. A source
+# is skipped if it was silent before and nothing that matters has changed since: clang-tidy, its settings, the
+# compile flags, the source and every file that it includes.
 #   scripts/clang_tidy.sh [BUILD_FOLDER [PATH...]]
-# BUILD_FOLDER is build/release when not given, configured first when missing; with PATHs (host, bridge/guard.cpp),
-# only sources there are checked.
+# BUILD_FOLDER is build/release by default and is configured first if it is missing. With PATHs (host,
+# bridge/guard.cpp), only sources there are checked.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 for tool in clang-tidy clang++ python3; do

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Builds the fuzzers (clang) and runs each for SECONDS on one core, starting from its corpus in tests/fuzz and from
-# what earlier runs kept. Ends with failure when one finds something; the input is then left in build/fuzz/found.
+# what earlier runs kept. Fails if one finds something; the input is then in build/fuzz/found.
 #   scripts/fuzz.sh SECONDS [NAME...]
-#   scripts/fuzz.sh --short [NAME...]    the short run of the project's own check: some 20 s for each on a free core
-# The short run takes a fixed number of inputs from a fixed seed and the corpus alone, so that it tells about the
-# code and not about the day.
+#   scripts/fuzz.sh --short [NAME...]    the short run of the project's own check: about 20 s for each on a free core
+# The short run takes a fixed number of inputs from a fixed seed and the corpus alone, so that its result depends on
+# the code alone.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 [[ ${1:-} =~ ^([0-9]+|--short)$ ]] || die "usage: scripts/fuzz.sh SECONDS|--short [NAME...]"
@@ -20,7 +20,7 @@ fi
 install_packages build test check
 configure_and_build fuzz fuzzers
 
-# Sizes that no machine has are asked for on purpose. What others leak is theirs.
+# The fuzzers ask for sizes that no machine has, on purpose. Leaks of other libraries are not counted.
 export ASAN_OPTIONS=allocator_may_return_null=1
 export LSAN_OPTIONS=suppressions=$root/tests/support/leaks_of_others.txt:print_suppressions=0
 export OPENCV_LOG_LEVEL=SILENT
@@ -43,7 +43,7 @@ for name in "${names[@]}"; do
   log=$root/build/fuzz/$name.log
   mkdir -p "$kept"
   say "fuzz: $name${limit[*]/#/ }"
-  # An input may take a minute, on a machine that has other things to do: the limit on hangs.
+  # An input may take a minute, because the machine may be busy: the limit only ends hangs.
   if ! nice -n "$niceness" "$program" "${limit[@]}" -timeout=60 -rss_limit_mb=4096 -malloc_limit_mb=1000000 \
     -max_len=20000 -artifact_prefix="$found/$name-" -print_final_stats=1 \
     "$kept" "$root/tests/fuzz/corpus/$name" >"$log" 2>&1; then

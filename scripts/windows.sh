@@ -1,5 +1,5 @@
 #!/bin/bash
-# The Windows module from a bare Debian machine: installs the packages it needs (as root), cross-builds OpenCV
+# Makes the Windows module on a bare Debian machine: installs the packages that it needs (as root), cross-builds OpenCV
 # into the cache (once), builds Tarvix.dll, MorvelDib.dll, TarvixAfx.dll, tarvix.exe and the tests, runs the
 # tests under Wine and packs the archive for users.
 #

@@ -1,4 +1,4 @@
-// Finds faces: the export wants a grey bitmap, which the host makes of its colours.
+// Finds faces. The export needs a grey bitmap, which the host makes from its colour bitmap.
 #include <tarvix/tarvix.h>
 
 #include <cstddef>

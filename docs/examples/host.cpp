@@ -1,4 +1,4 @@
-// A host that takes Tarvix's messages over and catches what exports let pass.
+// A host that takes over Tarvix's messages and catches exceptions of the exports.
 #include <tarvix/tarvix.h>
 
 #include <opencv2/core.hpp>
@@ -6,7 +6,7 @@
 #include <iostream>
 #include <memory>
 
-// The application object: while one lives, messages come here instead of a box on the screen.
+// The application object. While it exists, messages come here instead of a box on the screen.
 class Application : public CWinApp {
 public:
     int DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) override {
@@ -24,14 +24,14 @@ int main(int argc, char** argv) try {
     }
     try {
         const std::unique_ptr<CDib> edges(tx_Canny(*image, 50, 150, 4, 0));
-    } catch (const cv::Exception& e) { // tx_Canny says that it lets them pass: the aperture is even
+    } catch (const cv::Exception& e) { // documented for tx_Canny: the aperture is even
         std::cout << "refused: " << e.what() << '\n';
     }
     CArray<RECT, RECT&> faces;
-    const int count = tx_FindFaces(*image, faces); // wants 8 bits: a message, and 0
+    const int count = tx_FindFaces(*image, faces); // needs 8 bits: a message, and 0
     std::cout << count << " faces\n";
     return 0;
-} catch (CException* e) { // the class library throws pointers; who catches one deletes it so
+} catch (CException* e) { // the class library throws pointers: delete them like this
     e->Delete();
     return 1;
 } catch (const std::exception& e) {

@@ -1,5 +1,5 @@
-// Part of the module where GNU's OpenMP run time serves it on Windows: keeps libraries loaded that
-// cannot be loaded and freed again and again.
+// Keeps libraries loaded that cannot be loaded and freed again and again. Part of the module if
+// GNU's OpenMP run time serves it on Windows.
 //
 // The OpenMP run time keeps its worker threads for the next parallel region and cannot end them. If
 // it were unloaded with the module, these threads would run into unmapped code.

@@ -1,5 +1,5 @@
-// Names of files as hosts give them, multi-byte strings in the system's code page, and as the
-// standard library takes them: not every one reads a narrow string in that code page.
+// Converts file names between the host's multi-byte strings in the system's code page and the
+// standard library's paths. Some standard libraries do not decode narrow strings in that code page.
 #pragma once
 
 #include <filesystem>
@@ -9,7 +9,7 @@ namespace tarvix {
 
 std::filesystem::path pathOf(const std::string& name);
 
-// Characters that the code page lacks become others, as the system chooses.
+// Characters that the code page lacks are replaced as the system chooses.
 std::string nameOf(const std::filesystem::path& path);
 
 } // namespace tarvix

@@ -1,5 +1,5 @@
-// A plain window that programs without a user interface of their own hand to the calibrations'
-// previews. It shows what is drawn into it and repaints nothing.
+// A plain window for programs without a user interface of their own. They pass it to the
+// calibrations for the preview. It shows what is drawn into it and repaints nothing.
 #pragma once
 
 #include <windows.h>
@@ -9,14 +9,14 @@
 
 class PreviewWindow {
 public:
-    // Visible when the constructor returns, its client area (in pixels) black. Throws
-    // std::runtime_error when there is no display.
+    // The window is visible when the constructor returns; its client area (in pixels) is black.
+    // Throws std::runtime_error if there is no display.
     PreviewWindow(const std::string& title, int width, int height);
     ~PreviewWindow();
     PreviewWindow(const PreviewWindow&) = delete;
     PreviewWindow& operator=(const PreviewWindow&) = delete;
 
-    // Names no window any more once the user has closed it.
+    // After the user has closed the window, the handle names no window.
     [[nodiscard]] HWND handle() const;
 
 private:

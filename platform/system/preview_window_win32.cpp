@@ -13,7 +13,7 @@ PreviewWindow::PreviewWindow(const std::string& title, int width, int height)
     windowClass.hInstance = GetModuleHandleA(nullptr);
     windowClass.hbrBackground = static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
     windowClass.lpszClassName = "TarvixPreview";
-    RegisterClassA(&windowClass); // fails harmlessly when it is there already
+    RegisterClassA(&windowClass); // fails harmlessly if it exists already
     RECT outer{0, 0, width, height};
     AdjustWindowRect(&outer, WS_OVERLAPPEDWINDOW, FALSE);
     m_state->window =
@@ -23,7 +23,7 @@ PreviewWindow::PreviewWindow(const std::string& title, int width, int height)
     if (m_state->window == nullptr) {
         throw std::runtime_error("no display for a window");
     }
-    // A call that draws into the window handles no messages meanwhile; the system is not to take it
+    // A call that draws into the window handles no messages meanwhile. The system must not take it
     // for hung.
     DisableProcessWindowsGhosting();
     ShowWindow(m_state->window, SW_SHOWNORMAL);

@@ -13,11 +13,11 @@ struct PreviewWindow::State {
     xcb_window_t window = 0;
 
     State() = default;
-    ~State() { xcb_disconnect(connection); } // the server takes the window down with it
+    ~State() { xcb_disconnect(connection); } // the server closes the window with it
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
-    // Until something drawn would be seen; a window manager may take its time.
+    // Waits until something drawn would be seen: a window manager may take its time.
     void waitUntilVisible() const {
         for (int i = 0; i < 300; ++i) {
             xcb_generic_event_t* event = nullptr;

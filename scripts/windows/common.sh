@@ -1,6 +1,6 @@
 # Shared by the scripts of this folder; sourced, not run.
 
-# All that is built or unpacked for Windows lies here: outside the checkout, nothing on the system.
+# All that is built or unpacked for Windows is here, outside the checkout. Nothing is installed on the system.
 tarvix_cache="${TARVIX_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/tarvix}"
 triplet=x86_64-w64-mingw32
 compiler="$triplet-g++-posix"
@@ -20,7 +20,7 @@ wine_environment() {
     wine_template="$tarvix_cache/wine-folder-$(wine --version 2>/dev/null | tr -cs 'a-zA-Z0-9.\n' - | head -n 1)"
 }
 
-# A Wine folder as Wine sets it up, made once.
+# A Wine folder as Wine sets it up; made once.
 prepare_wine_template() {
     [[ -f "$wine_template/complete" ]] && return
     mkdir -p "$wine_template"

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Runs a Windows program under Wine, in a Wine folder of its own in the cache:
 #   wine_run.sh [--bare] PROGRAM.exe [ARGUMENT...]
-# The compiler's run-time libraries and OpenCV are on the program's search path; --bare leaves them away, as on
+# The compiler's run-time libraries and OpenCV are on the program's search path. --bare omits them, as on
 # a user's machine.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Runs a command with a virtual display and a fresh Wine folder, both gone afterwards:
+# Runs a command with a virtual display and a fresh Wine folder, and removes both afterwards:
 #   with_display.sh [--no-display] COMMAND [ARGUMENT...]
-# Wine decides for or against a display when its first program starts and keeps to it; hence the fresh folder,
-# a copy made of hard links.
+# Wine decides for or against a display when its first program starts and does not change that later. So the folder is
+# fresh, a copy made of hard links.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 . "$here/common.sh"
@@ -26,13 +26,13 @@ clean_up() {
 trap clean_up EXIT
 trap 'exit 130' INT TERM
 cp -al "$wine_template/." "$TARVIX_WINEPREFIX/"
-# Debian's Wine keeps the name of its server's socket here: the copy gets a server of its own.
+# Debian's Wine keeps the name of its server's socket here. The copy gets a server of its own.
 rm -f "$TARVIX_WINEPREFIX/wineserver"
 # Wine writes these; the copy gets its own.
 for file in "$TARVIX_WINEPREFIX"/*.reg; do
     cp --remove-destination "$wine_template/$(basename "$file")" "$file"
 done
-# One server for all programs, and its services started here: those that a program starts would keep its output
-# open, and whoever waits for the end of that would wait for them.
+# One server serves all programs, and its services start here. Services that a program starts would keep its output
+# open, and whoever waits for the end of the output would wait for them.
 "${display[@]}" bash -c 'export WINEPREFIX="$TARVIX_WINEPREFIX"
     wineserver -p && wine wineboot </dev/null >/dev/null 2>&1 && exec "$@"' - "$@"

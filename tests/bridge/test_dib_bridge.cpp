@@ -36,8 +36,8 @@ TEST(DibToMat, NeverCreatedBitmapGivesAnEmptyMatrix) {
     EXPECT_EQ(DibToMat(dib).data, nullptr);
 }
 
-// Widths 1 to 9 in every depth: 8 and 24 bits convert without their padding, the rest gives
-// nothing.
+// Widths 1 to 9 in every depth: 8 and 24 bits convert without their padding, other depths give
+// an empty matrix.
 TEST(DibToMat, SweepOfWidthsAndDepths) {
     for (const int bits : {1, 4, 8, 16, 24, 32}) {
         for (int width = 1; width <= 9; ++width) {

@@ -10,9 +10,9 @@ namespace {
 
 using namespace tarvix;
 
-const auto raiseCv = []() -> int { CV_Error(cv::Error::StsBadArg, "the text"); };
-const auto raiseStd = []() -> int { throw std::runtime_error("other"); };
-const auto raiseInt = []() -> int { failSilently(); };
+const auto throwCv = []() -> int { CV_Error(cv::Error::StsBadArg, "the text"); };
+const auto throwStd = []() -> int { throw std::runtime_error("other"); };
+const auto throwInt = []() -> int { failSilently(); };
 const auto succeed = [] { return 7; };
 
 std::string whatOf(const std::function<int()>& body) {
@@ -37,45 +37,45 @@ TEST_F(Guard, SuccessPassesThroughEveryVariant) {
 }
 
 TEST_F(Guard, OpenCvTextIsShownOnceWithStyleAndHelpZero) {
-    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseCv), -1);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, throwCv), -1);
     ASSERT_EQ(host.messages.size(), 1U);
     EXPECT_EQ(host.messages[0].type, 0U);
     EXPECT_EQ(host.messages[0].helpId, 0U);
     EXPECT_THAT(host.messages[0].text, testing::HasSubstr("the text"));
     EXPECT_THAT(host.messages[0].text, testing::StartsWith("OpenCV("));
-    EXPECT_EQ(showCvPassRest<int>(-2, raiseCv), -2);
+    EXPECT_EQ(showCvPassRest<int>(-2, throwCv), -2);
     EXPECT_EQ(host.messages.size(), 2U);
 }
 
 TEST_F(Guard, TheTextIsWhatItself) {
-    const std::string expected = whatOf(raiseCv);
+    const std::string expected = whatOf(throwCv);
     ASSERT_FALSE(expected.empty());
-    showCvSwallowRest<int>(0, raiseCv);
+    showCvSwallowRest<int>(0, throwCv);
     EXPECT_EQ(host.messages.at(0).text, expected);
 }
 
-TEST_F(Guard, TheRestEndsSilently) {
-    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseStd), -1);
-    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseInt), -1);
-    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseInt, [] { return 5; }), 5);
-    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseStd, [] { return 5; }), 5);
+TEST_F(Guard, OtherExceptionsFailSilently) {
+    EXPECT_EQ(showCvSwallowRest<int>(-1, throwStd), -1);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, throwInt), -1);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, throwInt, [] { return 5; }), 5);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, throwStd, [] { return 5; }), 5);
     EXPECT_TRUE(host.messages.empty());
 }
 
 TEST_F(Guard, OnlyTheOtherKindsUseTheirOwnResult) {
-    EXPECT_EQ(showCvSwallowRest<int>(-1, raiseCv, [] { return 5; }), -1);
+    EXPECT_EQ(showCvSwallowRest<int>(-1, throwCv, [] { return 5; }), -1);
 }
 
-TEST_F(Guard, TheRestPassesOutWhereTheVariantSaysSo) {
-    EXPECT_THROW(showCvPassRest<int>(0, raiseStd), std::runtime_error);
-    EXPECT_THROW(showCvPassRest<int>(0, raiseInt), int);
+TEST_F(Guard, OtherExceptionsPropagateIfTheVariantSaysSo) {
+    EXPECT_THROW(showCvPassRest<int>(0, throwStd), std::runtime_error);
+    EXPECT_THROW(showCvPassRest<int>(0, throwInt), int);
     EXPECT_TRUE(host.messages.empty());
 }
 
 TEST_F(Guard, SwallowAllIsSilentForAll) {
-    EXPECT_EQ(swallowAll<int>(-1, raiseCv), -1);
-    EXPECT_EQ(swallowAll<int>(-1, raiseStd), -1);
-    EXPECT_EQ(swallowAll<int>(-1, raiseInt), -1);
+    EXPECT_EQ(swallowAll<int>(-1, throwCv), -1);
+    EXPECT_EQ(swallowAll<int>(-1, throwStd), -1);
+    EXPECT_EQ(swallowAll<int>(-1, throwInt), -1);
     EXPECT_TRUE(host.messages.empty());
 }
 

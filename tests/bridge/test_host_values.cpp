@@ -30,7 +30,7 @@ TEST(BesideExecutable, FindsTheCascadesThatTheBuildPutsThere) {
     }
 }
 
-TEST(BesideExecutable, NamesAFileThatIsMissingAllTheSame) {
+TEST(BesideExecutable, NamesAFileEvenIfItIsMissing) {
     const std::filesystem::path path = besideExecutable("no such file.xml");
     EXPECT_EQ(path.filename(), "no such file.xml");
     EXPECT_TRUE(std::filesystem::is_directory(path.parent_path()));

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# api.sh DOXYGEN FOLDER EXPORTS: makes the pages of the exports, without a warning; each export is on one.
+# api.sh DOXYGEN FOLDER EXPORTS: makes the pages of the exports. There must be no warning, and each export must be on one.
 set -uo pipefail
 doxygen=$1 folder=$2 exports=$3
 cd "$folder" && rm -rf html && "$doxygen" || exit 1

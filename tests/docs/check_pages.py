@@ -1,4 +1,4 @@
-"""check_pages.py ROOT: what the pages say about the sources is true.
+"""check_pages.py ROOT: checks that the pages tell the truth about the sources.
 
 - every link leads somewhere, and every page can be reached from docs/README.md
 - every C++ and CMake example is in a program under docs/examples, which is compiled and run
@@ -46,7 +46,7 @@ def check_examples():
     renamed = [re.sub(r"example_(\w+)", r"\1", program) for program in programs]
     for page in PAGES:
         for kind, example in re.findall(r"^```(cpp|cmake)\n(.*?)^```", page.read_text(), re.M | re.S):
-            # Parts of a program may be left out: at empty lines, and between CMake's commands.
+            # Parts of a program may be omitted: at empty lines, and between CMake's commands.
             for part in re.split(r"\n\s*\n" if kind == "cpp" else "\n", example.strip()):
                 if not any(words(part) in program for program in programs + renamed):
                     complain(page, f"an example that no program of docs/examples has: {words(part)}")
@@ -55,7 +55,7 @@ def check_examples():
 
 
 def calls(text, name):
-    """The argument lists of the calls of that name."""
+    """Yields the argument lists of the calls of that name."""
     for match in re.finditer(rf"\b{name}\(", text):
         depth, end = 1, match.end()
         while depth:
@@ -103,7 +103,7 @@ def check_exports():
             complain(ROOT / "include/tarvix", f"{name} is in no header")
         elif name not in re.findall(r"\w+", family_page[name].read_text()):
             complain(family_page[name], f"nothing about {name}")
-        # Without a camera, which a fuzzer has not, tracking ends at once.
+        # A fuzzer has no camera, so tracking would end at once.
         if name != "tx_TrackFace" and name not in re.findall(r"\w+", fuzzers):
             complain(ROOT / "tests/fuzz", f"{name} is in no fuzzer")
 

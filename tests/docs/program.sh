@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# program.sh PROGRAM SOURCE MAN_PAGE VERSION BUILD: what the program says about itself: version, manual page and
-# completion know the commands and options of its --help.
+# program.sh PROGRAM SOURCE MAN_PAGE VERSION BUILD: checks what the program says about itself. Version, manual page and
+# completion must know the commands and options of its --help.
 set -uo pipefail
 program=$1 source=$2 man_page=$3 version=$4 build=$5
 fail() {
@@ -8,7 +8,7 @@ fail() {
   exit 1
 }
 
-# Each start of the program takes a while and says the same, so each help text is asked for once.
+# Each start of the program takes a while and prints the same, so each help text is made once.
 helps=$(mktemp -d)
 trap 'rm -rf "$helps"' EXIT
 remembering=$helps/tarvix
@@ -32,7 +32,7 @@ for command in "${commands[@]}"; do
 done
 diff "$man_page" <("$source/host/man_page.sh" "$remembering" "$version") || fail "the manual page is not the program's"
 
-# offered WORD...: what completion offers for the last word.
+# offered WORD...: prints what completion offers for the last word.
 source "$source/host/completion.bash"
 offered() {
   COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))

@@ -1,7 +1,7 @@
 """run_commands.py ROOT PROGRAM PHOTOS [START_SERVER]: runs the command lines of the program tarvix that the pages show.
 
 Each page's commands run in their order, in a folder where the images that they name are photographs. A comment
-that begins with a digit is what the command prints. With the library START_SERVER, the program is loaded once.
+that begins with a digit must be what the command prints. With the library START_SERVER, the program is loaded once.
 """
 
 import pathlib

@@ -1,8 +1,6 @@
-// A host with the cascades that lie beside it:
-//   faces_probe find IMAGE
-//   faces_probe track
-// The first calls tx_FindFaces on the image in grey, with an array that held something, the
-// second tx_TrackFace.
+// A host that uses the cascades beside it:
+//   faces_probe find IMAGE   calls tx_FindFaces on the grey image, with an array that is not empty
+//   faces_probe track        calls tx_TrackFace
 // Prints one line for each message, each face and the result.
 #include "tests/support/stored_rows.h"
 

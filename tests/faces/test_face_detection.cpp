@@ -1,4 +1,4 @@
-// Detection, the rule of the largest face, and what is drawn of it.
+// Detection, the rule of the largest face, and its outline.
 #include "faces/face_detection.h"
 
 #include "tests/support/identical.h"
@@ -79,7 +79,7 @@ TEST(DrawOutline, IsCutAtTheImagesEdge) {
     expectOutline(before, after, face);
 }
 
-TEST(DrawOutline, OfAnEmptyRectangleIsNothing) {
+TEST(DrawOutline, DrawsNothingForAnEmptyRectangle) {
     const cv::Mat before = test::scene(60, 80);
     for (const cv::Rect& face : {cv::Rect(), cv::Rect(10, 10, 0, 20), cv::Rect(10, 10, 20, 0)}) {
         cv::Mat after = before.clone();

@@ -30,7 +30,7 @@ using testing::StartsWith;
 
 namespace fs = std::filesystem;
 
-// Shows what the class keeps to itself.
+// Makes protected members visible.
 class Faces : public CArray<RECT, RECT&> {
 public:
     [[nodiscard]] INT_PTR growBy() const { return m_nGrowBy; }
@@ -114,7 +114,8 @@ TEST_F(FindFaces, OldContentsAreGoneAndTheGrowthSettingStays) {
     ASSERT_EQ(tx_FindFaces(*dib, faces), 1);
     EXPECT_EQ(faces.GetSize(), 1);
     EXPECT_EQ(faces.growBy(), 7);
-    EXPECT_EQ(faces.capacity(), 7) << "the old memory was freed, the new one is of one growth";
+    EXPECT_EQ(faces.capacity(), 7)
+        << "the old memory is freed, the new one has the size of one growth";
     EXPECT_GT(faces[0].right, 0);
 }
 
@@ -149,7 +150,7 @@ TEST_F(FindFaces, ColourIsRefusedWithOpenCvsMessage) {
     EXPECT_EQ(faces.GetSize(), 0);
 }
 
-TEST_F(FindFaces, ABitmapWithoutPixelsForOpenCvHasNoFaces) {
+TEST_F(FindFaces, ABitmapThatGivesAnEmptyMatrixHasNoFaces) {
     CDib never;
     EXPECT_EQ(tx_FindFaces(never, faces), 0);
     for (const int bits : {1, 4, 16, 32}) {
@@ -171,7 +172,7 @@ TEST_F(FindFaces, AnImageStoredTopDownIsSearchedUpsideDown) {
     EXPECT_EQ(faces.sides(), sidesOf(detections(flipped)));
 }
 
-// What stays in the array when the way into it breaks off.
+// What the array holds if copying into it fails.
 class CollectRects : public FindFaces {
 protected:
     const std::vector<cv::Rect> three = {{10, 20, 30, 40}, {1, 2, 3, 4}, {5, 6, 7, 8}};
@@ -191,7 +192,7 @@ TEST_F(CollectRects, EmptiesTheArrayBeforeTheSearch) {
                                            ElementsAre(5, 6, 12, 14)));
 }
 
-TEST_F(CollectRects, AMessageGivesZeroThoughAppendedFacesStay) {
+TEST_F(CollectRects, AfterAMessageReturnsZeroThoughAppendedFacesStay) {
     EXPECT_EQ(tarvix::collectRects(faces,
                                    [&]() -> std::vector<cv::Rect> {
                                        faces.SetSize(2);
@@ -207,7 +208,7 @@ TEST_F(CollectRects, AnArrayThatCannotGrowKeepsAndCountsWhatItHolds) {
     EXPECT_EQ(tarvix::collectRects(faces,
                                    [&] {
                                        // Room for two, and a growth that no memory fulfils: the
-                                       // third face raises the class library's exception.
+                                       // third face throws the class library's exception.
                                        faces.SetSize(2);
                                        faces.SetSize(1, std::numeric_limits<INT_PTR>::max());
                                        faces[0] = RECT{9, 9, 9, 9};
@@ -218,7 +219,7 @@ TEST_F(CollectRects, AnArrayThatCannotGrowKeepsAndCountsWhatItHolds) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(CollectRects, AnyOtherExceptionIsSilentAndGivesTheSize) {
+TEST_F(CollectRects, AnyOtherExceptionIsSilentAndReturnsTheSize) {
     const auto after = [&](auto raise) {
         return tarvix::collectRects(faces, [&]() -> std::vector<cv::Rect> {
             faces.SetSize(2);
@@ -233,7 +234,7 @@ TEST_F(CollectRects, AnyOtherExceptionIsSilentAndGivesTheSize) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-// A host of its own with the cascade that the test puts beside it.
+// A separate host with the cascade that the test puts beside it.
 class CascadeFile : public testing::Test {
 protected:
     test::TempFolder folder;
@@ -272,7 +273,7 @@ TEST_F(CascadeFile, MissingShowsOpenCvsMessageAboutAnEmptyClassifier) {
     expectMessage(find(), "!empty()");
 }
 
-TEST_F(CascadeFile, ThatHoldsNothingOrNoCascadeShowsAMessage) {
+TEST_F(CascadeFile, ThatIsEmptyOrIsNotACascadeShowsAMessage) {
     write("");
     expectMessage(find(), "");
     write("<?xml version=\"1.0\"?>\n<opencv_storage><M1>5</M1></opencv_storage>\n");

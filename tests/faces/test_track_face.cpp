@@ -1,5 +1,5 @@
-// tx_TrackFace for real: an emulated camera, a window on a display of the test's own, keys pressed
-// in it. The host is a program of its own, so what ends it ends no test.
+// The whole of tx_TrackFace: an emulated camera, a window on a display of the test's own, keys
+// pressed in it. The host is a separate program, so what ends it does not end a test.
 #include "tests/support/emulated_camera.h"
 #include "tests/support/environment.h"
 #include "tests/support/files.h"
@@ -81,7 +81,7 @@ cv::Mat outlined(const cv::Mat& frame, const cv::Rect& face) {
     return result;
 }
 
-// Whether the image holds the part somewhere, pixel by pixel.
+// Whether the image contains the part somewhere, pixel by pixel.
 bool holds(const cv::Mat& image, const cv::Mat& part) {
     const auto isAt = [&](int x, int y) {
         for (int row = 0; row < part.rows; ++row) {
@@ -117,7 +117,8 @@ test::ProgramResult track(const std::string& program = TARVIX_FACES_PROBE) {
     return test::runProgram(program, {"track"});
 }
 
-// The host at work. Whoever ends the scope early waits until the camera's frames are used up.
+// The running host. The end of the scope waits until the host ends: at the latest when the camera's
+// frames are used up.
 class Tracking {
 public:
     // An X11 key symbol.
@@ -131,7 +132,7 @@ private:
 };
 
 void expectMessage(const test::ProgramResult& run, const std::string& what) {
-    EXPECT_EQ(run.status, 0) << "the host is still there: " << run.err;
+    EXPECT_EQ(run.status, 0) << "the host is still running: " << run.err;
     EXPECT_THAT(run.out, MatchesRegex("message OpenCV[^\n]*\nresult 0\n"));
     EXPECT_THAT(run.out, HasSubstr(what));
 }
@@ -156,7 +157,7 @@ TEST(TrackFace, OutlinesOnlyTheLargestFaceUntilAKeyIsPressed) {
     expectSilentOne(tracking.pressKey(escapeKey));
 }
 
-TEST(TrackFace, OfEqualFacesOutlinesTheOneReportedFirst) {
+TEST(TrackFace, OutlinesTheFirstReportedOfEqualFaces) {
     // Which sizes the classifier gives to equal faces depends on the wall.
     cv::Mat frame;
     std::vector<cv::Rect> found;
@@ -187,7 +188,7 @@ TEST(TrackFace, ShowsAPlainFrameUnchangedAfterAFace) {
     expectSilentOne(tracking.pressKey(' '));
 }
 
-TEST(TrackFace, WithoutACameraReturnsOneInSilence) {
+TEST(TrackFace, WithoutACameraReturnsOneSilently) {
     const EmulatedCamera none;
     {
         const test::XServer display;
@@ -223,7 +224,7 @@ TEST(TrackFace, WithoutADisplayEndsWithAMessageAndTheHostLives) {
 TEST(TrackFace, FollowsTheChoiceOfTheGuiLibrarysPlatform) {
     const EmulatedCamera camera({plainWall()}, AfterLastFrame::stop);
     const test::ScopedEnvironment display("DISPLAY", std::nullopt);
-    // Windows that nobody sees: it goes on until the camera stops.
+    // Its windows are invisible: it goes on until the camera stops.
     for (const char* platform : {"offscreen", "minimal", "xcb;offscreen"}) {
         SCOPED_TRACE(platform);
         const test::ScopedEnvironment variable("QT_QPA_PLATFORM", platform);
@@ -237,7 +238,7 @@ TEST(TrackFace, FollowsTheChoiceOfTheGuiLibrarysPlatform) {
 }
 
 // A path that is cut off would lead to a folder further up.
-TEST(TrackFace, ReadsNoCascadeWhenTheExecutablesPathIsTooLong) {
+TEST(TrackFace, ReadsNoCascadeIfTheExecutablesPathIsTooLong) {
     const test::XServer display;
     const test::TempFolder folder;
     const std::string above = folder / std::string(150, 'a');
@@ -253,7 +254,7 @@ TEST(TrackFace, ReadsNoCascadeWhenTheExecutablesPathIsTooLong) {
     expectEnd(tooLong, "!empty()");
 }
 
-// A host of its own with the cascade that the test puts beside it.
+// A separate host with the cascade that the test puts beside it.
 class TrackingCascade : public testing::Test {
 protected:
     test::XServer display;

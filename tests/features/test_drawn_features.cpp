@@ -46,7 +46,7 @@ cv::Mat sample(bool grey) {
 
 // ---- the table
 
-TEST(Detectors, EverySettingIsTheOneSpelledOut) {
+TEST(Detectors, EverySettingIsAsListed) {
     const auto orb = tarvix::createDetector(1).dynamicCast<cv::ORB>();
     ASSERT_NE(orb, nullptr);
     EXPECT_EQ(orb->getMaxFeatures(), 500);
@@ -142,7 +142,7 @@ TEST_F(DetectorTest, UnknownSelectorGivesNullSilently) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(DetectorTest, FlatImageComesBackAsItIs) {
+TEST_F(DetectorTest, AFlatImageIsReturnedUnchanged) {
     const cv::Mat flat(90, 120, CV_8UC3, cv::Scalar(40, 90, 200));
     for (int detector = 0; detector <= 4; ++detector) {
         const Dib result(tx_DetectorTest(*test::dibOf(flat), detector));
@@ -160,7 +160,7 @@ TEST_F(DetectorTest, CallingTwiceDrawsAtTheSamePlaces) {
     for (const int detector : {1, 2, 4}) {
         const Dib first(tx_DetectorTest(*source, detector));
         const Dib second(tx_DetectorTest(*source, detector));
-        // The colours are random: a circle may by chance have nearly the colour underneath.
+        // The colours are random: a circle may have nearly the colour underneath by chance.
         const cv::Mat a = changed(test::matOf(*first), image);
         const cv::Mat b = changed(test::matOf(*second), image);
         EXPECT_LT(cv::countNonZero(a != b), cv::countNonZero(a) / 20);
@@ -278,8 +278,8 @@ TEST_F(MatchTest, IdenticalImagesAreJoinedLevelByLevel) {
     const cv::Mat image = test::photo("box.png");
     const Dib result(tx_MatchTest(*test::dibOf(image), *test::dibOf(image), 1, 0));
     ASSERT_NE(result, nullptr);
-    // Every keypoint is matched to itself: the lines run level from one image to the other, so
-    // the middle column is only touched in the rows of keypoints.
+    // Every keypoint matches itself: the lines run level from one image to the other, so they
+    // touch the middle column only in the rows of keypoints.
     const auto orb = tarvix::createOrb();
     std::vector<cv::KeyPoint> keypoints;
     cv::Mat descriptors;
@@ -313,9 +313,9 @@ TEST_F(MatchTest, UnknownSelectorsGiveNullSilently) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-// On purpose: the descriptor's selector is looked at after the detection, so what the detector
-// refuses is told first; the detector's own selector comes before.
-TEST_F(MatchTest, TheDescriptorSelectorIsLookedAtAfterTheDetection) {
+// On purpose: the descriptor's selector is checked after the detection, so what the detector
+// refuses is reported first. The detector's own selector is checked before it.
+TEST_F(MatchTest, TheDescriptorSelectorIsCheckedAfterTheDetection) {
     const Dib tiny = test::makeDib(2, 2, 24);
     EXPECT_EQ(tx_MatchTest(*tiny, *tiny, 0, 2), nullptr);
     EXPECT_EQ(host.messages.size(), 1U);

@@ -84,7 +84,7 @@ TEST_F(Stitch, ThreeOverlappingViewsGiveAWiderPanorama) {
     EXPECT_GT(whole.cols, viewSize.width * 5 / 4);
 
     // It contains the scene: where the source's features are found again in the panorama, the
-    // panorama shows the source. The stitcher projects onto a sphere, so compare piece by piece.
+    // panorama shows the source. The stitcher projects onto a sphere, so pieces are compared.
     const auto orb = cv::ORB::create(3000);
     std::vector<cv::KeyPoint> a, b;
     cv::Mat da, db;
@@ -104,7 +104,7 @@ TEST_F(Stitch, ThreeOverlappingViewsGiveAWiderPanorama) {
     const cv::Mat panoramaFromPoster = cv::findHomography(from, to, cv::RANSAC, 12, inliers);
     ASSERT_FALSE(panoramaFromPoster.empty());
     EXPECT_GT(cv::countNonZero(inliers), static_cast<int>(from.size()) / 2);
-    // The scene's points at 14 degrees to either side lie in the panorama.
+    // The scene's points at 14 degrees to either side are in the panorama.
     const auto side = static_cast<float>(focal * std::tan(14 * CV_PI / 180));
     const auto x = static_cast<float>(poster().cols) / 2, y = static_cast<float>(poster().rows) / 2;
     std::vector<cv::Point2f> ends = {{x - side, y}, {x, y}, {x + side, y}};
@@ -114,7 +114,7 @@ TEST_F(Stitch, ThreeOverlappingViewsGiveAWiderPanorama) {
     }
     EXPECT_LT(ends[0].x, ends[1].x);
     EXPECT_LT(ends[1].x, ends[2].x);
-    // And piece by piece it is the scene: small enough that the stitcher's sphere is flat.
+    // Piece by piece it is the scene. Pieces are so small that the stitcher's sphere is flat.
     const cv::Size piece(64, 64);
     int textured = 0;
     const int reach = cvFloor(side);
@@ -125,7 +125,7 @@ TEST_F(Stitch, ThreeOverlappingViewsGiveAWiderPanorama) {
             cv::Scalar mean, deviation;
             cv::meanStdDev(wanted, mean, deviation);
             if (deviation[1] < 30) {
-                continue; // flat: found anywhere
+                continue; // flat: would be found anywhere
             }
             cv::Mat likeness;
             cv::matchTemplate(whole, wanted, likeness, cv::TM_CCOEFF_NORMED);

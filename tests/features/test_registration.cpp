@@ -26,7 +26,7 @@ namespace {
 using test::IsIdenticalTo;
 using testing::IsEmpty;
 
-// The random numbers of the descriptor index, the same from here on in every run.
+// Makes the random numbers of the descriptor index the same from here on in every run.
 void seed() {
     cv::theRNG().state = 20240;
 }
@@ -40,7 +40,7 @@ protected:
         return folder / name;
     }
 
-    // Registers the files; the outputs are out0.png, out1.png ... `names` of them.
+    // Registers the files. The outputs are out0.png, out1.png ..., `names` of them.
     int run(const std::vector<std::string>& inputs, int names) {
         CStringArray in;
         CStringArray out;
@@ -69,15 +69,15 @@ protected:
     test::TestHost host;
 };
 
-// A part of a real photograph, its top-left corner at (x, y): the parts' pixels differ by pure
+// A part of a real photograph with its top-left corner at (x, y). Parts differ by pure
 // translations.
 cv::Mat part(int x, int y, cv::Size size = {420, 320}) {
     static const cv::Mat photograph = test::photo("building.jpg");
     return photograph(cv::Rect({x, y}, size)).clone();
 }
 
-// The image that a camera would take for which referenceFromImage holds, of a scene that is the
-// photograph shifted so that its (x, y) is the reference's origin.
+// The image of a camera for which referenceFromImage holds. The scene is the photograph, shifted so
+// that its (x, y) is the reference's origin.
 cv::Mat view(const cv::Matx33d& referenceFromImage, int x, int y, cv::Size size = {420, 320}) {
     static const cv::Mat photograph = test::photo("building.jpg");
     const cv::Matx33d photographFromReference(1, 0, x, 0, 1, y, 0, 0, 1);
@@ -194,7 +194,7 @@ TEST_F(MatchImages, FilesEqualTheLiteralCalls) {
     }
 }
 
-// ---- what the files hold
+// ---- the contents of the files
 
 TEST_F(MatchImages, OneFileIsWrittenUnchanged) {
     const cv::Mat image = part(100, 100);
@@ -204,8 +204,8 @@ TEST_F(MatchImages, OneFileIsWrittenUnchanged) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-// Keypoints of coarse pyramid levels lie on a coarse grid, so a known outline comes out within two
-// pixels, and what lies near an image's middle within one.
+// Keypoints of coarse pyramid levels are on a coarse grid. So a known outline is found within two
+// pixels, and what is near an image's middle within one.
 constexpr int outlineTolerance = 2;
 constexpr double shiftTolerance = 1;
 
@@ -214,7 +214,7 @@ void expectSize(const cv::Mat& image, cv::Size expected) {
     EXPECT_NEAR(image.rows, expected.height, outlineTolerance);
 }
 
-// How far the content of one image lies from where it is in another of the same size.
+// How far the content of one image is shifted in another of the same size.
 double shiftBetween(const cv::Mat& a, const cv::Mat& b) {
     cv::Mat greyA, greyB, window;
     cv::cvtColor(a, greyA, cv::COLOR_BGR2GRAY);
@@ -292,7 +292,7 @@ TEST_F(MatchImages, OnlyTheTranslationIsMovedIntoTheCanvas) {
     seed();
     EXPECT_EQ(run({save("a.png", reference), save("b.png", image)}, 2), 1);
     EXPECT_THAT(output(1), IsIdenticalTo(expected.canvases[1]));
-    // The exact move would land elsewhere.
+    // The exact move has another result.
     const cv::Matx33d canvasFromReference(1, 0, -expected.left, 0, 1, -expected.top, 0, 0, 1);
     cv::Mat exact;
     cv::warpPerspective(image, exact, canvasFromReference * cv::Matx33d(expected.homographies[0]),
@@ -304,7 +304,7 @@ TEST_F(MatchImages, OnlyTheTranslationIsMovedIntoTheCanvas) {
 
 // ---- recovery of a known homography
 
-// How far the middle and the worst corner of an image land from where they should.
+// How far the middle and the worst corner of an image are from where they should be.
 struct Misfit {
     double middle, corner;
 };
@@ -352,8 +352,8 @@ TEST_F(MatchImages, KnownViewsAreRecovered) {
     }
 }
 
-TEST_F(MatchImages, RealPairThatIsAPlaneLandsWhereMeasured) {
-    // A wall from two very different places, with its measured homography.
+TEST_F(MatchImages, RealPairOfAPlaneMatchesTheMeasuredHomography) {
+    // A wall, photographed from two very different places, with its measured homography.
     cv::Mat truth;
     cv::FileStorage(test::photoPath("H1to3p.xml"), cv::FileStorage::READ)["H13"] >> truth;
     ASSERT_EQ(truth.size(), cv::Size(3, 3));
@@ -389,14 +389,14 @@ TEST_F(MatchImages, RealPairWithTooFewMatchesIsLeftOut) {
 
 // ---- names and images that do not match
 
-TEST_F(MatchImages, OneFileAndTwoNamesWriteNothingAndGiveOne) {
+TEST_F(MatchImages, OneFileAndTwoNamesWriteNothingAndReturnOne) {
     EXPECT_EQ(run({save("a.png", part(100, 100))}, 2), 1);
     EXPECT_EQ(run({folder / "a.png"}, 0), 1);
     EXPECT_EQ(written(), 0);
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(MatchImages, WrongNumberOfNamesWritesNothingAndGivesOne) {
+TEST_F(MatchImages, WrongNumberOfNamesWritesNothingAndReturnsOne) {
     const std::vector<std::string> files = {save("a.png", part(100, 100)),
                                             save("b.png", part(160, 120))};
     for (const int names : {0, 1, 3}) {
@@ -406,7 +406,7 @@ TEST_F(MatchImages, WrongNumberOfNamesWritesNothingAndGivesOne) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(MatchImages, NoInputRaisesTheInvalidArgumentException) {
+TEST_F(MatchImages, NoInputThrowsTheInvalidArgumentException) {
     EXPECT_THROW(run({}, 0), CInvalidArgException*);
     EXPECT_THROW(run({}, 1), CInvalidArgException*);
     EXPECT_EQ(written(), 0);
@@ -423,8 +423,8 @@ TEST_F(MatchImages, AnImageWithoutMatchesAndAllNamesWriteNothing) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-// On purpose: the k-th input takes the k-th stored homography and name, so both move up after an
-// image that was left out, and the call ends with the class library's exception.
+// On purpose: the k-th input takes the k-th stored homography and name. So both move up after an
+// image that was left out, and the call throws the class library's exception.
 TEST_F(MatchImages, ThePairingShiftsAfterAnImageThatWasLeftOut) {
     const cv::Mat reference = part(100, 100), shifted = part(160, 120);
     const cv::Mat flat(320, 420, CV_8UC3, cv::Scalar(9, 99, 200));
@@ -434,7 +434,7 @@ TEST_F(MatchImages, ThePairingShiftsAfterAnImageThatWasLeftOut) {
     seed();
     EXPECT_THROW(run({save("a.png", reference), save("flat.png", flat), save("c.png", shifted)}, 2),
                  CInvalidArgException*);
-    // The files written before stay: the reference, and the flat image at the third one's place.
+    // The files written before stay: the reference, and the flat image in the third one's place.
     ASSERT_EQ(written(), 2);
     EXPECT_THAT(output(0), IsIdenticalTo(pair.canvases[0]));
     const cv::Mat second = output(1);
@@ -444,7 +444,7 @@ TEST_F(MatchImages, ThePairingShiftsAfterAnImageThatWasLeftOut) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
-TEST_F(MatchImages, LeftOutAtTheEndStopsAfterTheNamesThatThereAre) {
+TEST_F(MatchImages, LeftOutAtTheEndStopsAfterTheLastName) {
     EXPECT_THROW(run({save("a.png", part(100, 100)), save("b.png", part(160, 120)),
                       save("flat.png", cv::Mat(320, 420, CV_8UC3, cv::Scalar::all(7)))},
                      2),
@@ -501,11 +501,12 @@ TEST_F(MatchImages, AReferenceWithFewerThanTwoDescriptorsEndsInOpenCvsMessage) {
         EXPECT_EQ(written(), 0);
     }
     host.messages.clear();
-    EXPECT_EQ(run({folder / "missing.png"}, 1), 1) << "without a further image it is the canvas's";
+    EXPECT_EQ(run({folder / "missing.png"}, 1), 1)
+        << "without a further image, the canvas is refused";
     EXPECT_EQ(host.messages.size(), 1U);
 }
 
-// Its index draws random numbers like any other, which the next image's depends on.
+// Its index draws random numbers, too, and the next image's index depends on them.
 TEST_F(MatchImages, AnImageWithoutKeypointsStillBuildsItsIndex) {
     const std::vector<cv::Mat> images = {part(200, 150),
                                          cv::Mat(150, 200, CV_8UC3, cv::Scalar::all(90)),
@@ -520,7 +521,7 @@ TEST_F(MatchImages, AnImageWithoutKeypointsStillBuildsItsIndex) {
         ASSERT_EQ(expected.homographies.size(), 1U);
         const std::uint64_t after = cv::theRNG().state;
         cv::theRNG().state = state;
-        // The pairing shifts after the image that was left out, so a name is missing in the end.
+        // The pairing shifts after the image that was left out, so a name is missing at the end.
         EXPECT_THROW(run(files, 2), CInvalidArgException*);
         EXPECT_EQ(cv::theRNG().state, after);
         EXPECT_THAT(output(0), IsIdenticalTo(expected.canvases[0]));
@@ -553,7 +554,7 @@ TEST_F(MatchImages, NamesThatCannotBeWritten) {
     CStringArray in, out;
     in.Add(save("a.png", part(100, 100)).c_str());
     out.Add((folder / "no/such/folder/out.png").c_str());
-    EXPECT_EQ(tx_MatchImages(in, out), 1); // the encoder's answer is not asked for
+    EXPECT_EQ(tx_MatchImages(in, out), 1); // the encoder's result is not checked
     EXPECT_THAT(host.messages, IsEmpty());
     out.SetAt(0, (folder / "out.nosuchformat").c_str());
     EXPECT_EQ(tx_MatchImages(in, out), 1);
@@ -614,7 +615,7 @@ TEST(GoodMatches, RowOrderAndPositions) {
     EXPECT_THAT(pairs.reference, testing::ElementsAre(cv::Point2f(30, 40), cv::Point2f(30, 40)));
 }
 
-TEST(GoodMatches, IndexOutsideTheListsRaisesOutOfRange) {
+TEST(GoodMatches, IndexOutsideTheListsThrowsOutOfRange) {
     const std::vector<cv::KeyPoint> one = {{1, 2, 1}};
     for (const int index : {-1, 1, INT_MAX, INT_MIN}) {
         EXPECT_THROW(tarvix::goodMatches(neighbours({{index, 0}}, {{1, 10}}), one, one),
@@ -629,11 +630,11 @@ TEST(GoodMatches, IndexOutsideTheListsRaisesOutOfRange) {
     } catch (const std::out_of_range& e) {
         EXPECT_STREQ(e.what(), "invalid vector<T> subscript");
     }
-    // An index that is not needed is not looked at.
+    // An index that is not needed is not checked.
     EXPECT_TRUE(tarvix::goodMatches(neighbours({{-1, -1}}, {{9, 10}}), one, one).image.empty());
 }
 
-// What the installed OpenCV does with the calls as written: its answer, or that it refuses.
+// What the installed OpenCV does with the calls as written: its result, or that it refuses them.
 struct SearchOutcome {
     bool isRefused = false;
     tarvix::Neighbours found;
@@ -651,7 +652,7 @@ SearchOutcome literalSearch(const cv::Mat& descriptors, const cv::Mat& reference
     return outcome;
 }
 
-TEST(TwoNearest, FewOrNoDescriptorsOnEitherSideAreWhatOpenCvMakesOfThem) {
+TEST(TwoNearest, FewOrNoDescriptorsOnEitherSideGiveWhatOpenCvGives) {
     const cv::Mat some = test::noise(5, 64, CV_8UC1);
     const cv::Mat noRows(0, 64, CV_8UC1);
     const std::vector<cv::Mat> sides{cv::Mat(), noRows, some.rowRange(0, 1).clone(),
@@ -691,7 +692,7 @@ TEST(TwoNearest, TheSecondOfTwoIsFoundOrMarkedAsMissing) {
     }
 }
 
-TEST(GoodMatches, OfNoNeighboursAreNone) {
+TEST(GoodMatches, WithoutNeighboursThereAreNone) {
     const std::vector<cv::KeyPoint> keypoints(5, cv::KeyPoint(1, 1, 1));
     EXPECT_TRUE(tarvix::goodMatches({}, keypoints, keypoints).image.empty());
 }
@@ -707,7 +708,7 @@ TEST(TwoNearest, FloatDescriptorsUseFloatDistances) {
     EXPECT_EQ(n.dists.at<float>(0, 0), 0.F);
 }
 
-TEST(EstimateHomography, PointsOnOneSpotGiveNoneOrOneThatIsRefusedLater) {
+TEST(EstimateHomography, CoincidentPointsGiveNoneOrOneThatIsRefusedLater) {
     tarvix::PointPairs pairs;
     pairs.image.assign(12, {50, 60});
     pairs.reference.assign(12, {50, 60});
@@ -735,7 +736,7 @@ TEST(ProjectedOutline, RoundsHalfAwayFromZero) {
     EXPECT_EQ(shifted(-0.5, 0.5), cv::Rect(-1, 1, 11, 20));
 }
 
-// On purpose: each side comes from a fixed pair of corners, not from the extremes of all four.
+// On purpose: each side is taken from a fixed pair of corners, not from the extremes of all four.
 TEST(ProjectedOutline, FixedPairsOfCorners) {
     const cv::Mat mirrored(cv::Matx33d(-1, 0, 100, 0, 1, 0, 0, 0, 1));
     EXPECT_EQ(tarvix::projectedOutline(mirrored, {100, 50}), cv::Rect(100, 0, -100, 50));
@@ -743,11 +744,11 @@ TEST(ProjectedOutline, FixedPairsOfCorners) {
     // (0,0)->(50,0) (100,0)->(50,100) (100,50)->(0,100) (0,50)->(0,0)
     EXPECT_EQ(tarvix::projectedOutline(quarterTurn, {100, 50}), cv::Rect(0, 0, 50, 100));
     const cv::Mat tilted(cv::Matx33d(1, 0.5, 0, 0.5, 1, 0, 0, 0, 1));
-    // The image's lowest x is corner 0's, its lowest y too; all pairs hold the extremes here.
+    // The lowest x and y are corner 0's. All pairs hold the extremes here.
     EXPECT_EQ(tarvix::projectedOutline(tilted, {100, 50}), cv::Rect(0, 0, 125, 100));
 }
 
-TEST(ProjectedOutline, SaturatesAndTakesNotANumberAsZero) {
+TEST(ProjectedOutline, SaturatesAndTreatsNotANumberAsZero) {
     const double nan = std::nan("");
     const cv::Rect distant =
         tarvix::projectedOutline(cv::Mat(cv::Matx33d(1e30, 0, -1e30, 0, 1, 0, 0, 0, 1)), {10, 10});

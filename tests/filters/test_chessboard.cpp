@@ -30,7 +30,7 @@ protected:
     CString text{"before"};
 };
 
-// "x,y;x,y" back into points.
+// Reads "x,y;x,y" as points.
 std::vector<cv::Point2d> pointsOf(const CString& text) {
     std::vector<cv::Point2d> points;
     std::istringstream in{std::string(text.GetString())};
@@ -42,7 +42,7 @@ std::vector<cv::Point2d> pointsOf(const CString& text) {
     return points;
 }
 
-// The calls written out with bare numbers: the oracle. Empty corners when there is no board.
+// The calls written out with bare numbers: the oracle. No corners if there is no board.
 std::vector<cv::Point2f> literal(cv::Mat source, cv::Size board, cv::Mat& drawn) {
     cv::Mat grey;
     std::vector<cv::Point2f> corners;
@@ -116,8 +116,8 @@ TEST_F(FindChessboard, CornersOfADrawnBoardAreWhereTheyWereDrawn) {
     std::size_t at = 0;
     for (int row = 0; row < 6; ++row) {
         for (int column = 0; column < 9; ++column, ++at) {
-            // The edge between two pixels lies half a pixel before the second one's centre. The
-            // board looks the same when turned by half a turn.
+            // The edge between two pixels is half a pixel before the second one's centre. The
+            // board looks the same after half a turn.
             const cv::Point2d expected(99.5 + 40 * column, 99.5 + 40 * row);
             const cv::Point2d turned(519.0 - expected.x, 399.0 - expected.y);
             EXPECT_LE(std::min(cv::norm(corners[at] - expected), cv::norm(corners[at] - turned)),
@@ -146,7 +146,7 @@ TEST_F(FindChessboard, RotatedPhotographGivesTheRotatedCorners) {
     }
 }
 
-TEST_F(FindChessboard, TheTwoNumbersGoThroughInTheGivenOrder) {
+TEST_F(FindChessboard, TheTwoNumbersArePassedInTheGivenOrder) {
     const cv::Mat image = test::photo("left01.jpg");
     cv::Mat drawn;
     const std::vector<cv::Point2f> corners = literal(image.clone(), {6, 9}, drawn);

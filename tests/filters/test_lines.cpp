@@ -19,7 +19,7 @@ using test::Dib;
 
 using FindLines = test::SilentExportTest;
 
-// The segments that the export hands over, x1, y1, x2, y2.
+// The segments that the export returns, x1, y1, x2, y2.
 using Found = std::vector<cv::Vec4i>;
 
 Found find(const cv::Mat& image) {
@@ -69,7 +69,7 @@ TEST_F(FindLines, ExchangedColourWeights) {
     EXPECT_TRUE(literal(image, cv::COLOR_RGB2GRAY).empty());
     EXPECT_FALSE(literal(image, cv::COLOR_BGR2GRAY).empty());
     EXPECT_TRUE(find(image).empty());
-    // Equal luminance, but an edge with the exchanged weights.
+    // Equal luminance, but the exchanged weights give an edge.
     image.setTo(cv::Scalar(200, 0, 0));
     right.setTo(cv::Scalar(0, 0, 76));
     EXPECT_TRUE(literal(image, cv::COLOR_BGR2GRAY).empty());
@@ -168,14 +168,14 @@ TEST_F(FindLines, NarrowImageUsesItsOwnShortestLength) {
     EXPECT_EQ(found, literal(image));
 }
 
-TEST_F(FindLines, EightBitImageRaisesOpenCvsExceptionToTheHost) {
+TEST_F(FindLines, EightBitImageThrowsOpenCvsExceptionToTheHost) {
     POINT mine{};
     POINT* points = &mine;
     EXPECT_THROW(tx_FindLines(*test::makeDib(64, 48, 8), points), cv::Exception);
     EXPECT_EQ(points, &mine) << "written although nothing was found";
 }
 
-TEST_F(FindLines, OtherDepthsRaiseOpenCvsException) {
+TEST_F(FindLines, OtherDepthsThrowOpenCvsException) {
     POINT mine{};
     POINT* points = &mine;
     CDib never;
@@ -195,7 +195,7 @@ TEST_F(FindLines, TinyImages) {
     }
 }
 
-TEST_F(FindLines, TopDownBitmapIsTakenUpsideDown) {
+TEST_F(FindLines, TopDownBitmapIsSearchedUpsideDown) {
     const Dib source = test::makeDib(300, -200, 24, 255);
     std::fill_n(source->m_pBits, 20 * 900, static_cast<unsigned char>(0)); // twenty dark top lines
     POINT* points = nullptr;

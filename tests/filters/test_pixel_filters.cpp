@@ -30,7 +30,7 @@ using GetRectSubPix = test::ExportTest;
 
 // ---- tx_LoadFile
 
-TEST_F(LoadFile, ColourFileIsLoadedAsItIs) {
+TEST_F(LoadFile, ColourFileIsLoadedUnchanged) {
     const test::TempFolder folder;
     const cv::Mat image = test::noise(13, 7, CV_8UC3);
     cv::imwrite(folder / "a b.png", image);
@@ -53,7 +53,7 @@ TEST_F(LoadFile, GreyAndSixteenBitFilesGiveTwentyFourBits) {
     }
 }
 
-TEST_F(LoadFile, WhatIsNotAnImageGivesNullSilently) {
+TEST_F(LoadFile, AFileThatIsNotAnImageGivesNullSilently) {
     const test::TempFolder folder;
     std::ofstream(folder / "text.jpg") << "not an image\n";
     std::ofstream(folder / "empty.png");
@@ -125,7 +125,7 @@ TEST_F(Canny, ColourIsNotTurnedToGreyFirst) {
     EXPECT_GT(cv::countNonZero(test::matOf(*dib)), 0);
 }
 
-TEST_F(Canny, WhatOpenCvRefusesPassesOutToTheHost) {
+TEST_F(Canny, OpenCvsExceptionPropagatesToTheHost) {
     const CDib never;
     EXPECT_THROW(tx_Canny(const_cast<CDib&>(never), 1, 2, 3, 0), cv::Exception);
     for (const int bits : {1, 4, 16, 32}) {
@@ -190,13 +190,13 @@ TEST_F(Denoise, OtherDepthsGiveNullSilently) {
     EXPECT_TRUE(host.messages.empty());
 }
 
-// OpenCV itself would divide by zero.
+// OpenCV would divide by zero.
 TEST_F(Denoise, NegativeWindowsAreRefusedWithAMessage) {
     const test::Dib source = test::makeDib(8, 8, 24);
     EXPECT_EQ(tx_Denoise(*source, 3, 3, 3, -6), nullptr);
     EXPECT_EQ(tx_Denoise(*source, 3, 3, -6, 3), nullptr);
     ASSERT_EQ(host.messages.size(), 2U);
-    // The source that refused is named without the folder of the machine that built it.
+    // The message names the source without the folder of the machine that built it.
     EXPECT_THAT(host.messages[0].text, testing::HasSubstr(") filters/pixel_filters.cpp:"));
     host.messages.clear();
 }
@@ -310,7 +310,7 @@ TEST_F(GetRectSubPix, SizesThatNoBitmapCanHaveGiveNullSilently) {
     EXPECT_EQ(tx_getRectSubPix(*source, 1, INT_MAX, 4, 4), nullptr);
     EXPECT_EQ(tx_getRectSubPix(*test::makeDib(8, 8, 8), INT_MAX, 1, 4, 4), nullptr);
     EXPECT_TRUE(host.messages.empty());
-    // What is answered with a message is so whatever the size.
+    // What gives a message gives it whatever the size.
     EXPECT_EQ(tx_getRectSubPix(*test::makeDib(8, 8, 32), INT_MAX, 1, 4, 4), nullptr);
     EXPECT_EQ(tx_getRectSubPix(*source, INT_MAX, 1, std::nanf(""), 4), nullptr);
     EXPECT_EQ(host.messages.size(), 2U);

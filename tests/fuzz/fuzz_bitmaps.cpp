@@ -6,7 +6,7 @@
 
 namespace {
 
-// The inputs of the corpus choose by position: append.
+// The inputs of the corpus choose by position: only append.
 constexpr std::array exports{"tx_Canny",          "tx_Denoise",           "tx_getRectSubPix",
                              "tx_FindLines",      "tx_FindChessboard",    "tx_FindFaces",
                              "tx_Projective",     "tx_GetProjectiveMask", "tx_Converge",
@@ -23,7 +23,7 @@ test::Dib bitmap(fuzz::Bytes& in) {
     if (width > 0 && std::abs(static_cast<double>(height)) * width > mostPixels) {
         height = mostPixels / width * (height < 0 ? -1 : 1);
     }
-    auto dib = std::make_unique<CDib>(); // stays without a bitmap where none can be created
+    auto dib = std::make_unique<CDib>(); // has no bitmap if none can be created
     dib->Create(width, height, depths[depth % depths.size()], nullptr, nullptr);
     return dib;
 }
@@ -45,8 +45,9 @@ void paint(const CDib& dib, const std::string& content, int shift) {
     }
 }
 
-// Denoising takes time by the pixels and by the square of the search window, as documented. Any
-// window may meet any image: where both together take too long, the image shrinks.
+// Denoising takes time in proportion to the pixels and to the square of the search window, as
+// documented. Any window may come with any image: if both together take too long, the image
+// shrinks.
 void boundDenoising(test::Arguments& a) {
     constexpr double mostSteps = 3e7;
     const BITMAPINFOHEADER& header = a.image->m_bmi.bmiHeader;

@@ -1,4 +1,4 @@
-// Calibration folders whose files hold any bytes.
+// Calibration folders whose files hold fuzzed bytes.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/support/files.h"
 
@@ -24,12 +24,12 @@ const std::array<Reader, 4> readers{{
     {"tx_Meas3D", 0, {"Q.xml"}},
 }};
 
-// A folder of calibration files, written anew only where something changes.
+// A folder of calibration files. Only a file that changes is written again.
 class CalibrationFolder {
 public:
     [[nodiscard]] std::string path() const { return m_folder.path(); }
 
-    // nullopt: the file as a calibration leaves it.
+    // nullopt: the file as a calibration writes it.
     void set(const std::string& file, const std::optional<std::string>& bytes) {
         const std::string& wanted = bytes ? *bytes : sound(file);
         const auto known = m_written.find(file);
@@ -58,8 +58,8 @@ private:
 
 } // namespace
 
-// The first byte chooses the export and which one of its files gets the rest; or all of them get a
-// part each, zeros between the parts, and an empty part is no file.
+// The first byte chooses the export, and which one of its files gets the rest. Or each of them gets
+// a part, with zeros between the parts; a file whose part is empty does not exist.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static CalibrationFolder folder;
     fuzz::Bytes in(data, size);

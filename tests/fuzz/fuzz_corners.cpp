@@ -8,7 +8,7 @@
 
 namespace {
 
-// The inputs of the corpus choose by position: append, up to 15.
+// The inputs of the corpus choose by position: only append, up to 15.
 constexpr std::array exports{"tx_Projective", "tx_GetProjectiveMask", "tx_Converge",
                              "tx_ConvergeScaled", "tx_PerspAlign"};
 
@@ -16,7 +16,7 @@ bool sameBits(double a, double b) {
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
-// The search against the plain scan that defines it, for a known focal length: the scan of an
+// Compares the search with the plain scan that defines it, for a known focal length. The scan of an
 // unknown one takes too long.
 void compareSearch(const test::Arguments& a) {
     tarvix::MarkedQuad quad;

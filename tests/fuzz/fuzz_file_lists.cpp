@@ -9,14 +9,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The inputs of the corpus choose by position: append.
+// The inputs of the corpus choose by position: only append.
 constexpr std::array exports{"tx_LoadFile",    "tx_MatchImages", "tx_Stitch",         "tx_Calib",
                              "tx_StereoCalib", "tx_UseCalib",    "tx_UseStereoCalib", "tx_Meas3D"};
 
 const std::string longName(5000, 'n');
 const std::string longFolder(300, '/');
 
-// Any text, as a name in the folder, so that nothing outside is written.
+// Makes any text a name in the folder, so that nothing outside is written.
 std::string nameIn(const test::TempFolder& folder, std::string text) {
     for (char& c : text) {
         if (c == '/' || c == '\\' || c == ':') {
@@ -84,7 +84,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const test::TempFolder folder;
     static const bool prepared = [] {
         fs::current_path(folder.path()); // which an empty folder name means
-        std::ofstream(folder / "file") << "no folder";
+        std::ofstream(folder / "file") << "not a folder";
         return true;
     }();
     static_cast<void>(prepared);
@@ -102,8 +102,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         a.reals[0] = fuzz::oddDouble(in);
     }
     a.files.clear();
-    // OpenCV may find nonsense in images of boards and then draw a panorama of it for a long
-    // time.
+    // OpenCV may find nonsense in images of boards and then take long to draw a panorama of it.
     const int mostFiles = name == "tx_Stitch" ? 4 : 12;
     for (int left = in.byte() % mostFiles; left > 0; --left) {
         a.files.push_back(toRead(in, place));

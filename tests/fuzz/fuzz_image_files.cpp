@@ -1,5 +1,5 @@
-// Image files with any bytes, into every export that reads files. The decoders are OpenCV's; what
-// is under test is what becomes of the images.
+// Image files with fuzzed bytes, into every export that reads files. The decoders are OpenCV's. The
+// test is what the exports do with the images.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/support/files.h"
 

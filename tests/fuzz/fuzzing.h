@@ -1,5 +1,5 @@
 // What the fuzzers share. Each has one entry point, LLVMFuzzerTestOneInput, which libFuzzer or
-// replay.cpp calls; what is not a documented result leaves it as an exception or ends the process.
+// replay.cpp calls. If a result is not a documented one, it throws or the process ends.
 #pragma once
 
 #include "tests/support/exports.h"
@@ -13,7 +13,7 @@
 
 namespace fuzz {
 
-// The input, taken piece by piece; zeros when it has ended.
+// The input, taken piece by piece. After its end it gives zeros.
 class Bytes {
 public:
     Bytes(const std::uint8_t* data, std::size_t size)
@@ -29,7 +29,7 @@ public:
     }
     std::uint8_t byte() { return take<std::uint8_t>(); }
 
-    // As many characters as the next byte says.
+    // Takes as many characters as the next byte says.
     std::string text() {
         const std::size_t n = std::min<std::size_t>(byte(), m_rest.size());
         std::string taken = m_rest.substr(0, n);
@@ -50,14 +50,14 @@ double oddDouble(Bytes& in);
 // A bitmap of 8 or 24 bits filled with `content` again and again.
 test::Dib smallBitmap(int width, int height, int bitCount, const std::string& content);
 
-// The files that the calls work on. The first use prepares the process: messages are captured, one
-// thread does everything, and a matrix of more than 16 MB is refused as if memory had run out, so
+// The files that the calls work on. The first use prepares the process: messages are captured, and
+// one thread does everything. A matrix of more than 16 MB is refused as if memory had run out, so
 // that sizes which would only take long to fill end at once.
 const test::Workplace& workplace();
 
-// Makes the call. Raises std::logic_error when a bitmap is left behind or an exception passes out
-// that the export's declaration does not name. What passes out is to be cv::Exception: also where
-// every exception may, running out of memory shows as OpenCV's.
+// Makes the call. Throws std::logic_error if a bitmap is left behind or the export throws what its
+// declaration does not name. Only cv::Exception is accepted, even if the export may throw any
+// exception: here, a lack of memory always shows as OpenCV's.
 test::Outcome call(const char* name, test::Arguments& arguments);
 
 } // namespace fuzz

@@ -1,4 +1,4 @@
-// The seeds and the inputs that once failed, through the fuzzer's entry point.
+// Runs the seeds, and the inputs that have failed, through the fuzzer's entry point.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/support/files.h"
 

@@ -20,8 +20,8 @@ inline ProgramResult tarvix(const std::vector<std::string>& arguments,
     return runProgram(program, arguments);
 }
 
-// A failure as users see it: on standard error, at the end, one line of ours that says something.
-// Codecs may print lines of their own before it.
+// A failure as users see it: standard error ends with one line of ours that is not empty. Codecs
+// may print lines of their own before it.
 inline void expectOneLine(const ProgramResult& run, int status) {
     EXPECT_EQ(run.status, status) << run.err;
     const std::size_t said = run.err.find("tarvix: ");
@@ -31,8 +31,8 @@ inline void expectOneLine(const ProgramResult& run, int status) {
     EXPECT_GT(run.err.size() - said, 20U) << run.err;
 }
 
-// Runs a command line for each kind of file that is not an image, in place of every word "BAD", and
-// expects a failure of one line that leaves `out` unwritten.
+// Runs a command line for each kind of file that is not an image, in place of every word "BAD".
+// Expects a failure of one line that does not write `out`.
 inline void expectEveryBadFileRefused(const std::vector<std::string>& commandLine,
                                       const TempFolder& folder, const std::string& out) {
     std::ofstream(folder / "text.png") << "not an image\n";

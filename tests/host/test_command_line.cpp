@@ -52,7 +52,7 @@ TEST_F(CommandLine, HelpAndVersion) {
     EXPECT_THAT(version.out, HasSubstr("OpenCV "));
 }
 
-#if __has_include(<sys/wait.h>) // where there is a shell, and /dev/full
+#if __has_include(<sys/wait.h>) // if there are a shell and /dev/full
 TEST_F(CommandLine, OutputThatIsLostIsAFailure) {
     for (const std::vector<std::string>& command :
          {std::vector<std::string>{"lines", home}, {"lines", home, "--json"}, {"--help"}}) {
@@ -77,7 +77,7 @@ TEST_F(CommandLine, CannyOfColourAndGrey) {
     EXPECT_EQ(result().type(), CV_8UC1);
 }
 
-TEST_F(CommandLine, WhatAnExportLetsThroughIsOneLine) {
+TEST_F(CommandLine, AnExportsExceptionIsOneLine) {
     expectOneLine(tarvix({"canny", home, "-o", out, "--aperture", "4"}), 1);
     EXPECT_FALSE(std::filesystem::exists(out));
 }
@@ -171,10 +171,10 @@ TEST_F(CommandLine, AnExistingFileSurvivesAFailedWrite) {
     for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
         left += entry.path().filename() != "keep.nosuchformat" ? 1 : 0;
     }
-    EXPECT_EQ(left, 0) << "half a file stays behind";
+    EXPECT_EQ(left, 0) << "half a file is left behind";
 }
 
-// The command line of an example of the table: the k-th image is `in`, the others `other`.
+// The command line of an example of the table. The k-th image is `in`, the others are `other`.
 std::vector<std::string> lineOf(const host::Command& command, int k, const std::string& in,
                                 const std::string& other, const std::string& out) {
     std::vector<std::string> words = command.example;
@@ -205,8 +205,8 @@ TEST_F(CommandLine, EveryCommandAnswersEveryBadFileInOneLine) {
 
 TEST_F(CommandLine, EveryCommandTakesOnePixel) {
     cv::imwrite(folder / "one.png", cv::Mat(1, 1, CV_8UC3, cv::Scalar(1, 2, 3)));
-    // OpenCV's detectors cannot shrink an image of one pixel; there is no board on it; and there is
-    // no calibration.
+    // OpenCV's detectors cannot shrink an image of one pixel. There is no board on it, and no
+    // calibration.
     const std::set<std::string> refused = {"keypoints", "chessboard", "undistort", "rectify"};
     for (const host::Command& command : host::commands()) {
         if (command.takes != host::Takes::OneImage) {
@@ -246,7 +246,7 @@ TEST_F(CommandLine, GalleryShowsEveryEntry) {
 TEST_F(CommandLine, GalleryShowsWhatFailed) {
     std::filesystem::create_directories(folder / "photos");
     std::filesystem::copy_file(test::photoPath("messi5.jpg"), folder / "photos/messi5.jpg");
-    // Of an earlier run: the image that the convergence would have left.
+    // An earlier run left the image that the convergence should make.
     std::filesystem::create_directories(folder / "gallery/results");
     cv::imwrite(folder / "gallery/results/facade-marked.png", test::photo("home.jpg"));
     const ProgramResult run =

@@ -35,7 +35,7 @@ std::string bytesOfFile(const std::string& path) {
 
 class Commands : public testing::Test {
 protected:
-    // Runs the job as it is and keeps what it prints.
+    // Runs the job unchanged and keeps what it prints.
     int perform(const host::Command& command, const host::Job& job) {
         out.str("");
         errors.str("");
@@ -135,7 +135,7 @@ TEST_F(Commands, ResultsArePrintedAsTextOrAsOneObject) {
     EXPECT_EQ(errors.str(), "tarvix: Mind this.\n");
 }
 
-TEST_F(Commands, WhatFailsBesideTheResultComesLast) {
+TEST_F(Commands, AFailureBesideTheResultComesLast) {
     const cv::Mat image(4, 5, CV_8UC1, cv::Scalar(7));
     const host::Command command = giving({.image = image,
                                           .data = {{"text", "found"}},

@@ -16,7 +16,8 @@ using test::ProgramResult;
 using testing::HasSubstr;
 
 ProgramResult track() {
-    // The address checker's run time wants to be the first library of a program, unless told.
+    // The address checker's run time insists on being a program's first library, unless told not
+    // to.
     const char* const options = std::getenv("ASAN_OPTIONS");
     return test::runProgram("/usr/bin/env", {"LD_PRELOAD=" TARVIX_CAMERA_DEVICE,
                                              std::string("ASAN_OPTIONS=verify_asan_link_order=0:") +

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # abi.sh [--update] BASELINE VERSION MODULE: compares the interface of a module built with debugging information with
-# the baseline, which an earlier version left. --update writes the baseline anew when the version allows the change:
+# the baseline of an earlier version. --update writes a new baseline if the version allows the change:
 # additions need a higher minor number, everything else a higher major number.
 set -uo pipefail
 update=
@@ -9,7 +9,7 @@ baseline=$1 version=$2 module=$3
 [ -e "$module" ] || { echo "no $module: build everything first" >&2; exit 1; }
 suppressions=$(mktemp) errors=$(mktemp)
 trap 'rm -f "$suppressions" "$errors" "$baseline.new"' EXIT
-# What a host is compiled with is ours or the platform's; the rest stands behind pointers and in private members.
+# A host is compiled with our types and the platform's. All others are behind pointers and in private members.
 printf '[suppress_type]\nname_regexp = ^(cv|std|__gnu_cxx|tarvix)::\ndrop = yes\n' >"$suppressions"
 differs() {
   abidiff --no-show-locs --suppressions "$suppressions" "$@" "$baseline" "$module" 2>"$errors"

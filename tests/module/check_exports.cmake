@@ -1,5 +1,5 @@
 # cmake -DMODULE=... -DEXPECTED=... (-DNM=... | -DOBJDUMP=... -DCXXFILT=...) -P check_exports.cmake
-# Compares what the built module exports with the list, missing and surplus alike: the dynamic symbols that nm
+# Compares what the built module exports with the list, in both directions: the dynamic symbols that nm
 # shows, or a DLL's export table as objdump shows it.
 set(found)
 if(OBJDUMP)
@@ -20,7 +20,7 @@ else()
   string(REPLACE ";" "," output "${output}")
   string(REPLACE "\n" ";" lines "${output}")
   foreach(line IN LISTS lines)
-    # "name type value size", the name with its parameter list; the version node itself is no symbol.
+    # "name type value size", the name with its parameter list; the version node itself is not a symbol.
     string(REGEX REPLACE " [A-Za-z] [0-9a-f]+( [0-9a-f]*)?$" "" name "${line}")
     string(REGEX REPLACE "@.*$" "" name "${name}")
     if(NOT name MATCHES "^TARVIX_[0-9]+$")

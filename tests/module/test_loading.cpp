@@ -13,7 +13,7 @@ TEST(Boundary, OpenCvExceptionIsCaughtByItsTypeInTheHost) {
     CDib never;
     try {
         tx_Canny(never, 1, 2, 3, 0);
-        FAIL() << "nothing was raised";
+        FAIL() << "nothing was thrown";
     } catch (const cv::Exception& e) {
         EXPECT_STRNE(e.what(), "");
     } catch (...) {

@@ -6,7 +6,7 @@ fail() {
   echo "FAILED: $*"
   exit 1
 }
-# quietly WHAT COMMAND...: the output is shown when the command fails.
+# quietly WHAT COMMAND...: shows the command's output only if the command fails.
 quietly() {
   local what=$1
   shift

@@ -4,7 +4,7 @@
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 build=$1 source=$2 photograph=$3 version=$4 libdir=$5 message_box_test=$6
 
-# The components divide the tree: nothing twice, nothing left out.
+# The components divide the tree: no file is in two of them, none is missing.
 for component in Runtime Development Host; do
   quietly "installing $component" cmake --install "$build" --prefix "$work/$component" --component "$component"
   (cd "$work/$component" && find . ! -type d) >>"$work/parts"
@@ -32,7 +32,7 @@ expect Development "${links[@]}" "$libdir/pkgconfig/tarvix.pc" "$libdir/cmake/Ta
   "$libdir/cmake/Tarvix/TarvixConfigVersion.cmake" "$libdir/cmake/Tarvix/TarvixTargets.cmake"
 grep -rlF -e "$source" -e "$build" -e "$work" "$work/Development" && fail "a file names a folder of this machine"
 
-# Where the tree ends up is not known when it is installed.
+# At its installation, the tree does not know its final place.
 prefix="$work/moved here"
 mv "$work/installed" "$prefix"
 
@@ -46,7 +46,7 @@ quietly "find_package: building" cmake --build "$work/examples"
 "$work/examples/example_host" "$photograph" >"$work/out" || fail "the host fails: $(cat "$work/out")"
 grep -q '^message: OpenCV' "$work/out" || fail "the host prints: $(cat "$work/out")"
 
-# Versions: those of the same major number up to this one.
+# Versions of the same major number up to this one are found.
 mkdir "$work/versions"
 cat >"$work/versions/CMakeLists.txt" <<'END'
 cmake_minimum_required(VERSION 3.25)
@@ -60,7 +60,7 @@ for case in "$version 1" "$major.0 1" "$((major + 1)).0 0" "$major.999 0" "$((ma
   [ "$(cat "$work/versions/build/found")" = "${case#* }" ] || fail "version ${case% *} of $version: found must be ${case#* }"
 done
 
-# pkg-config: as a makefile uses it (words split by a shell, spaces escaped).
+# pkg-config is used as in a makefile (a shell splits the words, spaces are escaped).
 export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
 [ "$(pkg-config --modversion tarvix)" = "$version" ] || fail "pkg-config knows another version"
 pkg-config --exists "tarvix < $((major + 1))" || fail "pkg-config refuses this version"
@@ -71,15 +71,15 @@ eval "c++ -o '$work/edges' '$source/docs/examples/edges.cpp' $flags" || fail "pk
 LD_LIBRARY_PATH="$prefix/$libdir" "$work/edges" "$photograph" >"$work/out" || fail "the host built by pkg-config fails"
 [ "$(wc -l <"$work/out")" -eq 64 ] || fail "the host built by pkg-config prints: $(cat "$work/out")"
 
-# Loaded while a program runs, with a function looked up by its decorated name.
+# The module is loaded while a program runs, and a function is looked up by its decorated name.
 python3 -c 'import ctypes, sys; ctypes.CDLL(sys.argv[1])._Z8tx_CannyR4CDibddii' "$prefix/$libdir/libTarvix.so.${version%%.*}" ||
   fail "dlopen"
 
-# The program, through its link and from another folder; it finds the cascades.
+# The program runs through its link and from another folder, and finds the cascades.
 cd / || exit 1
 "$prefix/bin/tarvix" --version | grep -F "Tarvix $version" || fail "tarvix --version"
 "$prefix/bin/tarvix" faces "$photograph" || fail "tarvix faces"
 
-# The class library finds the program of the message box where it is installed.
+# The class library finds the installed program of the message box.
 LD_LIBRARY_PATH="$prefix/$libdir" quietly "the message box" "$message_box_test" --gtest_filter=MessageBox.IsShownFromAnyThread
 echo "installed, moved, found, linked, run: Tarvix $version"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # debian_install.sh PACKAGES SOURCE PHOTOGRAPH: installs the packages into this system as a user does, uses them and
-# purges them. Skipped (status 77) where that is not possible or would touch somebody's installation.
+# purges them. Skipped (status 77) if that is not possible or would change somebody's installation.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 packages=$1 source=$2 photograph=$3
 skip() {
@@ -21,7 +21,7 @@ purge() {
   "${apt[@]}" purge "${names[@]}" >"$work/purge" 2>&1 || cat "$work/purge"
 }
 trap 'purge; rm -rf "$work"' EXIT
-# The distribution's packages that these depend on are there: they were built with them.
+# The packages that these depend on are installed: these were built with them.
 quietly "installing" "${apt[@]}" install --no-install-recommends "$packages"/*.deb
 
 mkdir "$work/elsewhere" && cd "$work/elsewhere" || exit 1
@@ -44,7 +44,7 @@ for name in "${names[@]}"; do
   [ -z "$(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null)" ] || fail "$name is still there"
 done
 while read -r file; do
-  [ ! -e "$file" ] || fail "$file stays behind"
+  [ ! -e "$file" ] || fail "$file is left behind"
 done <<<"$files"
 trap 'rm -rf "$work"' EXIT
 echo "installed, used, purged: ${names[*]}"

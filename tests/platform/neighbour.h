@@ -1,4 +1,4 @@
-// Another module of the same process, as a host's library is to Tarvix.
+// Another module of the same process, as Tarvix is to a host.
 #pragma once
 
 #include <MorvelDib.h>
@@ -13,8 +13,8 @@ NEIGHBOUR_API void appendRect(CArray<RECT, RECT&>& rects, RECT rect);
 NEIGHBOUR_API RECT& rectAt(CArray<RECT, RECT&>& rects, int index);
 NEIGHBOUR_API const CString& stringAt(const CStringArray& strings, int index);
 
-// What a catch clause in there makes of an invalid-argument exception thrown by the function: 1 for
-// CInvalidArgException*, 2 for CException*, 3 for anything else, 0 for none.
+// How a catch clause of this module catches what the function throws: 1 as CInvalidArgException*,
+// 2 as CException*, 3 as anything else, 0 if nothing is thrown.
 NEIGHBOUR_API int caughtAs(void (*thrower)());
 
 } // namespace neighbour

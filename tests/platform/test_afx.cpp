@@ -36,7 +36,7 @@ TEST(InvalidArgException, IsAPointerToOneStaticObject) {
             AfxThrowInvalidArgException();
         } catch (CException* thrown) {
             exception = thrown;
-            thrown->Delete(); // leaves it alive
+            thrown->Delete(); // does not destroy it
         }
     }
     ASSERT_NE(caught[0], nullptr);
@@ -231,7 +231,7 @@ TEST(StringArray, RefusesIndicesOutOfRange) {
     EXPECT_EQ(strings.GetSize(), 1);
 }
 
-// Shows the capacity, which is the array's own affair.
+// Makes the capacity visible.
 template <class TYPE, class ARG_TYPE = const TYPE&>
 class OpenArray : public CArray<TYPE, ARG_TYPE> {
 public:
@@ -252,7 +252,7 @@ TEST(Array, TakesTheFirstMemoryForTheLargerOfSizeAndGrowth) {
 }
 
 TEST(Array, GrowsByAnEighthButAtLeast4AndAtMost1024) {
-    // The growth rule, written as a table of capacities before and after one element too many.
+    // The growth rule as a table: the capacity before and after one element too many.
     for (const auto& [size, expected] : {std::pair<INT_PTR, INT_PTR>{1, 5},
                                          {4, 8},
                                          {32, 36},
@@ -271,7 +271,7 @@ TEST(Array, GrowsByAnEighthButAtLeast4AndAtMost1024) {
     }
 }
 
-TEST(Array, GrowsByItsSettingOrToTheSizeWhenThatIsMore) {
+TEST(Array, GrowsByItsSettingOrToTheSizeIfThatIsMore) {
     OpenArray<int> array;
     array.SetSize(1, 3);
     EXPECT_EQ(array.capacity(), 3);

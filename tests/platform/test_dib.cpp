@@ -1,4 +1,4 @@
-// The bitmap library's stand-in: what a bitmap is, what can be created, what is freed.
+// The bitmap library's stand-in: a bitmap's members, what can be created, what is freed.
 #include <MorvelDib.h>
 #include <MorvelDibTesting.h>
 
@@ -80,7 +80,7 @@ TEST_F(Dib, CreatesEveryDepthWidthAndRowOrder) {
                 const std::size_t bytes =
                     paddedRow(width, bitCount) * static_cast<std::size_t>(std::abs(height));
                 EXPECT_EQ(header.biSizeImage, bytes);
-                // Zero to the last byte, padding included; then written, for the address checker.
+                // All bytes are zero, padding included. The address checker watches the writes.
                 EXPECT_TRUE(
                     std::all_of(dib.m_pBits, dib.m_pBits + bytes, [](BYTE b) { return b == 0; }));
                 std::fill_n(dib.m_pBits, bytes, BYTE{0xAA});
@@ -106,7 +106,7 @@ TEST_F(Dib, CreateGrayIs8BitsWithTheGreyRamp) {
     EXPECT_EQ(dib.m_bmi.bmiHeader.biHeight, -3);
 }
 
-TEST_F(Dib, RefusesSizesThatAreNone) {
+TEST_F(Dib, RefusesZeroAndNegativeSizes) {
     const int least = std::numeric_limits<int>::min();
     const int most = std::numeric_limits<int>::max();
     CDib dib;
@@ -163,7 +163,7 @@ TEST_F(Dib, CreatingAgainFreesTheOldPixels) {
     EXPECT_EQ(dib.m_bmi.bmiHeader.biBitCount, 24);
 }
 
-TEST_F(Dib, ACreateThatFailsChangesNothing) {
+TEST_F(Dib, AFailedCreateChangesNothing) {
     CDib dib;
     ASSERT_NE(dib.CreateGray(3, 2), 0);
     dib.m_pBits[0] = 77;
@@ -205,10 +205,11 @@ TEST_F(Dib, TakesThePaletteOfAnotherBitmapOfTheSameDepth) {
     ASSERT_NE(dib.Create(1, 1, 4, nullptr, &source), 0);
     EXPECT_EQ(dib.m_bmi.bmiColors[3].rgbRed, 3);
     EXPECT_EQ(dib.m_bmi.bmiColors[15].rgbRed, 0);
-    ASSERT_NE(dib.Create(2, 2, 4, nullptr, &dib), 0) << "its own";
+    ASSERT_NE(dib.Create(2, 2, 4, nullptr, &dib), 0) << "its own palette";
     EXPECT_EQ(dib.m_bmi.bmiColors[3].rgbRed, 3);
     ASSERT_NE(dib.Create(1, 1, 8, nullptr, &source), 0);
-    EXPECT_EQ(dib.m_bmi.bmiColors[200].rgbRed, 200) << "another depth's does not fit: the ramp";
+    EXPECT_EQ(dib.m_bmi.bmiColors[200].rgbRed, 200)
+        << "a palette of another depth does not fit: the ramp";
     CDib none;
     ASSERT_NE(dib.Create(1, 1, 8, nullptr, &none), 0);
     EXPECT_EQ(dib.m_bmi.bmiColors[200].rgbRed, 200);

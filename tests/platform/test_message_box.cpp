@@ -20,8 +20,8 @@ using test::XServer;
 const int limitSeconds = 60;
 const char* const title = "test_message_box"; // the executable's name
 
-// Closes the next box from beside. If that fails, the server ends, and with it whoever waits for
-// the box.
+// Closes the next box from another thread. If that fails, it ends the server, so that nobody waits
+// for the box any longer.
 class BoxCloser {
 public:
     explicit BoxCloser(XServer& server)
@@ -59,7 +59,7 @@ TEST(MessageBox, IsShownAgainAndAgain) {
     }
 }
 
-TEST(MessageBox, IsShownByAnApplicationObjectThatLeavesItToTheLibrary) {
+TEST(MessageBox, IsShownIfTheApplicationObjectLeavesItToTheLibrary) {
     XServer server;
     const CWinApp app;
     BoxCloser closer(server);
@@ -101,7 +101,7 @@ TEST(MessageBox, TakesTextsOfAnyLength) {
     EXPECT_TRUE(closer.hasClosed());
 }
 
-TEST(MessageBox, GoesToStandardErrorWhenTheDisplayEndsUnderIt) {
+TEST(MessageBox, GoesToStandardErrorIfTheDisplayEndsMeanwhile) {
     XServer server;
     auto killer = std::async(std::launch::async, [&server] {
         const bool shown = waitForWindow(title, limitSeconds);

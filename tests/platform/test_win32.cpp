@@ -29,7 +29,7 @@ using PathBuffer = std::array<char, MAX_PATH>;
 
 PathBuffer buffer(const std::string& text) {
     PathBuffer path;
-    path.fill('#'); // a missing terminator shows
+    path.fill('#'); // so that a missing terminator is seen
     std::memcpy(path.data(), text.c_str(), text.size() + 1);
     return path;
 }
@@ -62,7 +62,7 @@ TEST(GetModuleFileName, IsTheRunningExecutable) {
     EXPECT_EQ(std::filesystem::canonical(path.data()), std::filesystem::path(path.data()));
 }
 
-TEST(GetModuleFileName, CutsThePathAndReturnsTheSizeWhenTheBufferIsTooSmall) {
+TEST(GetModuleFileName, CutsThePathAndReturnsTheSizeIfTheBufferIsTooSmall) {
     PathBuffer whole = buffer("");
     const DWORD length = GetModuleFileNameA(nullptr, whole.data(), MAX_PATH);
     for (const DWORD size : {DWORD{1}, DWORD{2}, DWORD{8}, length}) {
@@ -85,7 +85,7 @@ TEST(GetModuleFileName, RefusesOtherModulesAndNoBuffer) {
     EXPECT_STREQ(path.data(), "kept");
 }
 
-TEST(PathRemoveFileSpec, CutsTheLastPartOff) {
+TEST(PathRemoveFileSpec, CutsOffTheLastPart) {
     EXPECT_EQ(withoutFileSpec("/opt/host/tarvix", TRUE), "/opt/host");
     EXPECT_EQ(withoutFileSpec("host/tarvix", TRUE), "host");
     EXPECT_EQ(withoutFileSpec("/opt/host/", TRUE), "/opt/host");
@@ -113,7 +113,7 @@ TEST(PathAppend, JoinsWithOneSeparator) {
     EXPECT_FALSE(PathAppendA(path.data(), nullptr));
 }
 
-TEST(PathAppend, FailsWithAnEmptyPathWhenTheResultIsTooLong) {
+TEST(PathAppend, FailsWithAnEmptyPathIfTheResultIsTooLong) {
     const std::string folder(MAX_PATH - 1 - 3, 'd');
     PathBuffer path = buffer(folder);
     EXPECT_TRUE(PathAppendA(path.data(), "ab"));
@@ -146,7 +146,7 @@ TEST(PathCombine, JoinsFolderAndFile) {
     EXPECT_EQ(PathCombineA(nullptr, "a", "b"), nullptr);
 }
 
-TEST(PathCombine, FailsWithAnEmptyResultWhenItIsTooLong) {
+TEST(PathCombine, FailsWithAnEmptyResultIfItIsTooLong) {
     const std::string folder(300, 'd');
     PathBuffer path = buffer("old");
     EXPECT_EQ(PathCombineA(path.data(), folder.c_str(), "cam.xml"), nullptr);
@@ -214,7 +214,7 @@ TEST(QueryPerformance, CountsUpAtItsFrequency) {
 
 class ClientRect : public testing::Test {
 protected:
-    // Whether the call failed and left the rectangle alone.
+    // Whether the call failed and did not change the rectangle.
     static bool isRefused(HWND window) {
         RECT rect{1, 2, 3, 4};
         return GetClientRect(window, &rect) == FALSE && rect.left == 1 && rect.top == 2 &&
@@ -235,7 +235,7 @@ TEST_F(ClientRect, IsTheWindowsInnerSize) {
     }
 }
 
-TEST_F(ClientRect, FailsQuietlyForWhatIsNoWindow) {
+TEST_F(ClientRect, FailsSilentlyForWhatIsNotAWindow) {
     const XServer server;
     const XWindow window(10, 10);
     EXPECT_FALSE(GetClientRect(window.handle(), nullptr));
@@ -244,7 +244,7 @@ TEST_F(ClientRect, FailsQuietlyForWhatIsNoWindow) {
     });
 }
 
-TEST_F(ClientRect, FailsQuietlyWithoutADisplay) {
+TEST_F(ClientRect, FailsSilentlyWithoutADisplay) {
     for (const auto& display : test::noDisplays()) {
         const ScopedEnvironment none("DISPLAY", display);
         EXPECT_TRUE(isRefused(windowHandle(0x200001))) << display.value_or("unset");

@@ -27,7 +27,7 @@ const int bitCounts[] = {1, 4, 8, 16, 24, 32};
 const int least = std::numeric_limits<int>::min();
 const int most = std::numeric_limits<int>::max();
 
-// A bitmap of random pixels, its row padding poisoned, and the image it stands for.
+// A bitmap of random pixels with poisoned row padding, and the image that it represents.
 struct Sample {
     CDib dib;
     cv::Mat image; // CV_8UC3, top row first
@@ -89,7 +89,7 @@ private:
     }
 };
 
-// The window's image as it should be: source pixel by source pixel, wherever both sides exist.
+// The image that the window should show: each source pixel that has a place in the window.
 cv::Mat expected(cv::Size window, const cv::Mat& image, int xDest, int yDest, int width, int height,
                  int xSrc, int ySrc) {
     cv::Mat shown(window, CV_8UC3, XWindow::background);
@@ -135,7 +135,7 @@ TEST_F(Drawing, ShowsEveryDepthWidthAndRowOrder) {
     }
 }
 
-TEST_F(Drawing, LeavesOutWhatLiesOutsideTheBitmapOrTheWindow) {
+TEST_F(Drawing, OmitsWhatIsOutsideTheBitmapOrTheWindow) {
     struct Case {
         int xDest = 0, yDest = 0, width = 7, height = 5, xSrc = 0, ySrc = 0;
     };
@@ -234,7 +234,7 @@ TEST_F(Drawing, RefusesEmptyExtentsAndEmptyBitmaps) {
     EXPECT_THAT(window.pixels(), IsIdenticalTo(cv::Mat(4, 4, CV_8UC3, XWindow::background)));
 }
 
-TEST_F(Drawing, FailsQuietlyForWhatIsNoWindow) {
+TEST_F(Drawing, FailsSilentlyForWhatIsNotAWindow) {
     Sample sample(4, 4, 24);
     const auto fails = [&sample](HWND window) {
         testing::internal::CaptureStderr();
@@ -247,7 +247,7 @@ TEST_F(Drawing, FailsQuietlyForWhatIsNoWindow) {
     });
 }
 
-TEST_F(Drawing, FailsQuietlyWithoutADisplay) {
+TEST_F(Drawing, FailsSilentlyWithoutADisplay) {
     Sample sample(4, 4, 24);
     const XWindow window(4, 4);
     for (const auto& display : test::noDisplays()) {

@@ -1,7 +1,7 @@
-// The device behind emulated_camera.h: open() and ioctl() of a program that this library is linked
-// or preloaded into. /dev/video0 becomes an unnamed file that holds the buffers, so the program's
-// own mmap(), select() and close() serve it as they are; the requests of the video system are
-// answered here. Without the environment variable every call goes to the system.
+// The device behind emulated_camera.h. This library is linked or preloaded into a program and
+// replaces its open() and ioctl(). /dev/video0 becomes an unnamed file that holds the buffers, so
+// the program's own mmap(), select() and close() work unchanged. The requests of the video system
+// are answered here. Without the environment variable every call goes to the system.
 #include "tests/support/camera_file.h"
 
 #include <algorithm>
@@ -87,7 +87,7 @@ void place(v4l2_buffer& buffer) {
 int deliver(v4l2_buffer& buffer) {
     Camera& self = camera();
     if (self.delivered >= self.header.served) {
-        return fail(ENODEV); // pulled out
+        return fail(ENODEV); // unplugged
     }
     if (self.queue.empty()) {
         return fail(EAGAIN);
@@ -169,7 +169,8 @@ EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept {
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    // Once closed, the number may be another file's, which gets no requests of the video system.
+    // After it is closed, the number may be another file's, which gets no requests of the video
+    // system.
     if (_IOC_TYPE(request) == 'V' && fd == camera().descriptor) {
         return answer(request, argument);
     }

@@ -11,7 +11,8 @@ inline const char* const cameraVariable = "TARVIX_EMULATED_CAMERA";
 struct CameraFile {
     std::uint32_t width = 0, height = 0; // pixels
     std::uint32_t frames = 0;            // stored
-    std::uint32_t served = 0;            // until the camera stops; past the stored ones, the last
+    // Delivered until the camera stops. Beyond the stored frames, the last one is repeated.
+    std::uint32_t served = 0;
 };
 
 } // namespace test

@@ -1,6 +1,6 @@
-// A camera for tests: device 0 of the video system, as a program sees it that
-// tarvix_emulated_camera is linked, or its library preloaded, into. Its calls come before the
-// system's (camera_device.cpp).
+// A camera for tests: device 0 of the video system. A program sees it if tarvix_emulated_camera is
+// linked, or its library preloaded, into the program. Its calls come before the system's
+// (camera_device.cpp).
 #pragma once
 
 #include "tests/support/environment.h"
@@ -15,19 +15,19 @@
 namespace test {
 
 enum class AfterLastFrame {
-    repeat, // the last one again and again; not for ever, because a test that fails must end
-    stop,   // an error, as from a camera that was pulled out
-    never,  // that error before the first frame: a camera that opens and delivers nothing
+    repeat, // repeats the last one; not for ever, because a test that fails must end
+    stop,   // an error, as from a camera that is unplugged
+    never,  // that error before the first frame: the camera opens and delivers nothing
 };
 
-// The camera that programs find which are started within the scope. Other back-ends of OpenCV than
-// the one for such devices are switched off.
+// Programs that are started within the scope find this camera. OpenCV's other camera back-ends are
+// switched off.
 class EmulatedCamera {
 public:
-    // Serves these CV_8UC3 frames, all of one size, one after the other.
+    // Delivers these CV_8UC3 frames, all of one size, one after the other.
     EmulatedCamera(const std::vector<cv::Mat>& frames, AfterLastFrame after);
 
-    // No camera at all, whatever this machine has.
+    // No camera, whatever this machine has.
     EmulatedCamera();
 
 private:
@@ -36,8 +36,8 @@ private:
     TempFolder m_folder;
     ScopedEnvironment m_file;
     ScopedEnvironment m_backend{"OPENCV_VIDEOIO_PRIORITY_LIST", "V4L2"};
-    // For the checkers, if the programs are built with them: what others leak is theirs, which
-    // whole call stacks show.
+    // For programs built with the checkers: whole call stacks, which tell the leaks of others from
+    // ours.
     ScopedEnvironment m_addressChecker;
     ScopedEnvironment m_leakChecker;
 };

@@ -6,7 +6,7 @@
 
 namespace test {
 
-// An environment variable with another value (nullopt: unset), put back at the end of the scope.
+// Sets an environment variable (nullopt: unsets it) and restores it at the end of the scope.
 class ScopedEnvironment {
 public:
     ScopedEnvironment(std::string name, const std::optional<std::string>& value);

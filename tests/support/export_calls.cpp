@@ -1,4 +1,4 @@
-// The table of all exports: how each is called, and with which numbers.
+// The table of all exports: how each one is called, and with which numbers.
 #include "tests/support/exports.h"
 
 #include <tarvix/tarvix.h>

@@ -1,4 +1,4 @@
-// Every export as a call of one shape, for tests that put all of them through the same.
+// Every export as a call of one shape, for tests that do the same with all of them.
 #pragma once
 
 #include "tests/support/environment.h"
@@ -25,8 +25,8 @@ struct Lists {
     CStringArray files, outputs;
 };
 
-// What exports take; each uses some of it. Images, arrays and numbers of one type come in the
-// order of the declaration.
+// What exports take; each uses some of it. Images, arrays and numbers of one type are in the order
+// of the declaration.
 struct Arguments {
     Dib image, second;
     std::array<double, 8> from{}, to{};
@@ -38,10 +38,10 @@ struct Arguments {
     std::unique_ptr<Lists> lists;     // files and outputs again; run() makes them
 };
 
-// Exceptions that may leave an export, by its declaration.
+// The exceptions that an export may throw, by its declaration.
 enum Passes : unsigned { passNothing = 0, passOpenCv = 1, passMemory = 2, passInvalidArgument = 4 };
 
-// What a host gets of a call.
+// What a host gets from a call.
 struct Outcome {
     Passes passedOut = passNothing;
     int value = 0;            // count or flag; 1 for a bitmap, 0 for NULL
@@ -77,7 +77,7 @@ const Export& exportNamed(std::string_view name);
 
 // Makes the call and deletes what it returns. The random colours of OpenCV's drawings are the same
 // each time. `around`, if any, makes the call itself; nothing of the caller's own allocates in it.
-// Raises std::logic_error when an exception leaves the export that `passes` lacks.
+// Throws std::logic_error if the export throws an exception that is not in `passes`.
 using Call = std::function<int()>;
 Outcome run(const Export& e, Arguments& arguments, unsigned passes,
             const std::function<int(const Call&)>& around = {});
@@ -85,20 +85,20 @@ inline Outcome run(const Export& e, Arguments& arguments) {
     return run(e, arguments, e.passes);
 }
 
-// Takes the messages of all threads; each thread's calls see their own.
+// Takes over the messages of all threads. Each thread's calls see their own.
 class MessageCounter : public CWinApp {
 public:
     int DoMessageBox(LPCSTR text, UINT type, UINT helpId) override;
 };
 
 // A folder with small images, files and a calibration, on which every export succeeds. OpenCV's
-// camera back-ends are switched off for the process, so that tx_TrackFace finds none and ends at
+// camera back-ends are switched off for the process, so tx_TrackFace finds no camera and ends at
 // once.
 class Workplace {
 public:
     Workplace();
 
-    // Arguments of its own for each caller: outputs go into a folder of the given name.
+    // New arguments for each caller: outputs go into a folder of the given name.
     [[nodiscard]] Arguments usualFor(const Export& e, const std::string& outputs = "out") const;
     [[nodiscard]] std::string operator/(const std::string& name) const { return m_folder / name; }
     [[nodiscard]] std::string calibration() const { return m_folder / "calibration"; }

@@ -1,12 +1,12 @@
-// A full disk, as far as this process can tell.
+// A disk that is full for this process.
 #pragma once
 
 #include <cstddef>
 
 namespace test {
 
-// No file of this process can grow beyond `bytes` during the scope: writing more fails as on a full
-// disk.
+// During the scope, no file of this process can grow beyond `bytes`: writing more fails as on a
+// full disk.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(std::size_t bytes);

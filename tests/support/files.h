@@ -6,7 +6,7 @@
 
 namespace test {
 
-// A folder of its own for a test, removed with what is in it.
+// A new folder for a test. It is removed with all its contents.
 class TempFolder {
 public:
     TempFolder();
@@ -28,7 +28,7 @@ std::string bytesOf(const std::string& path);
 // Creates or replaces a file.
 void writeBytes(const std::string& path, const std::string& bytes);
 
-// The names of all that is in a folder.
+// The names of all entries of a folder.
 std::set<std::string> namesIn(const std::string& folder);
 
 } // namespace test

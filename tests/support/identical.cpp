@@ -56,8 +56,8 @@ void printElement(std::ostream& out, const unsigned char* element, int type) {
     }
 }
 
-// How many steps from one number to the next lie between two; -0.0 and 0.0 are one apart. None if
-// either is not a number.
+// How many steps from one number to the next are between two; -0.0 and 0.0 are one apart. No value
+// if either is not a number.
 template <class T, class Bits>
 std::optional<std::uint64_t> unitsApart(T a, T b) {
     if (std::isnan(a) || std::isnan(b)) {
@@ -71,7 +71,7 @@ std::optional<std::uint64_t> unitsApart(T a, T b) {
     return std::max(rank(a), rank(b)) - std::min(rank(a), rank(b));
 }
 
-// The largest distance of two elements' channels; none for whole numbers and for what is not a
+// The largest distance of two elements' channels; no value for whole numbers and for what is not a
 // number.
 std::optional<std::uint64_t> unitsApart(const unsigned char* a, const unsigned char* b, int type) {
     std::optional<std::uint64_t> most;
@@ -89,7 +89,7 @@ std::optional<std::uint64_t> unitsApart(const unsigned char* a, const unsigned c
 
 struct Differences {
     std::size_t count = 0;
-    cv::Point first;                         // of those that differ, row by row
+    cv::Point first;                         // element that differs, row by row
     std::optional<std::uint64_t> mostUnits;  // apart
     std::optional<std::uint64_t> firstUnits; // the first one's
 };

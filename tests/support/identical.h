@@ -10,7 +10,7 @@
 
 namespace test {
 
-// What IsIdenticalTo() returns; a matcher of GoogleTest.
+// What IsIdenticalTo() returns: a matcher of GoogleTest.
 class IdentityMatcher {
 public:
     using is_gtest_matcher = void;
@@ -27,8 +27,8 @@ private:
 };
 
 // Same size, type and bytes. A failure shows the size and the type, how many elements differ, the
-// place of the first one and its two values; for floating-point numbers also how many units in the
-// last place lie between them. A NaN is identical to a NaN of the same bits, 0.0 not to -0.0.
+// place of the first one and its two values, and for floating-point numbers their distance in units
+// in the last place. A NaN is identical to a NaN of the same bits, 0.0 is not identical to -0.0.
 //
 // An element has all channels of its place. Bitmaps, on either side, are those that matOf() takes.
 IdentityMatcher IsIdenticalTo(const cv::Mat& expected);

@@ -34,7 +34,7 @@ cv::Mat scene(int rows, int cols, std::uint64_t seed = 1);
 // part of it. The smallest squares are `cell` pixels wide.
 cv::Mat landscape(cv::Size size, int cell);
 
-// A photograph of OpenCV's samples, colour or grey; fails the test's process loudly when missing.
+// A photograph of OpenCV's samples, colour or grey; fails the test's process if it is missing.
 std::string photoPath(const std::string& name);
 cv::Mat photo(const std::string& name, bool grey = false);
 

@@ -1,4 +1,4 @@
-// What this process takes of memory.
+// How much memory this process uses.
 #pragma once
 
 #include <cstddef>

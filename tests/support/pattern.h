@@ -1,4 +1,4 @@
-// Text against regular expressions. GoogleTest's own matchers know brackets and groups on some
+// Matches text with regular expressions. GoogleTest's own matchers know brackets and groups on some
 // systems only.
 #pragma once
 
@@ -19,7 +19,7 @@
 
 namespace test {
 
-// Every line of a text that has lines, all ended, matches as a whole.
+// Each line matches as a whole. There is at least one line, and all lines are ended.
 MATCHER_P(LinesMatch, pattern, std::string("every line matches ") + pattern) {
     if (arg.empty() || arg.back() != '\n') {
         return false;

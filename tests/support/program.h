@@ -7,17 +7,17 @@
 namespace test {
 
 struct ProgramResult {
-    int status = -1; // exit status; 128 + signal when a signal ended it
+    int status = -1; // exit status; 128 + signal if a signal ended it
     std::string out;
     std::string err;
 };
 
-// Words are passed on as they are. The run is ended after a generous bound, which shows as status
-// 124.
+// Words are passed unchanged. A run that takes too long (the bound is generous) is ended and has
+// the status 124.
 ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments);
 
-// Copies the program into a folder, away from the files that it reads from its own, and with it the
-// libraries that it can find nowhere else. Returns the copy's path.
+// Copies the program into a folder, without the files that it reads from its own folder, but with
+// the libraries that it can find nowhere else. Returns the copy's path.
 std::string copyProgram(const std::string& program, const std::string& folder);
 
 } // namespace test

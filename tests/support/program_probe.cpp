@@ -1,5 +1,5 @@
-// A program for the tests of runProgram(): says how it was started. Its first argument is the exit
-// status, or "signal".
+// A program for the tests of runProgram(). It prints how it was started. Its first argument is the
+// exit status, or "signal".
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>

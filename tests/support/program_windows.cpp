@@ -19,13 +19,13 @@ constexpr int kTimedOut = 124;
 constexpr int kCrashed = 128 + 11;
 
 std::string slurp(const std::string& path) {
-    std::ifstream file(path); // text: carriage returns go
+    std::ifstream file(path); // text: carriage returns are removed
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
 }
 
-// One word as the run-time library of the called program takes the command line apart.
+// Quotes one word as the run-time library of the called program splits the command line.
 std::string asWord(const std::string& word) {
     std::string out = "\"";
     std::size_t backslashes = 0;
@@ -87,7 +87,7 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
         start.hStdOutput = out;
         start.hStdError = err;
         PROCESS_INFORMATION started{};
-        // A busy Wine has refused a start, once in some thousands. Starting is not what is tested.
+        // A busy Wine refuses about one start in some thousands. The start is not what is tested.
         for (int attempts = 3; !CreateProcessA(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0,
                                                nullptr, nullptr, &start, &started);) {
             const DWORD error = GetLastError();

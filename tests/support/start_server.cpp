@@ -1,7 +1,7 @@
-// A library to preload into a program that a test runs many times: most of what a short run costs
-// is the loading of some 270 libraries. The program is started once, up to its main(); from there
-// on each run is a fork of it, which gets its own arguments, working folder and output, and enters
-// the program's own main(). Without the environment variable nothing changes.
+// A library to preload into a program that a test runs many times: most of the cost of a short run
+// is the loading of about 270 libraries. The program is started once, up to its main(). Each run is
+// a fork of it, which gets its own arguments, working folder and output and enters the program's
+// own main(). Without the environment variable nothing changes.
 #include "tests/support/start_server.h"
 
 #include <cstdint>
@@ -45,7 +45,7 @@ void redirect(const char* path, int flags, int descriptor) {
     close(opened);
 }
 
-// What main() returns in a run; the server itself never returns.
+// Returns what main() returns in a run. The server itself never returns.
 int serve(int socket, char** environment) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     const char ready = 1;

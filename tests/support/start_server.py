@@ -1,4 +1,4 @@
-"""Runs of a program without the time that its start takes: the client of start_server.cpp, as start_server_client.cpp.
+"""Runs a program without the time that its start takes: a client of start_server.cpp, like start_server_client.cpp.
 
     with StartServer(program, library) as runner:   # an empty library: each run is a start
         run = runner.run(["canny", "photo.jpg"], folder)
@@ -30,7 +30,7 @@ class StartServer:
 
     def __exit__(self, *_):
         if self.socket is not None:
-            self.socket.close()  # which ends it
+            self.socket.close()  # which ends the program
             self.process.wait()
 
     def run(self, arguments, folder):

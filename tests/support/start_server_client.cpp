@@ -58,7 +58,7 @@ public:
         m_isReady = recv(m_socket, &ready, sizeof ready, 0) == sizeof ready;
     }
     ~StartServer() {
-        close(m_socket); // which ends it
+        close(m_socket); // which ends the program
         if (m_process > 0) {
             waitpid(m_process, nullptr, 0);
         }

@@ -1,4 +1,4 @@
-// Where the rows of a bitmap are in its memory, worked out without the code under test.
+// Where the rows of a bitmap are in its memory, computed without the code under test.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// The matcher that tests of images trust: what it calls identical, and what it says otherwise.
+// The matcher that tests of images trust: what it accepts, and what it says about the rest.
 #include "tests/support/identical.h"
 
 #include "tests/support/images.h"

@@ -1,4 +1,4 @@
-// Programs that tests run: each run is as a start of its own, also when it is none.
+// Programs that tests run: each run behaves as a new start, even if it is not one.
 #include "tests/support/environment.h"
 #include "tests/support/files.h"
 #include "tests/support/program.h"
@@ -23,7 +23,7 @@ ProgramResult run(const std::vector<std::string>& arguments = {}) {
     return runProgram(TARVIX_PROGRAM_PROBE, arguments);
 }
 
-// The first run in an environment is a start; those after it may not be.
+// The first run in an environment is a start; later ones may not be.
 constexpr int runs = 4;
 
 TEST(RunProgram, PassesArgumentsAsTheyAre) {

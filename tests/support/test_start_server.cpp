@@ -52,7 +52,7 @@ TEST_F(StartServer, OutlivesARunThatASignalEnds) {
     EXPECT_EQ(WTERMSIG(*status), SIGTERM);
 }
 
-TEST_F(StartServer, LeavesProgramsThatAreNotThereToTheShell) {
+TEST_F(StartServer, LeavesMissingProgramsToTheShell) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(test::runProgram(folder / "nothing", {}).status, 127);
     }

@@ -1,6 +1,6 @@
 #!/bin/bash
-# full_disk.sh PHOTOGRAPHS COMMAND...: calibrates with the sample host twice, the second time with no room for a file
-# to grow. The earlier calibration must stay whole and the host must say which file it could not write.
+# full_disk.sh PHOTOGRAPHS COMMAND...: calibrates with the sample host twice. The second time, files cannot
+# grow. The earlier calibration must stay whole, and the host must say which file it could not write.
 set -uo pipefail
 photographs="$1"
 shift
@@ -15,7 +15,8 @@ calibrate() { "$@" calib "$photographs"/left0[1-3].jpg --board 9x6 -o "Z:$folder
 
 calibrate "$@" >"$folder/first.log" 2>&1 || fail "the first calibration"
 sums="$(cd "$folder/calibration" && sha256sum ./*)"
-# Ignored, so that writing fails instead of ending the program. The output goes through a pipe, which has no size.
+# The signal is ignored, so that writing fails instead of ending the program. The output goes through a pipe, which has
+# no size.
 (
     trap '' XFSZ
     ulimit -f 0

@@ -1,5 +1,5 @@
 // Loads the module, calls it and frees it, fifty times: memory, handles and threads must not grow.
-// A plain program of its own, because a test that links the module would never see it go.
+// It is a separate program, because a test that links the module would never see it unloaded.
 #include <MorvelDib.h>
 
 #include <windows.h>
@@ -17,11 +17,11 @@ namespace {
 
 constexpr int kWarmUpRounds = 5; // heaps and caches of the run-time libraries reach their size
 constexpr int kRounds = 50;
-// What the process may hold more at the end: less than one page of growth per round, the noise of
-// the heaps.
+// How much the process may have grown at the end: less than one page per round, the noise of the
+// heaps.
 constexpr std::size_t kAllowedBytes = 128 * 1024;
-// On a busy machine the handles have been seen to step up by six, once, and to stay there: a pool
-// of a run-time library, it seems. So one fifty may add something; the next must not.
+// On a busy machine the handles may once step up by six and stay there: a pool of a run-time
+// library, it seems. So one fifty may add something; the next must not.
 constexpr int kAttempts = 2;
 
 struct Usage {
@@ -72,7 +72,7 @@ Function* exported(HMODULE module, const char* name) {
 using Canny = CDib*(CDib&, double, double, int, int);
 using Denoise = CDib*(CDib&, float, float, int, int);
 
-// false, with a line of text, when anything is not as it should be.
+// Prints a line and returns false if anything is not as it should be.
 bool once(const char* modulePath) {
     const HMODULE module = LoadLibraryA(modulePath);
     if (module == nullptr) {

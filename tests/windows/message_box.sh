@@ -20,9 +20,9 @@ for ((i = 0; i < 300; ++i)); do # at most a minute
     kill -0 $host 2>/dev/null || fail "the host ended without a message box"
     sleep 0.2
 done
-[[ -n "$box" ]] || fail "no message box came up"
+[[ -n "$box" ]] || fail "no message box appeared"
 grep -q returned "$output" && fail "the call returned while the box was open"
-# Drawn when the image has the text's black and the window's white, not only one colour.
+# The box is drawn if the image has the text's black and the window's white, not only one colour.
 colours=0
 for ((i = 0; i < 50 && colours < 8; ++i)); do
     import -window "$box" "$image" 2>/dev/null && colours="$(identify -format '%k' "$image")"

@@ -1,5 +1,5 @@
-// A host without an application object: the module's failure text must come up in the system's own
-// message box, and the call must return when the user closes it.
+// A host without an application object: the system's own message box must show the module's failure
+// text, and the call must return when the user closes it.
 #include <tarvix/tarvix.h>
 
 #include <windows.h>

@@ -1,7 +1,7 @@
 #!/bin/bash
 # package.sh BUILD_FOLDER SOURCE_FOLDER PHOTOGRAPHS: packs the archive for users, unpacks it into an empty folder and
-# uses it as a user does: the sample host with nothing else on the search path, and a host of our own, built
-# against the unpacked files alone.
+# uses it as a user does. It runs the sample host with nothing else on the search path, and a host of our own that is
+# built against the unpacked files alone.
 set -uo pipefail
 build="$1"
 source="$2"

@@ -1,4 +1,4 @@
-// A host that knows only what the archive for users holds.
+// A host that uses only what the archive for users contains.
 #include <tarvix/tarvix.h>
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// Calibration files that Windows keeps from being written or reached.
+// Calibration files that Windows does not allow to be written or reached.
 #include "tests/calib/failed_writes.h"
 #include "tests/support/files.h"
 #include "tests/support/images.h"
@@ -20,14 +20,14 @@ std::wstring asItIs(const std::string& path) {
 
 class CalibrationWrites : public FailedWrites {
 protected:
-    // The earlier calibration is whole, and nothing lies beside it.
+    // The earlier calibration is whole, and nothing is left beside it.
     void expectUnchanged(const std::string& camera) {
         EXPECT_EQ(test::bytesOf(folder / "cam.xml"), camera);
         EXPECT_THAT(test::namesIn(folder.path()), UnorderedElementsAre("cam.xml", "dist.xml"));
     }
 };
 
-TEST_F(CalibrationWrites, AFileThatAnotherProgramKeepsToItselfStays) {
+TEST_F(CalibrationWrites, AFileThatAnotherProgramLocksStays) {
     ASSERT_EQ(calibrate(), 1);
     const std::string camera = test::bytesOf(folder / "cam.xml");
     const std::string path = folder / "cam.xml";
@@ -51,7 +51,7 @@ TEST_F(CalibrationWrites, AFileThatAnotherProgramHasOpenStays) {
     expectUnchanged(camera);
 }
 
-TEST_F(CalibrationWrites, TheFirstFileGoesBackWhenTheSecondCannotBeReplaced) {
+TEST_F(CalibrationWrites, TheFirstFileIsRestoredIfTheSecondCannotBeReplaced) {
     ASSERT_EQ(calibrate(), 1);
     const std::string camera = test::bytesOf(folder / "cam.xml");
     {
@@ -79,7 +79,7 @@ TEST_F(CalibrationWrites, AFolderNamedWithLettersOfTheCodePage) {
 TEST_F(CalibrationWrites, TheLongestPathThatThePlatformTakes) {
     std::string deep = folder.path() + '\\';
     std::replace(deep.begin(), deep.end(), '/', '\\');
-    // The folder's own name is as long as it may be for "dist.xml" to fit with its terminator.
+    // The folder's name is as long as possible: "dist.xml" and the terminator just fit.
     deep += std::string(MAX_PATH - 1 - std::string("\\dist.xml").size() - deep.size(), 'd');
     ASSERT_NE(CreateDirectoryW(asItIs(deep).c_str(), nullptr), 0);
     EXPECT_EQ(calibrate(deep), 1);

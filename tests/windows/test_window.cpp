@@ -58,7 +58,7 @@ TEST(Window, TheSourcePointIsTheTopLeftCornerOfThePart) {
     EXPECT_EQ(window.pixels().at<cv::Vec3b>(6, 4), test::XWindow::background);
 }
 
-TEST(Window, AWindowThatIsGoneOrNoneMakesTheDrawingFailQuietly) {
+TEST(Window, DrawingFailsSilentlyWithoutAWindow) {
     const test::XServer desktop;
     test::XWindow window(20, 20);
     const HWND handle = window.handle();
@@ -83,7 +83,7 @@ TEST(Window, TheCreationHandleIsADibSection) {
 TEST(Window, NoHandleIsLostOverSeventyThousandBitmaps) {
     const test::XServer desktop;
     const test::XWindow window(20, 20);
-    // More than the system has handles for (65,536): one lost in each round would end in a failure.
+    // More than the system has handles (65,536): losing one in each round would fail.
     for (int i = 0; i < 70000; ++i) {
         const test::Dib dib = test::makeDib(8, 8, 24);
         ASSERT_NE(dib->BitBlt(window.handle(), 0, 0, 8, 8, 0, 0, SRCCOPY), 0) << "round " << i;

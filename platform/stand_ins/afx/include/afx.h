@@ -1,8 +1,8 @@
-// Stand-in for the class library's header of this name, where the library itself is missing: the
-// root classes, the exceptions and the multi-byte string that Tarvix and its sample host use.
+// Stand-in for the class library's header of this name if the library itself is missing: the root
+// classes, the exceptions and the multi-byte string that Tarvix and its sample host use.
 //
-// Left out: run-time class information, archives, diagnostics; a CString given to Format's "%s"
-// must be converted (GetString()); memory that runs out throws std::bad_alloc, no CMemoryException.
+// Omitted: run-time class information, archives, diagnostics. A CString given to Format's "%s" must
+// be converted (GetString()). A lack of memory throws std::bad_alloc, not CMemoryException.
 #pragma once
 
 #include <windows.h>
@@ -42,14 +42,14 @@ protected:
     CObject() = default;
 };
 
-// Thrown as a pointer; who catches one calls Delete().
+// Thrown as a pointer. Whoever catches one calls Delete().
 class TARVIX_AFX_API CException : public CObject {
 public:
-    // With autoDelete, Delete() frees the object; without, it lives on (a static object).
+    // With autoDelete, Delete() frees the object. Without, it does nothing (for a static object).
     explicit CException(BOOL autoDelete = TRUE);
     ~CException() override;
 
-    // Writes a text of at most size - 1 characters, terminated. FALSE when there is none.
+    // Writes a text of at most size - 1 characters, terminated. Returns FALSE if there is none.
     virtual BOOL GetErrorMessage(LPSTR text, UINT size, PUINT helpContext = nullptr) const;
     void Delete();
 
@@ -69,7 +69,7 @@ public:
 // Throws a CInvalidArgException*, the address of a static object.
 [[noreturn]] TARVIX_AFX_API void AfxThrowInvalidArgException();
 
-// A string of bytes, terminated; NULL is taken as the empty string.
+// A terminated string of bytes. NULL is treated as the empty string.
 class TARVIX_AFX_API CString {
 public:
     CString();
@@ -87,20 +87,20 @@ public:
     bool IsEmpty() const noexcept;
     void Empty() noexcept;
 
-    // The character at index; the length itself gives the terminator, anything else out of range
-    // throws the invalid-argument exception.
+    // Returns the character at index; for the length itself, the terminator. Throws the
+    // invalid-argument exception for any other index out of range.
     char GetAt(int index) const;
     char operator[](int index) const;
 
-    // Replaces the text by what printf would print; the arguments may be this string's own text.
+    // Replaces the text by what printf would print. The arguments may be this string's own text.
     void Format(LPCSTR format, ...) TARVIX_AFX_PRINTF(2, 3);
 
     CString& operator+=(const CString& other);
     CString& operator+=(LPCSTR text);
     CString& operator+=(char character);
 
-    // Byte by byte: negative, 0 or positive, as this string sorts before, equals or sorts after
-    // text.
+    // Compares byte by byte. Returns a negative number, 0 or a positive one if this string sorts
+    // before text, equals it or sorts after it.
     int Compare(LPCSTR text) const noexcept;
 
 private:

@@ -1,6 +1,6 @@
 // Stand-in for the class library's header of this name: the array of strings.
 //
-// Left out: the other collections; insertion and removal in the middle; a chosen growth.
+// Omitted: the other collections; insertion and removal in the middle; a chosen growth.
 #pragma once
 
 #include <afx.h>
@@ -21,7 +21,7 @@ public:
 
     INT_PTR GetSize() const noexcept;
     INT_PTR GetCount() const noexcept;
-    INT_PTR GetUpperBound() const noexcept; // -1 when empty
+    INT_PTR GetUpperBound() const noexcept; // -1 if empty
     BOOL IsEmpty() const noexcept;
 
     // New elements are empty strings.

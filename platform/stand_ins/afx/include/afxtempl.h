@@ -1,6 +1,6 @@
 // Stand-in for the class library's header of this name: the array template.
 //
-// Left out: insertion and removal in the middle, copying, archives.
+// Omitted: insertion and removal in the middle, copying, archives.
 #pragma once
 
 #include <afx.h>
@@ -24,9 +24,9 @@ public:
     BOOL IsEmpty() const noexcept { return m_nSize == 0 ? TRUE : FALSE; }
 
     // growBy >= 0 becomes the growth setting, -1 keeps it. Size 0 frees the memory. The first
-    // memory is for the larger of newSize and the setting. Past the capacity, the array grows by
-    // the setting, or, when that is 0, by an eighth of its size but at least 4 and at most 1024; or
-    // to newSize if that is more.
+    // memory is for the larger of newSize and the setting. Beyond the capacity, the array grows by
+    // the setting. If that is 0, it grows by an eighth of its size, but at least 4 and at most
+    // 1024. It grows to newSize if that is more.
     void SetSize(INT_PTR newSize, INT_PTR growBy = -1) {
         if (newSize < 0) {
             AfxThrowInvalidArgException();
@@ -46,7 +46,7 @@ public:
             if (step == 0) {
                 step = std::clamp<INT_PTR>(m_nSize / 8, 4, 1024);
             }
-            // Written so that no sum overflows, however large the growth setting.
+            // No sum overflows, however large the growth setting is.
             Reallocate(newSize - m_nMaxSize < step ? GrownBy(step) : newSize);
             Resize(newSize);
         }
@@ -75,14 +75,14 @@ public:
         m_pData[index] = element;
     }
 
-    // Returns the new element's index. element must not lie in this array.
+    // Returns the new element's index. element must not be in this array.
     INT_PTR Add(ARG_TYPE element) {
         const INT_PTR index = m_nSize;
         SetAtGrow(index, element);
         return index;
     }
 
-    // The elements one after another; NULL when there is no memory. Valid until the size changes.
+    // The elements one after another; NULL if there is no memory. Valid until the size changes.
     TYPE* GetData() noexcept { return m_pData; }
     const TYPE* GetData() const noexcept { return m_pData; }
 

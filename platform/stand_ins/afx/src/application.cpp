@@ -26,7 +26,7 @@ CWinApp::CWinApp() {
 }
 
 CWinApp::~CWinApp() {
-    // Only if it is still this one: with two, the later one keeps its place.
+    // Only if it is still this one: if there are two, the later one keeps its place.
     CWinApp* self = this;
     application.compare_exchange_strong(self, nullptr);
 }

@@ -1,5 +1,5 @@
-// tarvix-message-box TITLE: shows the text on standard input in a box with an OK button. Ends with
-// 0 when the box has been closed, and with the process that started it.
+// tarvix-message-box TITLE: shows the text on standard input in a box with an OK button. Exits with
+// 0 after the box was closed. Ends together with the process that started it.
 #include <QApplication>
 #include <QMessageBox>
 #include <QString>
@@ -17,8 +17,7 @@ int main(int argc, char** argv) {
     const std::string text{std::istreambuf_iterator<char>(std::cin),
                            std::istreambuf_iterator<char>()};
 
-    // X11 always: it is the display that the caller has tried, and the system of its window
-    // handles.
+    // Always X11: the caller has tried that display, and its window handles are X11's.
     std::string name = argv[0];
     std::string option = "-platform";
     std::string platform = "xcb";
@@ -27,7 +26,7 @@ int main(int argc, char** argv) {
     const QApplication application(argumentCount, arguments);
     QMessageBox box(QMessageBox::NoIcon, QString::fromUtf8(argc > 1 ? argv[1] : ""),
                     QString::fromStdString(text), QMessageBox::Ok);
-    box.setTextFormat(Qt::PlainText); // a text with angle brackets is no markup
+    box.setTextFormat(Qt::PlainText); // a text with angle brackets is not markup
     box.setTextInteractionFlags(Qt::TextSelectableByMouse);
     box.exec();
     std::_Exit(EXIT_SUCCESS); // at once; nothing is left to do

@@ -64,9 +64,9 @@ int asFile(const std::string& text) {
     return file;
 }
 
-// Runs the program that shows the box, in a process of its own: a GUI library in the host's process
-// would bind itself to the thread that comes first, set the locale, and end the host with the X
-// server. False when the box was not shown until its button was pressed.
+// Runs the program that shows the box, in a process of its own. A GUI library in the host's process
+// would bind itself to the first thread that uses it, set the locale, and end the host with the X
+// server. Returns false if the box was not shown until its button was pressed.
 bool runBox(const std::string& program, const char* text) {
     const int textFile = asFile(text);
     if (textFile < 0) {
@@ -78,7 +78,7 @@ bool runBox(const std::string& program, const char* text) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, textFile, STDIN_FILENO);
-    // The GUI library's remarks are not the host's.
+    // The GUI library's remarks must not appear in the host's output.
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     pid_t process = -1;
     const int error = posix_spawn(&process, program.c_str(), &actions, nullptr, arguments, environ);
@@ -90,7 +90,7 @@ bool runBox(const std::string& program, const char* text) {
     int status = 0;
     while (waitpid(process, &status, 0) < 0) {
         if (errno != EINTR) {
-            return true; // the host collects its children itself; that one has ended
+            return true; // the host collects its children itself; this one has ended
         }
     }
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;

@@ -1,5 +1,5 @@
-// The bitmap library: device-independent bitmaps as hosts keep and display them. This one serves
-// where a host brings none of its own.
+// The bitmap library: device-independent bitmaps as hosts keep and display them. This one is used
+// if a host brings none of its own.
 #pragma once
 
 #include <windows.h>
@@ -15,7 +15,7 @@
 #endif
 
 // A bitmap. Rows are stored one after another, each padded to a multiple of 4 bytes: the image's
-// bottom row first when the height is positive, its top row first when it is negative. Pixels are
+// bottom row first if the height is positive, its top row first if it is negative. Pixels are
 // palette indices (1, 4 and 8 bits, the leftmost pixel in the highest bits), 5-5-5 bits of red,
 // green and blue (16 bits, little-endian), blue, green, red bytes (24 bits), or those and an unused
 // byte (32 bits).
@@ -32,23 +32,23 @@ public:
     int CreateGray(int width, int height);
 
     // A bitmap of 1, 4, 8, 16, 24 or 32 bits per pixel, all bytes zero. Up to 8 bits, the palette
-    // (1 << bitCount entries) is copied from palette, or else from paletteSource when that is a
+    // (1 << bitCount entries) is copied from palette, or else from paletteSource if that is a
     // bitmap of as many bits, or else is a ramp from black to white.
     //
-    // Both creates return 1, and free the pixels that the object held before; or they return 0 and
-    // change nothing: when the width is not positive, the height is 0, the bit count is another
-    // one, the pixels' bytes do not fit the header's 32-bit size, or memory runs out.
+    // Both creates return 1 and free the pixels that the object held before. They return 0 and
+    // change nothing if the width is not positive, the height is 0, the bit count is another one,
+    // the pixels' bytes do not fit the header's 32-bit size, or memory runs out.
     int Create(int width, int height, int bitCount, RGBQUAD* palette, CDib* paletteSource);
 
     // Draws width x height pixels from (xSrc, ySrc) to (xDest, yDest) of the window's client area.
-    // Both points are top-left corners, x right, y down. What lies outside the bitmap or the window
-    // is left out, which is no failure. Returns 0 when there is no bitmap, no such window or no
-    // display, when width or height is not positive, and, on X11, when the window is not true
-    // colour or rop is not SRCCOPY.
+    // Both points are top-left corners, x right, y down. What is outside the bitmap or the window
+    // is omitted; that is not a failure. Returns 0 if there is no bitmap, no such window or no
+    // display, or if width or height is not positive. On X11, also returns 0 if the window is not
+    // true colour or rop is not SRCCOPY.
     int BitBlt(HWND window, int xDest, int yDest, int width, int height, int xSrc, int ySrc,
                DWORD rop);
 
-    HBITMAP m_hBitmap = nullptr; // not NULL once created
+    HBITMAP m_hBitmap = nullptr; // not NULL after a create
     BYTE* m_pBits = nullptr;     // the first stored row
     struct {
         BITMAPINFOHEADER bmiHeader;

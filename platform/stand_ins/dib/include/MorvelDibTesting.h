@@ -9,11 +9,11 @@ namespace morvel_dib_testing {
 MORVEL_DIB_API long liveObjects(); // CDib objects constructed and not destroyed
 MORVEL_DIB_API long liveBitmaps(); // those of them that hold pixels
 
-// The nth create of either kind from now on returns 0 (1: the next one), once. 0 calls that off.
+// The nth create of either kind from now on returns 0 (1: the next one), once. 0 cancels that.
 MORVEL_DIB_API void failCreate(long nth);
 
-// The nth construction of a CDib from now on throws std::bad_alloc, once, as an allocation that
-// fails would. 0 calls that off.
+// The nth construction of a CDib from now on throws std::bad_alloc, once, as a failed allocation
+// would. 0 cancels that.
 MORVEL_DIB_API void failConstruction(long nth);
 
 } // namespace morvel_dib_testing

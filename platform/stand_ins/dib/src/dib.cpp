@@ -18,7 +18,7 @@ std::atomic<long> bitmaps{0};
 std::atomic<long> createToFail{0};
 std::atomic<long> constructionToFail{0};
 
-// Counts down to 0 once; true at the call that reaches it.
+// Counts down to 0 once. Returns true at the call that reaches it.
 bool isDue(std::atomic<long>& countdown) {
     long left = countdown;
     while (left > 0) {
@@ -29,7 +29,7 @@ bool isDue(std::atomic<long>& countdown) {
     return false;
 }
 
-// The header of such a bitmap, or false when there can be none.
+// Fills the header of such a bitmap. Returns false if there can be none.
 bool describe(BITMAPINFOHEADER& header, int width, int height, int bitCount) {
     constexpr int bitCounts[] = {1, 4, 8, 16, 24, 32};
     if (std::find(std::begin(bitCounts), std::end(bitCounts), bitCount) == std::end(bitCounts)) {

@@ -17,7 +17,7 @@ void freePixels(const Pixels& pixels) {
 }
 
 int drawPixels(const CDib& dib, HWND window, const Blit& blit, DWORD rop) {
-    // A window handle of NULL would mean the whole screen, hence the test.
+    // A window handle of NULL would mean the whole screen.
     if (!IsWindow(window)) {
         return 0;
     }
@@ -29,7 +29,7 @@ int drawPixels(const CDib& dib, HWND window, const Blit& blit, DWORD rop) {
     if (const HDC bitmapDc = CreateCompatibleDC(windowDc)) {
         if (const HGDIOBJ previous = SelectObject(bitmapDc, dib.m_hBitmap)) {
             if (dib.m_bmi.bmiHeader.biBitCount <= 8) {
-                // The section keeps the palette it was created with; a host may have changed ours.
+                // The section keeps the palette of its creation. A host may have changed ours.
                 SetDIBColorTable(bitmapDc, 0, 1U << dib.m_bmi.bmiHeader.biBitCount,
                                  dib.m_bmi.bmiColors);
             }

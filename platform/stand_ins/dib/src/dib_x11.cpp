@@ -27,7 +27,7 @@ struct Free {
 template <class Reply>
 using ReplyOf = std::unique_ptr<Reply, Free>;
 
-// True when the server carried the request out.
+// Returns true if the server carried out the request.
 bool succeeded(const Connection& connection, xcb_void_cookie_t cookie) {
     const ReplyOf<xcb_generic_error_t> error(xcb_request_check(connection.get(), cookie));
     return error == nullptr && xcb_connection_has_error(connection.get()) == 0;
@@ -38,7 +38,7 @@ struct ColourTables {
     std::array<std::uint32_t, 256> red, green, blue;
 };
 
-// How the window wants its pixels.
+// The format of the window's pixels.
 struct Target {
     xcb_window_t window;
     int width, height;
@@ -74,7 +74,7 @@ const xcb_visualtype_t* findVisual(const xcb_setup_t* setup, xcb_visualid_t id) 
     return nullptr;
 }
 
-// False when there is no such window or its pixels are not red, green and blue bits.
+// Returns false if there is no such window or its pixels are not red, green and blue bits.
 bool describeTarget(const Connection& connection, xcb_window_t window, Target& target) {
     xcb_generic_error_t* error = nullptr;
     const auto attributesCookie = xcb_get_window_attributes(connection.get(), window);
@@ -110,7 +110,7 @@ bool describeTarget(const Connection& connection, xcb_window_t window, Target& t
     target.pixelBytes = format->bits_per_pixel / 8;
     target.rowPadding = format->scanline_pad / 8;
     target.isBigEndian = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST;
-    // Bits of the depth that are no colour are opacity.
+    // Bits of the depth that belong to no colour are opacity.
     const std::uint32_t used = geometry->depth >= 32 ? ~0U : (1U << geometry->depth) - 1;
     const std::uint32_t opaque =
         used & ~(visual->red_mask | visual->green_mask | visual->blue_mask);
@@ -214,7 +214,7 @@ bool putImage(const Connection& connection, xcb_gcontext_t gc, const Target& tar
     return true;
 }
 
-// Cuts off what lies outside the window. False when nothing is left.
+// Cuts off what is outside the window. Returns false if nothing is left.
 bool clipToWindow(Blit& blit, const Target& target) {
     const std::int64_t left = std::max(0, blit.xDest);
     const std::int64_t top = std::max(0, blit.yDest);
@@ -237,7 +237,7 @@ bool clipToWindow(Blit& blit, const Target& target) {
 } // namespace
 
 Pixels allocatePixels(const BitmapInfo& info) {
-    // Large blocks come as fresh pages that the system has zeroed and nobody has touched yet.
+    // Large blocks are fresh pages that the system has zeroed and nobody has touched yet.
     void* const bits = std::calloc(info.bmiHeader.biSizeImage, 1);
     return {static_cast<HBITMAP>(bits), static_cast<BYTE*>(bits)};
 }
@@ -251,8 +251,8 @@ int drawPixels(const CDib& dib, HWND window, const Blit& blit, DWORD rop) try {
     if (rop != SRCCOPY || id > std::numeric_limits<xcb_window_t>::max()) {
         return 0;
     }
-    // A connection of our own: errors come back as replies to our requests, and no handler of the
-    // host's sees them.
+    // With a connection of our own, errors come back as replies to our requests, and no handler of
+    // the host's sees them.
     const Connection connection(xcb_connect(nullptr, nullptr));
     Target target{};
     if (xcb_connection_has_error(connection.get()) != 0 ||

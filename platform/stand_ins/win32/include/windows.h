@@ -1,8 +1,8 @@
 // Stand-in for the Windows header of this name, for systems that have none: the types and the few
 // calls that Tarvix, its bitmap library and its sample host use. Values and behaviour are those of
-// the real calls wherever a caller can tell the difference.
+// the real calls if a caller can tell the difference.
 //
-// Left out: everything else; GetLastError; modules other than the running executable.
+// Omitted: everything else, such as GetLastError, and modules other than the running executable.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@
 // NOLINTBEGIN(modernize-use-using, bugprone-reserved-identifier)
 typedef unsigned char BYTE;
 typedef std::uint16_t WORD;
-typedef std::uint32_t DWORD; // 32 bits, also where long has 64
+typedef std::uint32_t DWORD; // 32 bits, even if long has 64
 typedef std::int32_t LONG;
 typedef std::int64_t LONGLONG;
 typedef std::intptr_t INT_PTR;
@@ -39,13 +39,13 @@ typedef const char* LPCSTR;
 #define SRCCOPY 0x00CC0020U // raster operation: destination = source
 #define BI_RGB 0U
 
-// A window is the id of an X11 window, widened to a pointer; other handles are opaque.
+// A window is the id of an X11 window, widened to a pointer. Other handles are opaque.
 typedef struct HWND__* HWND;
 typedef struct HBITMAP__* HBITMAP;
 typedef struct HINSTANCE__* HINSTANCE;
 typedef HINSTANCE HMODULE;
 
-// right and bottom lie one past the last pixel.
+// right and bottom are one beyond the last pixel.
 typedef struct tagRECT {
     LONG left;
     LONG top;
@@ -89,16 +89,16 @@ typedef struct tagBITMAPINFOHEADER {
 } BITMAPINFOHEADER;
 // NOLINTEND(modernize-use-using, bugprone-reserved-identifier)
 
-// The path of the running executable, symbolic links resolved, terminated. module must be NULL
-// (else 0). Returns the length without terminator; when the buffer is too small, the path is cut to
-// size - 1 characters and size is returned. 0 on failure.
+// Writes the path of the running executable, symbolic links resolved, terminated. Returns the
+// length without terminator. If the buffer is too small, cuts the path to size - 1 characters and
+// returns size. Returns 0 on failure, also if module is not NULL.
 TARVIX_WIN32_API DWORD GetModuleFileNameA(HMODULE module, LPSTR fileName, DWORD size);
 
-// The window's inner size as (0, 0, width, height), in pixels. FALSE, with *rect unchanged, when
-// there is no such window or no display.
+// Writes the window's inner size as (0, 0, width, height), in pixels. Returns FALSE and leaves
+// *rect unchanged if there is no such window or no display.
 TARVIX_WIN32_API BOOL GetClientRect(HWND window, LPRECT rect);
 
-// TRUE for NULL and for a rectangle without area.
+// Returns TRUE for NULL and for a rectangle without area.
 TARVIX_WIN32_API BOOL IsRectEmpty(const RECT* rect);
 
 // A steady clock in ticks, and its ticks per second.

@@ -35,9 +35,9 @@ BOOL GetClientRect(HWND window, LPRECT rect) {
     if (id == 0 || id > std::numeric_limits<xcb_window_t>::max() || rect == nullptr) {
         return FALSE;
     }
-    // A connection of our own: its errors come back as replies to us, and no handler of the host's
-    // sees them. The attributes are asked for as well because only windows have them: a pixmap has
-    // a size too.
+    // With a connection of our own, errors come back as replies to us, and no handler of the host's
+    // sees them. The attributes are requested as well, because only windows have them: a pixmap has
+    // a size, too.
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
         xcb_connect(nullptr, nullptr), &xcb_disconnect);
     if (xcb_connection_has_error(connection.get()) != 0) {
