@@ -23,8 +23,8 @@ Corners ProjectCorners(const MarkedQuad& quad, const cv::Matx33d& rotation, cons
     const double cx = quad.picture.width * 0.5;
     const double cy = quad.picture.height * 0.5;
     const Corners& c = quad.corners;
-    const Four dx = Four{{c[0].x, c[1].x, c[2].x, c[3].x}} - cx;
-    const Four dy = Four{{c[0].y, c[1].y, c[2].y, c[3].y}} - cy;
+    const Four dx = four(c[0].x, c[1].x, c[2].x, c[3].x) - cx;
+    const Four dy = four(c[0].y, c[1].y, c[2].y, c[3].y) - cy;
     const double dz = lens.focalPx;
     const cv::Matx33d& r = rotation;
     const Four x = dz * r(2, 0) + (r(0, 0) * dx + r(1, 0) * dy);
@@ -39,8 +39,8 @@ Corners ProjectCorners(const MarkedQuad& quad, const cv::Matx33d& rotation, cons
     const Four w = column(3);
     const Four px = cx + column(0) / w;
     const Four py = cy + column(1) / w;
-    return {cv::Point2d(px.v[0], py.v[0]), cv::Point2d(px.v[1], py.v[1]),
-            cv::Point2d(px.v[2], py.v[2]), cv::Point2d(px.v[3], py.v[3])};
+    return {cv::Point2d(px[0], py[0]), cv::Point2d(px[1], py[1]), cv::Point2d(px[2], py[2]),
+            cv::Point2d(px[3], py[3])};
 }
 
 Corners projectOntoCentroid(const MarkedQuad& quad, const cv::Point2f& centroid,

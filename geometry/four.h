@@ -1,59 +1,111 @@
-// Arithmetic on four numbers at once.
+// Arithmetic on two and on four numbers at once. The convergence search spends its time in these.
+//
+// GCC and clang compile vector types to instructions that work on two numbers, whatever the
+// processor; other compilers get the same operations written out. Each operation is rounded as for
+// single numbers, so the results are the same bits.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace tarvix {
 
-// Four numbers, one per corner or edge of a quadrilateral. The convergence search spends its time
-// in these; they are written out because compilers do not unroll loops over four reliably.
-struct Four {
-    double v[4];
+// Two numbers, written out.
+struct PlainTwo {
+    double first, second;
 
-    friend Four operator+(const Four& a, const Four& b) {
-        return {{a.v[0] + b.v[0], a.v[1] + b.v[1], a.v[2] + b.v[2], a.v[3] + b.v[3]}};
+    double operator[](std::size_t i) const { return i == 0 ? first : second; }
+
+    friend PlainTwo operator+(const PlainTwo& a, const PlainTwo& b) {
+        return {a.first + b.first, a.second + b.second};
     }
-    friend Four operator-(const Four& a, const Four& b) {
-        return {{a.v[0] - b.v[0], a.v[1] - b.v[1], a.v[2] - b.v[2], a.v[3] - b.v[3]}};
+    friend PlainTwo operator-(const PlainTwo& a, const PlainTwo& b) {
+        return {a.first - b.first, a.second - b.second};
     }
-    friend Four operator*(const Four& a, const Four& b) {
-        return {{a.v[0] * b.v[0], a.v[1] * b.v[1], a.v[2] * b.v[2], a.v[3] * b.v[3]}};
+    friend PlainTwo operator*(const PlainTwo& a, const PlainTwo& b) {
+        return {a.first * b.first, a.second * b.second};
     }
-    friend Four operator/(const Four& a, const Four& b) {
-        return {{a.v[0] / b.v[0], a.v[1] / b.v[1], a.v[2] / b.v[2], a.v[3] / b.v[3]}};
+    friend PlainTwo operator/(const PlainTwo& a, const PlainTwo& b) {
+        return {a.first / b.first, a.second / b.second};
     }
-    friend Four operator+(double s, const Four& a) {
-        return {{s + a.v[0], s + a.v[1], s + a.v[2], s + a.v[3]}};
-    }
-    friend Four operator-(const Four& a, double s) {
-        return {{a.v[0] - s, a.v[1] - s, a.v[2] - s, a.v[3] - s}};
-    }
-    friend Four operator*(double s, const Four& a) {
-        return {{s * a.v[0], s * a.v[1], s * a.v[2], s * a.v[3]}};
-    }
+    friend PlainTwo operator*(double s, const PlainTwo& a) { return {s * a.first, s * a.second}; }
 };
 
+inline PlainTwo abs2(const PlainTwo& a) {
+    return {std::abs(a.first), std::abs(a.second)};
+}
+inline PlainTwo min2(const PlainTwo& a, const PlainTwo& b) {
+    return {std::min(a.first, b.first), std::min(a.second, b.second)};
+}
+inline PlainTwo max2(const PlainTwo& a, const PlainTwo& b) {
+    return {std::max(a.first, b.first), std::max(a.second, b.second)};
+}
+
+#if defined(__GNUC__)
+
+// Two numbers as a vector type, with the operators of the compiler.
+using Two = double __attribute__((vector_size(16)));
+
+inline Two abs2(Two a) {
+    using Bits = long long __attribute__((vector_size(16)));
+    constexpr long long allButSign = 0x7fffffffffffffff;
+    return reinterpret_cast<Two>(reinterpret_cast<Bits>(a) & Bits{allButSign, allButSign});
+}
+inline Two min2(Two a, Two b) {
+    return b < a ? b : a; // as std::min, also for what is not a number
+}
+inline Two max2(Two a, Two b) {
+    return a < b ? b : a;
+}
+
+#else
+
+using Two = PlainTwo;
+
+#endif
+
+inline Two both(double value) {
+    return Two{value, value};
+}
+
+// Four numbers, one per corner or edge of a quadrilateral.
+struct Four {
+    Two low, high;
+
+    double operator[](std::size_t i) const { return i < 2 ? low[i] : high[i - 2]; }
+
+    friend Four operator+(const Four& a, const Four& b) { return {a.low + b.low, a.high + b.high}; }
+    friend Four operator-(const Four& a, const Four& b) { return {a.low - b.low, a.high - b.high}; }
+    friend Four operator*(const Four& a, const Four& b) { return {a.low * b.low, a.high * b.high}; }
+    friend Four operator/(const Four& a, const Four& b) { return {a.low / b.low, a.high / b.high}; }
+    friend Four operator+(double s, const Four& a) { return {both(s) + a.low, both(s) + a.high}; }
+    friend Four operator-(const Four& a, double s) { return {a.low - both(s), a.high - both(s)}; }
+    friend Four operator*(double s, const Four& a) { return {both(s) * a.low, both(s) * a.high}; }
+};
+
+inline Four four(double a, double b, double c, double d) {
+    return {Two{a, b}, Two{c, d}};
+}
 inline Four abs4(const Four& a) {
-    return {{std::abs(a.v[0]), std::abs(a.v[1]), std::abs(a.v[2]), std::abs(a.v[3])}};
+    return {abs2(a.low), abs2(a.high)};
 }
 inline Four sqrt4(const Four& a) {
-    return {{std::sqrt(a.v[0]), std::sqrt(a.v[1]), std::sqrt(a.v[2]), std::sqrt(a.v[3])}};
-}
-inline Four max4(const Four& a, const Four& b) {
-    return {{std::max(a.v[0], b.v[0]), std::max(a.v[1], b.v[1]), std::max(a.v[2], b.v[2]),
-             std::max(a.v[3], b.v[3])}};
+    return four(std::sqrt(a[0]), std::sqrt(a[1]), std::sqrt(a[2]), std::sqrt(a[3]));
 }
 inline Four min4(const Four& a, const Four& b) {
-    return {{std::min(a.v[0], b.v[0]), std::min(a.v[1], b.v[1]), std::min(a.v[2], b.v[2]),
-             std::min(a.v[3], b.v[3])}};
+    return {min2(a.low, b.low), min2(a.high, b.high)};
+}
+inline Four max4(const Four& a, const Four& b) {
+    return {max2(a.low, b.low), max2(a.high, b.high)};
 }
 inline double smallest(const Four& a) {
-    return std::min(std::min(a.v[0], a.v[1]), std::min(a.v[2], a.v[3]));
+    const Two least = min2(a.low, a.high);
+    return std::min(least[0], least[1]);
 }
 // The value of the following corner or edge at each place.
 inline Four next(const Four& a) {
-    return {{a.v[1], a.v[2], a.v[3], a.v[0]}};
+    return {Two{a.low[1], a.high[0]}, Two{a.high[1], a.low[0]}};
 }
 
 } // namespace tarvix

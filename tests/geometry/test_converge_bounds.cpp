@@ -1,14 +1,16 @@
-// The bounds that refuse candidates: they hold, every guard has the value that the argument gives
-// it, and without a guard a bound goes wrong.
+// The bounds that refuse candidates hold, and refuse from their margins on.
 #include "geometry/converge_bounds.h"
-#include "geometry/vect.h"
+#include "geometry/converge_roll.h"
+#include "geometry/converge_scan.h"
+#include "geometry/converge_screen.h"
 #include "tests/geometry/quad_cases.h"
+#include "tests/geometry/seen.h"
+#include "tests/geometry/trig_inputs.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <limits>
-#include <random>
 
 namespace {
 
@@ -16,10 +18,10 @@ using namespace tarvix;
 using namespace tarvix::test;
 using converge_detail::CosineSum;
 using converge_detail::exactlyAbove;
+using converge_detail::RollScreen;
 using converge_detail::SearchRules;
 
-template <class Rules>
-using Screen = converge_detail::Screen<Rules>;
+using RealScreen = converge_detail::Screen<SearchRules>;
 
 // The exact bound.
 
@@ -52,266 +54,175 @@ TEST(ExactBound, RefusesFromTheShortestEdgeOn) {
 TEST(ExactBound, RefusesFromTheMarginOn) {
     // A parallelogram: four cosines of the same size.
     const double cosine = 0.01;
-    const Corners q = {cv::Point2d(0, 0),
-                       {1, 0},
-                       {1 + cosine, std::sqrt(1 - cosine * cosine)},
-                       {cosine, std::sqrt(1 - cosine * cosine)}};
-    EXPECT_FALSE(exactlyAbove<SearchRules>(q, (4 * cosine - 0.9e-9) * 180.0 / pi));
-    EXPECT_TRUE(exactlyAbove<SearchRules>(q, (4 * cosine - 1.1e-9) * 180.0 / pi));
+    const double sine = std::sqrt(1.0 - cosine * cosine);
+    const Corners q = {cv::Point2d(0, 0), {1, 0}, {1 + cosine, sine}, {cosine, sine}};
+    EXPECT_FALSE(exactlyAbove<SearchRules>(q, (4 * cosine - 0.9e-9) * degrees));
+    EXPECT_TRUE(exactlyAbove<SearchRules>(q, (4 * cosine - 1.1e-9) * degrees));
 }
 
-// The linear bound.
-
-// A quadrilateral seen through one pose; yaw and roll are 0 unless the test says so.
-struct View {
-    MarkedQuad quad;
-    double focalPx;
-    double pitchDeg = 0.0;
-};
-
-template <class Rules>
-bool trusted(const View& view) {
-    const Screen<Rules> screen(view.quad);
-    return screen.trustedAt(screen.rotate(RotationX(view.pitchDeg), RotationY(0.0)), view.focalPx);
-}
-
-// The bound exceeds the error by this, radians. 0 where the error is not a number.
-template <class Rules>
-double excess(const View& view) {
-    const Screen<Rules> screen(view.quad);
-    const CosineSum sum = Screen<Rules>::at(typename Screen<Rules>::Edges(
-        screen.rotate(RotationX(view.pitchDeg), RotationY(0.0)), view.focalPx));
-    Lens lens(view.quad.picture, 1.0);
-    lens.focalPx = view.focalPx;
-    lens.perspective =
-        PerspectiveMatrix(truncateToInt(view.focalPx), truncateToInt(view.focalPx), view.focalPx);
-    const double error = RightAngleError(projectOntoCentroid(
-        view.quad, PolygonCentroid(view.quad.corners), rayRotation(view.pitchDeg, 0.0, 0.0), lens));
-    return std::isnan(error) ? 0.0 : sum.numerator / sum.denominator - error * pi / 180.0;
-}
-
-// view(t) meets the guard that Without drops from t = 1 on, and all others.
-template <class Without, class MakeView>
-void expectGuardFrom1(const MakeView& view) {
-    EXPECT_TRUE(trusted<SearchRules>(view(1.01)));
-    EXPECT_FALSE(trusted<SearchRules>(view(0.99)));
-    EXPECT_TRUE(trusted<Without>(view(0.99)));
-}
-
-// Four corners from the centre of an image.
-MarkedQuad aboutCentre(cv::Size image, const Corners& fromCentre) {
-    MarkedQuad quad{image, fromCentre};
-    for (cv::Point2d& p : quad.corners) {
-        p += cv::Point2d(image.width * 0.5, image.height * 0.5);
-    }
-    return quad;
-}
-
-// Corners that lie `reach` from the centre.
-MarkedQuad rectangle(cv::Size image, double reach) {
-    const double x = 0.8 * reach;
-    const double y = 0.6 * reach;
-    return aboutCentre(image, {cv::Point2d(-x, -y), {x, -y}, {x, y}, {-x, y}});
-}
-
-struct NoEdgeGuard : SearchRules {
-    static constexpr double shortestMarkedEdge = 0.0;
-};
-struct NoAreaGuard : SearchRules {
-    static constexpr double smallestArea = -1e300;
-};
-struct NoShortestFocal : SearchRules {
-    static constexpr double shortestFocal = 0.0;
-};
-struct NoFocalOfCoordinate : SearchRules {
-    static constexpr double focalOfCoordinate = -1e300;
-};
-struct NoLongestFocal : SearchRules {
-    static constexpr double longestFocal = 1e300;
-};
-struct NoLongestFocalPx : SearchRules {
-    static constexpr double longestFocalPx = 1e300;
-};
-struct NoDepthGuard : SearchRules {
-    static constexpr double smallestDepth = -1e300;
-};
+// The screen.
 
 const cv::Size image(1200, 900);
 
-TEST(LinearBound, IsTrustedFromTheShortestMarkedEdgeOn) {
-    expectGuardFrom1<NoEdgeGuard>([](double t) {
-        const double half = 0.5 * t * 500.0 / 128.0;
-        return View{
-            aboutCentre(image, {cv::Point2d(-half, -300), {half, -300}, {400, 300}, {-400, 300}}),
-            1000.0};
-    });
-}
-
-TEST(LinearBound, IsTrustedFromTheSmallestAreaOn) {
-    // Corner 1, then corner 3, close to the diagonal between the others, which is 1000 long.
-    for (const int thin : {1, 3}) {
-        expectGuardFrom1<NoAreaGuard>([&](double t) {
-            const double side = thin == 1 ? 1.0 : -1.0;
-            const double height = t * 500.0 * 500.0 / 4096.0 / 1000.0;
-            Corners c = {cv::Point2d(-400, -300), {240, -320}, {400, 300}, {-240, 320}};
-            c[static_cast<std::size_t>(thin)] = cv::Point2d(0.6, -0.8) * side * height;
-            return View{aboutCentre(image, c), 1000.0};
-        });
-    }
-}
-
-TEST(LinearBound, IsNotTrustedForTrianglesOfTwoSigns) {
-    const View concave{
-        aboutCentre(image, {cv::Point2d(-400, -300), {240, -320}, {400, 300}, {100, -100}}),
-        1000.0};
-    EXPECT_FALSE(trusted<SearchRules>(concave));
-    EXPECT_TRUE(trusted<NoAreaGuard>(concave));
-}
-
-TEST(LinearBound, IsNotTrustedForCoordinatesThatAreNotFinite) {
-    const double infinity = std::numeric_limits<double>::infinity();
-    for (const double value : {std::numeric_limits<double>::quiet_NaN(), infinity, -infinity}) {
-        for (std::size_t k = 0; k < 4; ++k) {
-            View view{rectangle(image, 500.0), 1000.0};
-            view.quad.corners[k].x = value;
-            EXPECT_FALSE(trusted<SearchRules>(view)) << value << " at " << k;
-        }
-    }
-}
-
-TEST(LinearBound, IsTrustedFromTheShortestFocalLengthOn) {
-    expectGuardFrom1<NoShortestFocal>([](double t) {
-        return View{rectangle(image, 500.0), t * 500.0 / 32.0};
-    });
-}
-
-TEST(LinearBound, IsTrustedFromTheFocalLengthOfTheCoordinatesOn) {
-    expectGuardFrom1<NoFocalOfCoordinate>([](double t) {
-        return View{rectangle({12000, 9000}, 50.0), t * (6000.0 + 40.0 + 100.0) / 100.0};
-    });
-    // At least the whole pixel that the projection is scaled by.
-    expectGuardFrom1<NoFocalOfCoordinate>([](double t) {
-        return View{rectangle({10, 10}, 5.0), t * (9.0 + 100.0) / 100.0};
-    });
-}
-
-TEST(LinearBound, IsTrustedToTheLongestFocalLength) {
-    expectGuardFrom1<NoLongestFocal>([](double t) {
-        return View{rectangle(image, 50.0), 32.0 * 50.0 / t};
-    });
-    expectGuardFrom1<NoLongestFocalPx>([](double t) {
-        return View{rectangle(image, 1e9), 2e9 / t};
-    });
-}
-
-TEST(LinearBound, IsTrustedFromTheSmallestDepthOn) {
-    // Turned by a, the upper corners are (f cos a - y sin a) deep; f follows from the depth wanted.
-    expectGuardFrom1<NoDepthGuard>([](double t) {
-        const cv::Matx33d x = RotationX(50.0);
-        const double depth = t / 64.0;
-        const double focalPx = (300.0 * x(2, 1) + 500.0 * depth) / (x(1, 1) - depth);
-        return View{rectangle(image, 500.0), focalPx, 50.0};
-    });
-}
-
-TEST(LinearBound, RefusesFromTheMarginOn) {
-    const CosineSum sum({{0.01, 0.01, 0.01, 0.01}}, {{1.0, 1.0, 1.0, 1.0}});
-    EXPECT_FALSE(Screen<SearchRules>::above(sum, (0.04 - 0.9e-4) * 180.0 / pi));
-    EXPECT_TRUE(Screen<SearchRules>::above(sum, (0.04 - 1.1e-4) * 180.0 / pi));
-}
-
-TEST(LinearBound, NeverExceedsTheError) {
-    using Trusted = Screen<SearchRules>;
-    std::mt19937_64 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
-    const auto uniform = [&](double from, double to) {
-        return from + static_cast<double>(random() % 1000001) * 1e-6 * (to - from);
+TEST(Bounds, RefuseFromTheirMarginsOn) {
+    const CosineSum sum(four(0.01, 0.01, 0.01, 0.01), four(1.0, 1.0, 1.0, 1.0));
+    EXPECT_FALSE(sum.above(RealScreen::nearLimit((0.04 - 0.9e-5) * degrees)));
+    EXPECT_TRUE(sum.above(RealScreen::nearLimit((0.04 - 1.1e-5) * degrees)));
+    const Seen<SearchRules> seen(View{rectangleWithin(image, 400.0), 1000.0, 10.0, 20.0});
+    const double parallel = seen.vanishingPoints();
+    const auto refused = [&](double limit) {
+        return RealScreen::notParallel(seen.cell, seen.focal, limit);
     };
-    long trusted = 0;
-    double worst = 0.0;
+    EXPECT_FALSE(refused(RealScreen::nearLimit((parallel - 0.9e-5) * degrees)));
+    EXPECT_TRUE(refused(RealScreen::nearLimit((parallel - 1.1e-5) * degrees)));
+    EXPECT_FALSE(refused(RealScreen::farLimit((parallel - 1.9e-3) * degrees)));
+    EXPECT_TRUE(refused(RealScreen::farLimit((parallel - 2.1e-3) * degrees)));
+}
+
+// Random views of what upsets the search, of facades, and of rectangles on either side of the
+// horizon.
+std::vector<View> manyViews() {
+    std::mt19937_64 random(17); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    std::vector<View> views;
     for (const QuadCase& c : hostileCases(99, 2000)) {
-        const Trusted screen(c.quad);
-        const cv::Point2f centroid = PolygonCentroid(c.quad.corners);
         for (int i = 0; i < 40; ++i) {
-            const double pitch = uniform(-66, 66);
-            const double yaw = uniform(-66, 66);
-            const double roll = uniform(-66, 66);
-            const Lens shorter(c.quad.picture, uniform(0.1, 50));
-            const Lens longer(c.quad.picture, uniform(0.1, 50));
-            const auto rotated = screen.rotate(RotationX(pitch), RotationY(yaw));
-            if (!screen.trustedAt(rotated, shorter.focalPx) ||
-                !screen.trustedAt(rotated, longer.focalPx)) {
-                continue;
-            }
-            ++trusted;
-            const Trusted::Edges a(rotated, shorter.focalPx);
-            const Trusted::Edges b(rotated, longer.focalPx);
-            const CosineSum between = Trusted::between(a, b);
-            const double t = uniform(0, 1);
-            Lens lens = shorter;
-            lens.focalPx = shorter.focalPx + t * (longer.focalPx - shorter.focalPx);
-            lens.perspective = PerspectiveMatrix(truncateToInt(lens.focalPx),
-                                                 truncateToInt(lens.focalPx), lens.focalPx);
-            const CosineSum at = Trusted::at(Trusted::Edges(rotated, lens.focalPx));
-            const double error = RightAngleError(projectOntoCentroid(
-                                     c.quad, centroid, rayRotation(pitch, yaw, roll), lens)) *
-                                 pi / 180.0;
-            const double exact = at.numerator / at.denominator;
-            worst = std::max(worst, exact - error);
-            EXPECT_LE(between.numerator / between.denominator, exact + 1e-9) << c.name;
+            const double focalPx = Lens(c.quad.picture, uniform(random, 0.1, 50.0)).focalPx;
+            views.push_back(
+                {c.quad, focalPx, uniform(random, -66.0, 66.0), uniform(random, -66.0, 66.0)});
         }
     }
-    EXPECT_GT(trusted, 5000);
-    EXPECT_LT(worst, 1e-8); // far below the proven 4.4e-5
+    return views;
 }
 
-// Without a guard, the linear bound exceeds the error by more than its margin. The others of the
-// guards only make the argument short: nothing seen exceeds the margin without them.
-
-TEST(LinearBound, IsWrongForAnUntrustedArea) {
-    // A quadrilateral that crosses itself and has next to no area: its centroid is so far away that
-    // moving by it makes corners coincide, and RightAngleError counts nothing at them.
-    double worst = 0.0;
-    for (int i = 1; i < 1000; ++i) {
-        const Corners crossed = {cv::Point2d(-358.6, -123.1),
-                                 {358.6 + i * 0x1p-43, 123.1},
-                                 {358.6, -123.1},
-                                 {-358.6, 123.1}};
-        const View view{aboutCentre(image, crossed), 878.3, -15.0};
-        ASSERT_FALSE(trusted<SearchRules>(view));
-        ASSERT_TRUE(trusted<NoAreaGuard>(view));
-        worst = std::max(worst, excess<NoAreaGuard>(view));
+TEST(Bounds, NeverExceedTheError) {
+    long near = 0;
+    long far = 0;
+    double worstNear = 0.0;
+    double worstFar = 0.0;
+    for (const View& view : manyViews()) {
+        const Seen<SearchRules> seen(view);
+        if (!seen.isNear() && !seen.isFar()) {
+            continue;
+        }
+        const double error = errorRadians(view, 33.0);
+        EXPECT_LE(seen.vanishingPoints(), seen.cosines() + 1e-10);
+        const double excess = seen.cosines() - error;
+        if (seen.isNear()) {
+            ++near;
+            worstNear = std::max(worstNear, excess);
+        } else {
+            ++far;
+            worstFar = std::max(worstFar, excess);
+        }
     }
-    EXPECT_GT(worst, SearchRules::screenMargin);
+    EXPECT_GT(near, 5000);
+    EXPECT_GT(far, 2000);
+    EXPECT_LT(worstNear, 1e-8); // far below the proven 2.8e-6
+    EXPECT_LT(worstFar, 1e-8);  // far below the proven 1.4e-3
 }
 
-TEST(LinearBound, IsWrongForAnUntrustedLongFocalLength) {
-    // The corners are closer together than the projection's rounding.
-    double worst = 0.0;
-    for (int i = 1; i < 1000; ++i) {
-        const Corners tiny = {
-            cv::Point2d(3e-6, 5e-6), {7e-6, -4e-6}, {-4e-6, -7e-6}, {-6e-6, 1e-6}};
-        const View view{aboutCentre(image, tiny), 1e6 * i, -35.0};
-        ASSERT_FALSE(trusted<SearchRules>(view));
-        ASSERT_TRUE(trusted<NoLongestFocal>(view));
-        worst = std::max(worst, excess<NoLongestFocal>(view));
+TEST(Bounds, BetweenTwoFocalLengthsNeverExceedTheBoundsAtOne) {
+    std::mt19937_64 random(18); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    int refusedByBoth = 0;
+    int compared = 0;
+    for (const View& view : manyViews()) {
+        const Seen<SearchRules> seen(view);
+        const auto other = seen.screen.focal(view.focalPx * uniform(random, 1.0, 2.0));
+        if (!seen.isNear() || !seen.screen.isNear(seen.cell, other)) {
+            continue;
+        }
+        ++compared;
+        const auto between = seen.screen.focal(uniform(random, seen.focal.px, other.px));
+        const auto edges = [&](const RealScreen::Focal& f) {
+            return seen.screen.edges(seen.row, seen.cell, f);
+        };
+        EXPECT_LE(RealScreen::cosines(edges(seen.focal), edges(other)).value(),
+                  RealScreen::cosines(edges(between)).value() + 1e-9);
+        for (const double limit : {0.001, 0.01, 0.1, 0.5}) {
+            if (RealScreen::notParallel(seen.cell, seen.focal, other, limit)) {
+                ++refusedByBoth;
+                EXPECT_TRUE(RealScreen::notParallel(seen.cell, between, limit * (1.0 - 1e-12)));
+            }
+        }
     }
-    EXPECT_GT(worst, SearchRules::screenMargin);
+    EXPECT_GT(compared, 5000);
+    EXPECT_GT(refusedByBoth, 5000);
 }
 
-TEST(LinearBound, IsWrongForAnUntrustedDepth) {
-    // A corner on the horizon is projected so far away that moving by the centroid makes the others
-    // coincide.
-    const double pitch = 45.0;
-    const cv::Matx33d x = RotationX(pitch);
-    double worst = 0.0;
-    for (int i = 1; i < 200; ++i) {
-        View view{{image, {cv::Point2d(595, 445), {610, 445}, {}, {592, 460}}}, 1200.0, pitch};
-        view.quad.corners[2] = {1500.0, 450.0 + view.focalPx * x(1, 1) / x(2, 1) + i * 1e-12};
-        ASSERT_FALSE(trusted<SearchRules>(view));
-        ASSERT_TRUE(trusted<NoDepthGuard>(view));
-        worst = std::max(worst, excess<NoDepthGuard>(view));
+TEST(Bounds, AlongChordsNeverExceedTheCosinesOnThem) {
+    // Edges that turn far: their dot products may be closer to 0 on the way than at both ends.
+    using Edges = RealScreen::Edges;
+    std::mt19937_64 random(19); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    const auto edges = [](const Four& x, const Four& y) {
+        return Edges{x, y, sqrt4(x * x + y * y)};
+    };
+    const auto anyFour = [&](double from, double to) {
+        const double a = uniform(random, from, to);
+        const double b = uniform(random, from, to);
+        const double c = uniform(random, from, to);
+        return four(a, b, c, uniform(random, from, to));
+    };
+    int aboveZero = 0;
+    for (int i = 0; i < 2000; ++i) {
+        // The dot products are y squared less something, or the other way round.
+        const Four alternating = four(1.0, -1.0, 1.0, -1.0);
+        const Four alike = four(1.0, 1.0, 1.0, 1.0);
+        const Four xSigns = i % 2 == 0 ? alternating : alike;
+        const Four ySigns = i % 2 == 0 ? alike : alternating;
+        const double last = uniform(random, -1.0, 1.0);
+        const Edges e = edges(xSigns * anyFour(0.1, 0.5), ySigns * anyFour(0.7, 1.0));
+        const Edges f = edges(xSigns * anyFour(0.1, 0.5), last * ySigns * anyFour(0.7, 1.0));
+        const double bound = RealScreen::cosines(e, f).value();
+        aboveZero += bound > 0.0 ? 1 : 0;
+        for (double t = 0.0; t <= 1.0; t += 0.0625) {
+            const Edges on = edges((1.0 - t) * e.x + t * f.x, (1.0 - t) * e.y + t * f.y);
+            EXPECT_LE(bound, RealScreen::cosines(on).value() + 1e-12);
+        }
     }
-    EXPECT_GT(worst, SearchRules::screenMargin);
+    EXPECT_GT(aboveZero, 500);
+}
+
+TEST(Bounds, OfTheRollNeverExceedTheError) {
+    double worst = 0.0;
+    int compared = 0;
+    for (const View& view : manyViews()) {
+        if (!Seen<SearchRules>(view).isNear()) {
+            continue;
+        }
+        ++compared;
+        const Lens lens = lensOf(view);
+        const RollScreen<SearchRules> screen(
+            ProjectCorners(view.quad, rayRotation(view.pitchDeg, view.yawDeg, 0.0), lens),
+            view.focalPx);
+        EXPECT_EQ(screen.margin(), view.focalPx * 1e-9);
+        for (const double roll : {-60.0, -7.5, 0.0, 33.25}) {
+            const double value = screen.value(roundedSineCosine(-roll * pi / 180.0));
+            const double error = AxisAlignmentError(
+                projectOntoCentroid(view.quad, PolygonCentroid(view.quad.corners),
+                                    rayRotation(view.pitchDeg, view.yawDeg, roll), lens));
+            worst = std::max(worst, std::abs(value - error) / view.focalPx);
+        }
+    }
+    EXPECT_GT(compared, 5000);
+    EXPECT_LT(worst, 1e-11); // the proven 4.7e-11 is a worst case
+}
+
+TEST(Bounds, OfTheRollAreTakenAtTheAnglesOfTheScan) {
+    double worst = 0.0;
+    for (const auto& [step, reach] : {std::pair(5.0, 60.0), {0.5, 5.0}, {double{0.05f}, 0.5}}) {
+        for (double middle = step == 5.0 ? 0.0 : -65.0; middle <= 65.0; middle += 0.35) {
+            const std::vector<double> rolls =
+                converge_detail::steps(middle - reach, middle + reach, step);
+            const std::vector<SineCosine> turned = converge_detail::turnedBy(rolls, step);
+            ASSERT_EQ(turned.size(), rolls.size());
+            for (std::size_t i = 0; i < rolls.size(); ++i) {
+                const SineCosine angle = roundedSineCosine(-rolls[i] * pi / 180.0);
+                worst = std::max({worst, std::abs(turned[i].sine - angle.sine),
+                                  std::abs(turned[i].cosine - angle.cosine)});
+            }
+        }
+    }
+    EXPECT_LT(worst, 2e-14);
 }
 
 } // namespace

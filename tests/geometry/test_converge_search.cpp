@@ -175,12 +175,20 @@ int differencesWith() {
 struct NegativeExactMargin : SearchRules {
     static constexpr double exactMargin = -1e-2;
 };
-struct NegativeScreenMargin : SearchRules {
-    static constexpr double screenMargin = -1e-2;
+struct NegativeNearMargin : SearchRules {
+    static constexpr double nearMargin = -1e-2;
+};
+struct NegativeFarMargin : SearchRules {
+    static constexpr double farMargin = -1.0;
+};
+struct NegativeRollMargin : SearchRules {
+    static constexpr double rollMargin = -1e-3;
 };
 struct NoMargins : SearchRules {
     static constexpr double exactMargin = 0.0;
-    static constexpr double screenMargin = 0.0;
+    static constexpr double nearMargin = 0.0;
+    static constexpr double farMargin = 0.0;
+    static constexpr double rollMargin = 0.0;
 };
 struct LessOrEqual : SearchRules {
     static constexpr bool lastOfEqualsWins = true;
@@ -192,8 +200,14 @@ TEST(Mutants, TheRightRulesMakeNoDifference) {
 TEST(Mutants, ANegativeMarginOfTheExactBoundShows) {
     EXPECT_GT(differencesWith<NegativeExactMargin>(), 0);
 }
-TEST(Mutants, ANegativeMarginOfTheLinearBoundShows) {
-    EXPECT_GT(differencesWith<NegativeScreenMargin>(), 0);
+TEST(Mutants, ANegativeMarginOfNearCandidatesShows) {
+    EXPECT_GT(differencesWith<NegativeNearMargin>(), 0);
+}
+TEST(Mutants, ANegativeMarginOfFarCandidatesShows) {
+    EXPECT_GT(differencesWith<NegativeFarMargin>(), 0);
+}
+TEST(Mutants, ANegativeMarginOfTheRollShows) {
+    EXPECT_GT(differencesWith<NegativeRollMargin>(), 0);
 }
 TEST(Mutants, NoMarginsShow) {
     EXPECT_GT(differencesWith<NoMargins>(), 0);

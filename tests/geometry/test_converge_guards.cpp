@@ -1,0 +1,338 @@
+// The guards of the convergence search's screen: each has the value that the argument gives it, and
+// where a bound goes wrong without a guard, that is shown.
+#include "geometry/converge_screen.h"
+#include "tests/geometry/seen.h"
+#include "tests/geometry/trig_inputs.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using namespace tarvix;
+using namespace tarvix::test;
+using converge_detail::SearchRules;
+
+// view(t) meets the guard that Without drops from t = 1 on, and all others.
+template <class Without, class MakeView>
+void expectNearFrom1(const MakeView& view) {
+    EXPECT_TRUE(Seen<SearchRules>(view(1.01)).isNear());
+    EXPECT_FALSE(Seen<SearchRules>(view(0.99)).isNear());
+    EXPECT_TRUE(Seen<Without>(view(0.99)).isNear());
+}
+template <class Without, class MakeView>
+void expectFarFrom1(const MakeView& view) {
+    EXPECT_TRUE(Seen<SearchRules>(view(1.01)).isFar());
+    EXPECT_FALSE(Seen<SearchRules>(view(0.99)).isFar());
+    EXPECT_TRUE(Seen<Without>(view(0.99)).isFar());
+}
+
+struct NoEdgeGuard : SearchRules {
+    static constexpr double shortestMarkedEdge = 0.0;
+};
+struct NoAreaGuard : SearchRules {
+    static constexpr double smallestArea = 0.0;
+};
+struct AnySigns : SearchRules {
+    static constexpr bool signsMayDiffer = true;
+};
+struct NoMarkedBalance : SearchRules {
+    static constexpr double markedBalance = 0.0;
+};
+struct NoShortestFocal : SearchRules {
+    static constexpr double shortestFocal = 0.0;
+};
+struct NoFocalOfCoordinate : SearchRules {
+    static constexpr double focalOfCoordinate = -1e300;
+};
+struct NoLongestFocal : SearchRules {
+    static constexpr double longestFocal = 1e300;
+};
+struct NoLongestFarFocal : SearchRules {
+    static constexpr double longestFarFocal = 1e300;
+};
+struct NoLongestFocalPx : SearchRules {
+    static constexpr double longestFocalPx = 1e300;
+};
+struct NoNearDepth : SearchRules {
+    static constexpr double nearDepth = -1e300;
+};
+struct NoFarDepth : SearchRules {
+    static constexpr double farDepth = 0.0;
+};
+struct NoBalance : SearchRules {
+    static constexpr double balance = 0.0;
+};
+
+struct NoBalances : NoMarkedBalance {
+    static constexpr double balance = 0.0; // hardly turned, the projected triangles cancel, too
+};
+
+const cv::Size image(1200, 900);
+
+TEST(NearGuards, TheShortestMarkedEdge) {
+    expectNearFrom1<NoEdgeGuard>([](double t) {
+        const double half = 0.5 * t * 500.0 / 64.0;
+        return View{
+            aboutCentre(image, {cv::Point2d(-half, -300), {half, -300}, {400, 300}, {-400, 300}}),
+            1000.0};
+    });
+}
+
+TEST(NearGuards, TheSmallestArea) {
+    // Corner 1, then corner 3, close to the diagonal between the others, which is 1000 long.
+    for (const int thin : {1, 3}) {
+        expectNearFrom1<NoAreaGuard>([&](double t) {
+            const double side = thin == 1 ? 1.0 : -1.0;
+            const double height = t * 500.0 * 500.0 / 1024.0 / 1000.0;
+            Corners c = {cv::Point2d(-400, -300), {240, -320}, {400, 300}, {-240, 320}};
+            c.at(static_cast<std::size_t>(thin)) = cv::Point2d(0.6, -0.8) * side * height;
+            return View{aboutCentre(image, c), 1000.0};
+        });
+    }
+}
+
+TEST(NearGuards, TrianglesOfOneSign) {
+    const View concave{
+        aboutCentre(image, {cv::Point2d(-400, -300), {240, -320}, {400, 300}, {100, -100}}),
+        1000.0};
+    EXPECT_FALSE(Seen<SearchRules>(concave).isNear());
+    EXPECT_TRUE(Seen<AnySigns>(concave).isNear());
+    EXPECT_TRUE(Seen<SearchRules>(concave).isFar());
+}
+
+TEST(NearGuards, FiniteCoordinates) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const double value : {std::numeric_limits<double>::quiet_NaN(), infinity, -infinity}) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            for (const double focalPx : {1000.0, infinity}) {
+                View view{rectangleWithin(image, 500.0), focalPx};
+                view.quad.corners.at(k).x = value;
+                EXPECT_FALSE(Seen<SearchRules>(view).isNear()) << value << " at " << k;
+                EXPECT_FALSE(Seen<SearchRules>(view).isFar()) << value << " at " << k;
+            }
+        }
+    }
+}
+
+TEST(NearGuards, TheShortestFocalLength) {
+    // Off the centre, and turned towards it.
+    expectNearFrom1<NoShortestFocal>([](double t) {
+        const Corners right = {cv::Point2d(300, -100), {400, -100}, {400, 300}, {300, 300}};
+        return View{aboutCentre(image, right), t * 500.0 / 32.0, 0.0, 60.0};
+    });
+    expectFarFrom1<NoShortestFocal>([](double t) {
+        return View{rectangleWithin(image, 500.0), t * 500.0 / 32.0};
+    });
+}
+
+TEST(NearGuards, TheShortestFocalLengthOfTheCoordinates) {
+    expectNearFrom1<NoFocalOfCoordinate>([](double t) {
+        return View{rectangleWithin({12000, 9000}, 50.0), t * (6000.0 + 40.0 + 100.0) / 100.0};
+    });
+    // At least the whole pixel that the projection is scaled by.
+    expectNearFrom1<NoFocalOfCoordinate>([](double t) {
+        return View{rectangleWithin({10, 10}, 5.0), t * (9.0 + 100.0) / 100.0};
+    });
+}
+
+TEST(NearGuards, TheLongestFocalLength) {
+    expectNearFrom1<NoLongestFocal>([](double t) {
+        return View{rectangleWithin(image, 50.0), 32.0 * 50.0 / t};
+    });
+    expectNearFrom1<NoLongestFocalPx>([](double t) {
+        return View{rectangleWithin(image, 1e9), 2e9 / t};
+    });
+}
+
+// Turned by the pitch, the upper corners are f cosine - 300 sine deep.
+View withUpperCornersAt(double depth) {
+    const cv::Matx33d x = RotationX(50.0);
+    const double focalPx = (300.0 * x(2, 1) + 500.0 * depth) / (x(1, 1) - depth);
+    return {rectangleWithin(image, 500.0), focalPx, 50.0};
+}
+
+TEST(NearGuards, TheSmallestDepth) {
+    expectNearFrom1<NoNearDepth>([](double t) { return withUpperCornersAt(t / 32.0); });
+    EXPECT_FALSE(Seen<SearchRules>(withUpperCornersAt(-1.0 / 8.0)).isNear());
+}
+
+TEST(NearGuards, OfARowAreThoseOfItsCells) {
+    int near = 0;
+    for (int pitch = -60; pitch <= 60; pitch += 4) {
+        for (const double focalPx : {30.0, 100.0, 300.0, 500.0, 1000.0, 20000.0}) {
+            const Seen<SearchRules> seen(
+                View{rectangleWithin(image, 400.0), focalPx, static_cast<double>(pitch)});
+            const auto sines = [](double yawDeg) {
+                const cv::Matx33d y = RotationY(yawDeg);
+                return SineCosine{y(0, 2), y(0, 0)};
+            };
+            for (const auto& [from, to] : {std::pair(-60, 60), {-10, 10}, {30, 40}}) {
+                if (!seen.screen.isNear(seen.row, sines(from), sines(to), seen.focal)) {
+                    continue;
+                }
+                ++near;
+                for (int yaw = from; yaw <= to; ++yaw) {
+                    EXPECT_TRUE(seen.screen.isNear(seen.cellOf(yaw), seen.focal))
+                        << pitch << " " << yaw << " " << focalPx;
+                }
+            }
+        }
+    }
+    EXPECT_GT(near, 100);
+}
+
+TEST(FarGuards, TheSmallestDepthInFrontAndBehind) {
+    for (const double sign : {1.0, -1.0}) {
+        expectFarFrom1<NoFarDepth>([&](double t) { return withUpperCornersAt(sign * t / 256.0); });
+    }
+}
+
+TEST(FarGuards, TheLongestFocalLength) {
+    expectFarFrom1<NoLongestFarFocal>([](double t) {
+        return View{rectangleWithin(image, 50.0), 4.0 * 50.0 / t};
+    });
+}
+
+// A rectangle whose middle is `offset` above the horizon of the turned camera. Two corners are in
+// front of it and two behind, and without the offset the projected triangles cancel.
+View aboutHorizon(double offset) {
+    const double pitch = 60.0;
+    const cv::Matx33d x = RotationX(pitch);
+    const double focalPx = 700.0;
+    const double middle = focalPx * x(1, 1) / x(2, 1) - offset;
+    return {aboutCentre(image, {cv::Point2d(-250, middle - 100),
+                                {250, middle - 100},
+                                {250, middle + 100},
+                                {-250, middle + 100}}),
+            focalPx, pitch};
+}
+
+// Crosses itself: triangle 012 has the doubled area -4 x y, triangle 023 4 x y less 2 x lift.
+Corners crossing(double x, double y, double lift) {
+    return {cv::Point2d(-x, -y), {x, y}, {x, -y}, {-x, y - lift}};
+}
+
+TEST(FarGuards, TheBalanceOfTheMarkedTriangles) {
+    expectFarFrom1<NoMarkedBalance>([](double t) {
+        const double lift = 4.0 * 200.0 * (t / 64.0) / (1.0 + t / 64.0);
+        return View{aboutCentre(image, crossing(300.0, 200.0, lift)), 700.0, 20.0, 30.0};
+    });
+}
+
+TEST(FarGuards, TheBalanceOfTheProjectedTriangles) {
+    expectFarFrom1<NoBalance>([](double t) { return aboutHorizon(t * 100.0 / 64.0); });
+}
+
+// Without a guard, a bound exceeds the error by more than its margin. The others of the guards only
+// make the argument short: nothing seen exceeds the margin without them.
+
+// The most by which a bound that drops a guard exceeds the error, over views that only this guard
+// keeps from being trusted.
+template <class Without, class MakeView, class Trusted, class Bound>
+double worstExcess(const MakeView& makeView, const Trusted& trusted, const Bound& bound) {
+    std::mt19937_64 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    double worst = 0.0;
+    int views = 0;
+    for (int i = 0; i < 40000; ++i) {
+        const View view = makeView(random);
+        const Seen<Without> without(view);
+        if (trusted(Seen<SearchRules>(view)) || !trusted(without)) {
+            continue;
+        }
+        ++views;
+        const double error = errorRadians(view);
+        if (!std::isnan(error)) {
+            worst = std::max(worst, bound(without) - error);
+        }
+    }
+    EXPECT_GT(views, 1000);
+    return worst;
+}
+template <class Without, class MakeView>
+double worstNearExcess(const MakeView& makeView) {
+    return worstExcess<Without>(
+        makeView, [](const auto& seen) { return seen.isNear(); },
+        [](const auto& seen) { return seen.cosines(); });
+}
+template <class Without, class MakeView>
+double worstFarExcess(const MakeView& makeView) {
+    return worstExcess<Without>(
+        makeView, [](const auto& seen) { return seen.isFar(); },
+        [](const auto& seen) { return seen.vanishingPoints(); });
+}
+
+// Quadrilaterals that cross themselves and have next to no area: the centroid is so far away that
+// moving by it makes corners coincide, and RightAngleError counts nothing at them.
+View withHardlyAnyArea(std::mt19937_64& random) {
+    const double x = uniform(random, 100.0, 400.0);
+    const double y = uniform(random, 50.0, 300.0);
+    return {aboutCentre(image, crossing(x, y, std::floor(uniform(random, 1.0, 1000.0)) * 0x1p-43)),
+            uniform(random, 500.0, 1500.0), uniform(random, -40.0, 40.0)};
+}
+
+TEST(NearGuards, WithoutTheSignsTheBoundIsWrong) {
+    EXPECT_GT(worstNearExcess<AnySigns>(withHardlyAnyArea), SearchRules::nearMargin);
+}
+
+TEST(NearGuards, WithoutTheLongestFocalLengthTheBoundIsWrong) {
+    // The corners are closer together than the projection's rounding.
+    const double worst = worstNearExcess<NoLongestFocal>([](std::mt19937_64& random) {
+        const Corners tiny = {
+            cv::Point2d(3e-6, 5e-6), {7e-6, -4e-6}, {-4e-6, -7e-6}, {-6e-6, 1e-6}};
+        return View{aboutCentre(image, tiny), uniform(random, 1e6, 1e9),
+                    uniform(random, -40.0, 40.0)};
+    });
+    EXPECT_GT(worst, SearchRules::nearMargin);
+}
+
+// A corner next to the horizon is projected so far away that moving by the centroid makes the
+// others coincide.
+View withCornerAtHorizon(std::mt19937_64& random) {
+    const double pitch = uniform(random, 20.0, 60.0);
+    const double focalPx = uniform(random, 100.0, 900.0);
+    const cv::Matx33d x = RotationX(pitch);
+    const cv::Point2d middle(uniform(random, -200.0, 200.0), uniform(random, -200.0, 200.0));
+    Corners corners{};
+    for (cv::Point2d& p : corners) {
+        p = middle + cv::Point2d(uniform(random, -90.0, 90.0), uniform(random, -90.0, 90.0));
+    }
+    corners[2] = {uniform(random, -900.0, 900.0),
+                  focalPx * x(1, 1) / x(2, 1) + uniform(random, -1e-11, 1e-11)};
+    return {aboutCentre(image, corners), focalPx, pitch};
+}
+
+TEST(NearGuards, WithoutTheDepthTheBoundIsWrong) {
+    EXPECT_GT(worstNearExcess<NoNearDepth>(withCornerAtHorizon), SearchRules::nearMargin);
+}
+
+TEST(FarGuards, WithoutTheDepthTheBoundIsWrong) {
+    EXPECT_GT(worstFarExcess<NoFarDepth>(withCornerAtHorizon), SearchRules::farMargin);
+}
+
+TEST(FarGuards, WithoutTheBalanceOfTheMarkedTrianglesTheBoundIsWrong) {
+    EXPECT_GT(worstFarExcess<NoBalances>(withHardlyAnyArea), SearchRules::farMargin);
+}
+
+TEST(FarGuards, WithoutTheBalanceTheBoundIsWrong) {
+    // The projected triangles cancel, and the centroid is as far away as with no area.
+    const double worst = worstFarExcess<NoBalance>([](std::mt19937_64& random) {
+        const double pitch = uniform(random, 20.0, 60.0);
+        const double focalPx = uniform(random, 300.0, 900.0);
+        const cv::Matx33d x = RotationX(pitch);
+        const double middle = focalPx * x(1, 1) / x(2, 1) + uniform(random, -1e-11, 1e-11);
+        const double left = uniform(random, -400.0, -50.0);
+        const double right = uniform(random, 50.0, 400.0);
+        const double half = uniform(random, 50.0, 300.0);
+        const Corners corners = {cv::Point2d(left, middle - half),
+                                 {right, middle - half},
+                                 {right, middle + half},
+                                 {left, middle + half}};
+        return View{aboutCentre(image, corners), focalPx, pitch};
+    });
+    EXPECT_GT(worst, SearchRules::farMargin);
+}
+
+} // namespace
