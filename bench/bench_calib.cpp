@@ -6,6 +6,7 @@
 #include "calib/calib_files.h"
 #include "calib/calib_writer.h"
 #include "calib/stereo_calibrate.h"
+#include "platform/system/files.h"
 #include "tests/support/files.h"
 #include "tests/support/lists.h"
 #include "tests/support/matrix_files.h"
@@ -74,7 +75,7 @@ public:
         cv::Rodrigues(cv::Vec3d(0.01, -0.02, 0.015), m_rotation);
         m_projection = (cv::Mat_<double>(3, 4) << f, 0, size.width / 2.0, 0, 0, f,
                         size.height / 2.0, 0, 0, 0, 1, 0);
-        tarvix::MatrixWriter writer;
+        tarvix::MatrixWriter writer(tarvix::systemFiles());
         const auto add = [&](const tarvix::CalibFile& file, const cv::Mat& matrix) {
             writer.add(fs::path(path()) / file.name, file.name, file.key, matrix);
         };

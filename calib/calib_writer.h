@@ -1,27 +1,28 @@
 // Writes calibration files so that a failure leaves the earlier ones.
 #pragma once
 
+#include <common/file_set.h>
 #include <opencv2/core/mat.hpp>
 
 #include <filesystem>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace tarvix {
 
-// Writes matrices, each into a file of its own, existing files replaced.
+// Writes matrices, each into a file of its own, existing files replaced. What is added up to a
+// commit() is replaced together; common/file_set.h says how, and what holds after a crash.
 //
-// Each document is written beside its target; they take their places in commit(), in the order of
-// add(), once all of them are whole. When one cannot, those before it become what they were, so a
-// failure leaves the earlier files. In a folder that takes no new files, an existing file is
-// written in place. Symbolic links are followed. Throws cv::Exception if a file
-// cannot be written.
+// From the first add() until it is destroyed, it keeps other writers out of the folder: the files
+// of two calibrations that end at the same time are not mixed.
+//
+// Numbers are written by OpenCV, which needs a decimal point that is '.' or ',': the caller sees to
+// that.
+//
+// Both calls throw cv::Exception if a file cannot be written, with the reason.
 class MatrixWriter {
 public:
-    MatrixWriter() = default;
-    ~MatrixWriter();
-    MatrixWriter(const MatrixWriter&) = delete;
-    MatrixWriter& operator=(const MatrixWriter&) = delete;
+    explicit MatrixWriter(FileSystem& system); // which must outlive it
 
     // `name` is the file as the host wrote it, for messages.
     void add(const std::filesystem::path& file, const std::string& name, const char* key,
@@ -29,18 +30,10 @@ public:
     void commit();
 
 private:
-    struct Pending {
-        std::string name; // for messages
-        std::filesystem::path target, beside;
-        std::string document;
-        std::string earlier; // the target's bytes
-        bool existed = false;
-        bool isBeside = false; // written there; false: to be written in place
-        bool isPlaced = false;
-    };
-    static void restore(const Pending& one);
-
-    std::vector<Pending> m_pending;
+    FileSystem& m_system;
+    bool m_hasTriedLock = false;
+    std::unique_ptr<FolderLock> m_lock;
+    FileSet m_files;
 };
 
 } // namespace tarvix

@@ -4,6 +4,7 @@
 #include "bridge/dib_view.h"
 #include "bridge/file_list.h"
 #include "bridge/guard.h"
+#include "bridge/host_files.h"
 #include "bridge/host_paths.h"
 #include "bridge/preview.h"
 #include "calib/calib_files.h"
@@ -15,6 +16,8 @@
 #include "calib/undistort.h"
 
 #include <opencv2/imgcodecs.hpp>
+
+#include <vector>
 
 using namespace tarvix;
 
@@ -34,13 +37,29 @@ ShowView previewInto(HWND window, cv::Size pattern) {
     };
 }
 
-// A file that is missing fails silently.
 cv::Mat needMatrix(const char* folder, const CalibFile& file) {
     const HostPath path = pathIn(folder, file.name);
     if (!exists(path)) {
         failSilently();
     }
     return readMatrix(path.path, path.name, file.key);
+}
+
+// The matrices of one calibration. A file that is missing fails silently, an empty matrix with a
+// message once all files have been read.
+std::vector<cv::Mat> needMatrices(const char* folder, const std::vector<CalibFile>& files) {
+    // A calibration that ends at this moment is waited for: its files belong together.
+    const auto lock = hostFiles().lockFolder(pathIn(folder, files.front().name).path.parent_path(),
+                                             Access::Shared);
+    std::vector<cv::Mat> matrices;
+    matrices.reserve(files.size());
+    for (const CalibFile& file : files) {
+        matrices.push_back(needMatrix(folder, file));
+    }
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        refuseEmpty(matrices[i], files[i]);
+    }
+    return matrices;
 }
 
 void add(MatrixWriter& writer, const char* folder, const CalibFile& file, const cv::Mat& matrix) {
@@ -55,7 +74,7 @@ int tx_Calib(CStringArray& files, const char* folder, int boardW, int boardH, HW
         const cv::Size pattern(boardW, boardH);
         const CameraCalibration camera =
             orFail(calibrateCamera(filesOf(files), pattern, previewInto(preview, pattern)));
-        MatrixWriter writer; // both files or none
+        MatrixWriter writer(hostFiles()); // both files or none
         add(writer, folder, cameraFile, camera.cameraMatrix);
         add(writer, folder, distortionFile, camera.distCoeffs);
         writer.commit();
@@ -65,11 +84,8 @@ int tx_Calib(CStringArray& files, const char* folder, int boardW, int boardH, HW
 
 CDib* tx_UseCalib(CDib& image, const char* folder, float* outA, float* outB) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
-        const cv::Mat cameraMatrix = needMatrix(folder, cameraFile);
-        const cv::Mat distCoeffs = needMatrix(folder, distortionFile);
-        refuseEmpty(cameraMatrix, cameraFile);
-        refuseEmpty(distCoeffs, distortionFile);
-        const Undistorted result = undistort(DibToMat(image), cameraMatrix, distCoeffs);
+        const auto matrices = needMatrices(folder, {cameraFile, distortionFile});
+        const Undistorted result = undistort(DibToMat(image), matrices[0], matrices[1]);
         DibPtr dib(orFail(MatToDib(result.image)));
         if (outA != nullptr && outB != nullptr) {
             // On purpose: the row from the width, the column from the height, and y before x.
@@ -88,9 +104,9 @@ int tx_StereoCalib(CStringArray& files, const char* folder, int boardW, int boar
         const StereoViews views = orFail(
             findStereoViews(filesOf(files), pattern, squareSize, previewInto(preview, pattern)));
         const StereoCalibration pair = calibrateStereo(views);
+        MatrixWriter writer(hostFiles());
         // Each file by itself: those written before a failure stay.
-        const auto write = [folder](const CalibFile& file, const cv::Mat& matrix) {
-            MatrixWriter writer;
+        const auto write = [&](const CalibFile& file, const cv::Mat& matrix) {
             add(writer, folder, file, matrix);
             writer.commit();
         };
@@ -108,16 +124,9 @@ int tx_StereoCalib(CStringArray& files, const char* folder, int boardW, int boar
 CDib* tx_UseStereoCalib(CDib& image, const char* folder, int camera) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
         const StereoCameraFiles& files = stereoCameraFiles[camera == 1 ? 0 : 1];
-        const cv::Mat cameraMatrix = needMatrix(folder, files.cameraMatrix);
-        const cv::Mat distortion = needMatrix(folder, files.distortion);
-        const cv::Mat rotation = needMatrix(folder, files.rotation);
-        const cv::Mat projection = needMatrix(folder, files.projection);
-        refuseEmpty(cameraMatrix, files.cameraMatrix);
-        refuseEmpty(distortion, files.distortion);
-        refuseEmpty(rotation, files.rotation);
-        refuseEmpty(projection, files.projection);
-        return orFail(
-            MatToDib(rectify(DibToMat(image), cameraMatrix, distortion, rotation, projection)));
+        const auto m = needMatrices(
+            folder, {files.cameraMatrix, files.distortion, files.rotation, files.projection});
+        return orFail(MatToDib(rectify(DibToMat(image), m[0], m[1], m[2], m[3])));
     });
 }
 

@@ -4,7 +4,8 @@
 // docs/calibration.md lists. `folder` is a path as the host gives it; it must exist and is not
 // created. Paths in it have at most MAX_PATH - 1 characters. What a host or a damaged disk leaves
 // in the folder never harms the process: files that are malformed, huge, or of another type or
-// shape fail as each export says.
+// shape fail as each export says. docs/calibration.md also says what holds after a kill or a power
+// failure, and that calibrations lock the folder for a moment.
 //
 // A chessboard is given by its inner corners: boardW in each row, boardH in each column.
 #pragma once

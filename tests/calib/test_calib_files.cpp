@@ -4,7 +4,9 @@
 #include "calib/calib_writer.h"
 #include "calib/document_check.h"
 #include "calib/undistort.h"
+#include "platform/system/files.h"
 #include "tests/calib/views.h"
+#include "tests/support/faulty_files.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
@@ -38,7 +40,8 @@ std::string document(const std::string& key, const std::string& rows, const std:
 }
 
 void write(const std::string& folder, const tarvix::CalibFile& file, const cv::Mat& matrix) {
-    tarvix::MatrixWriter writer;
+    test::FaultyFiles files(tarvix::systemFiles()); // none fails; it does not wait for the disk
+    tarvix::MatrixWriter writer(files);
     writer.add(std::filesystem::path(folder) / file.name, file.name, file.key, matrix);
     writer.commit();
 }

@@ -43,17 +43,6 @@ TEST_F(PosixFiles, NoSpaceLeavesTheStereoSetWhole) {
     EXPECT_EQ(test::namesIn(folder.path()).size(), 9U);
 }
 
-TEST_F(PosixFiles, OnlyAFolderThatTakesNoFilesIsWrittenInPlace) {
-    ASSERT_EQ(calibrate(), 1);
-    const std::string camera = test::bytesOf(folder / "cam.xml");
-    fs::create_directory(folder / "cam.xm~"); // in the way for another reason
-    EXPECT_EQ(calibrate(folder.path(), 4), 0);
-    expectMessageAbout("cam.xml");
-    EXPECT_EQ(test::bytesOf(folder / "cam.xml"), camera);
-    EXPECT_THAT(test::namesIn(folder.path()),
-                UnorderedElementsAre("cam.xm~", "cam.xml", "dist.xml"));
-}
-
 TEST_F(PosixFiles, ThingsInTheWayAreLeftAlone) {
     fs::create_symlink("/dev/full", folder / "cam.xml");
     EXPECT_EQ(calibrate(), 0);

@@ -198,6 +198,33 @@ ssize_t write(int file, const void* data, std::size_t bytes) {
     return real(file, data, bytes);
 }
 
+ssize_t pwrite(int file, const void* data, std::size_t bytes, off_t at) {
+    static const auto real = next(&pwrite, "pwrite");
+    if (isDue(test::Fault::write)) {
+        errno = ENOSPC;
+        return -1;
+    }
+    return real(file, data, bytes, at);
+}
+
+int fsync(int file) {
+    static const auto real = next(&fsync, "fsync");
+    if (isDue(test::Fault::write)) {
+        errno = EIO;
+        return -1;
+    }
+    return real(file);
+}
+
+int rename(const char* from, const char* to) noexcept {
+    static const auto real = next(&rename, "rename");
+    if (isDue(test::Fault::write)) {
+        errno = EIO;
+        return -1;
+    }
+    return real(from, to);
+}
+
 ssize_t writev(int file, const iovec* pieces, int count) {
     static const auto real = next(&writev, "writev");
     if (isDue(test::Fault::write)) {

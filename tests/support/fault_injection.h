@@ -1,5 +1,6 @@
-// Allocations, opens and writes that fail on demand, for programs that compile fault_injection.cpp:
-// its functions come before the C library's for every library of the process. GNU systems only.
+// Allocations, opens and writes (also of names, and waiting for the disk) that fail on demand, for
+// programs that compile fault_injection.cpp: its functions come before the C library's for every
+// library of the process. GNU systems only.
 #pragma once
 
 #include <string>
