@@ -1,5 +1,6 @@
 #include <tarvix/calib.h>
 
+#include "bridge/decimal_point.h"
 #include "bridge/dib_bridge.h"
 #include "bridge/dib_view.h"
 #include "bridge/file_list.h"
@@ -48,6 +49,7 @@ cv::Mat needMatrix(const char* folder, const CalibFile& file) {
 // The matrices of one calibration. A file that is missing fails silently, an empty matrix with a
 // message once all files have been read.
 std::vector<cv::Mat> needMatrices(const char* folder, const std::vector<CalibFile>& files) {
+    const DecimalPoint point;
     // A calibration that ends at this moment is waited for: its files belong together.
     const auto lock = hostFiles().lockFolder(pathIn(folder, files.front().name).path.parent_path(),
                                              Access::Shared);
@@ -63,6 +65,7 @@ std::vector<cv::Mat> needMatrices(const char* folder, const std::vector<CalibFil
 }
 
 void add(MatrixWriter& writer, const char* folder, const CalibFile& file, const cv::Mat& matrix) {
+    const DecimalPoint point;
     const HostPath path = pathIn(folder, file.name);
     writer.add(path.path, path.name, file.key, matrix);
 }
@@ -144,6 +147,7 @@ tx_Meas3D& tx_Meas3D::operator=(const tx_Meas3D& other) = default;
 int tx_Meas3D::Init(const char* folder) {
     m_q = nullptr;
     return swallowAll<int>(0, [&] {
+        const DecimalPoint point;
         auto q = std::make_unique<cv::Mat>();
         const HostPath path = pathIn(folder, reprojectionFile.name);
         *q = readMatrix(path.path, path.name, reprojectionFile.key);

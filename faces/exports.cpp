@@ -1,5 +1,6 @@
 #include <tarvix/faces.h>
 
+#include "bridge/decimal_point.h"
 #include "bridge/dib_bridge.h"
 #include "bridge/display.h"
 #include "bridge/executable_folder.h"
@@ -17,6 +18,7 @@ namespace {
 void loadCascade(cv::CascadeClassifier& classifier, const char* fileName) {
     const std::string path = besideExecutable(fileName);
     if (!path.empty()) {
+        const DecimalPoint point;
         classifier.load(path);
     }
 }

@@ -2,8 +2,8 @@
 #include <tarvix/tarvix.h>
 
 #include "filters/chessboard.h"
-#include "tests/support/decimal_comma.h"
 #include "tests/support/export_test.h"
+#include "tests/support/foreign_locale.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
 #include "tests/support/pattern.h"

@@ -1,0 +1,40 @@
+// A process whose locale writes numbers in another way.
+#pragma once
+
+#include "tests/support/files.h"
+
+#include <memory>
+#include <string>
+
+namespace test {
+
+// Switches the C locale of the process for the object's lifetime: to an installed one, or one
+// compiled into a temporary folder. Throws if neither can be had.
+class DecimalComma {
+public:
+    DecimalComma(); // "1,5"
+    ~DecimalComma();
+    DecimalComma(const DecimalComma&) = delete;
+    DecimalComma& operator=(const DecimalComma&) = delete;
+
+private:
+    TempFolder m_compiled;
+    std::string m_before;
+};
+
+// The same for a locale whose decimal point is neither '.' nor ','.
+class DecimalOther {
+public:
+    static bool exists(); // false on a Windows without such a locale
+
+    DecimalOther(); // "1\u066B5", for example
+    ~DecimalOther();
+    DecimalOther(const DecimalOther&) = delete;
+    DecimalOther& operator=(const DecimalOther&) = delete;
+
+private:
+    TempFolder m_compiled;
+    std::string m_before;
+};
+
+} // namespace test
