@@ -6,10 +6,12 @@
 
 namespace tarvix {
 
-void requireDisplay() {
-    if (!canShowWindows()) {
+std::shared_ptr<void> requireDisplay() {
+    std::shared_ptr<void> connection = connectToDisplay();
+    if (connection == nullptr) {
         CV_Error(cv::Error::StsError, "There is no display to open a window on");
     }
+    return connection;
 }
 
 } // namespace tarvix

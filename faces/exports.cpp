@@ -43,8 +43,9 @@ int tx_TrackFace(const char* /*ignored*/) {
         if (!camera.isOpened()) {
             failSilently();
         }
-        requireDisplay();
+        auto display = requireDisplay();
         openTrackingWindow();
+        display.reset(); // the window has a connection of its own
         loadCascade(classifier, "lbpcascade_frontalface.xml");
         showLargestFace(camera, classifier);
         return 1;

@@ -1,10 +1,14 @@
-// Whether this process can show windows of its own.
+// The display that this process can show windows of its own on.
 #pragma once
+
+#include <memory>
 
 namespace tarvix {
 
-// True when OpenCV's windows can be opened here. To be asked before the first of them: the GUI
-// library behind them ends the process when it finds no display.
-bool canShowWindows();
+// Connects to the display that OpenCV's windows will be on. To be called before the first of them,
+// and held until it is open: the GUI library behind them ends the process if it finds no display,
+// and an X server may turn connections away for a moment after its last client has left.
+// Returns null if no window can be shown here.
+std::shared_ptr<void> connectToDisplay();
 
 } // namespace tarvix

@@ -214,6 +214,7 @@ TEST(TrackFace, ACameraThatNeverDeliversEndsWithAMessage) {
 TEST(TrackFace, WithoutADisplayEndsWithAMessageAndTheHostLives) {
     const EmulatedCamera camera({twoFaces()}, AfterLastFrame::repeat);
     const test::ScopedEnvironment platform("QT_QPA_PLATFORM", std::nullopt);
+    const test::ScopedEnvironment session("XDG_SESSION_TYPE", std::nullopt);
     for (const auto& display : test::noDisplays()) {
         SCOPED_TRACE(display.value_or("unset"));
         const test::ScopedEnvironment variable("DISPLAY", display);
@@ -221,11 +222,60 @@ TEST(TrackFace, WithoutADisplayEndsWithAMessageAndTheHostLives) {
     }
 }
 
+// Between a connection that only asks and the window's own there would be nobody.
+TEST(TrackFace, HoldsTheDisplayUntilItsWindowIsOpen) {
+    for (int run = 0; run < 5; ++run) {
+        const test::XServer display(24, test::XServer::AfterLastClient::end);
+        const EmulatedCamera camera({plainWall()}, AfterLastFrame::stop);
+        expectMessage(track(), "!_src.empty()");
+    }
+}
+
+TEST(TrackFace, ShowsItsWindowUnderWayland) {
+    const EmulatedCamera camera({plainWall()}, AfterLastFrame::stop);
+    const test::WaylandServer server;
+    const test::ScopedEnvironment display("DISPLAY", std::nullopt);
+    const test::ScopedEnvironment session("XDG_SESSION_TYPE", std::nullopt);
+    for (const char* platform : {"wayland", "Wayland:x=1", "xcb;wayland"}) {
+        SCOPED_TRACE(platform);
+        const test::ScopedEnvironment variable("QT_QPA_PLATFORM", platform);
+        expectMessage(track(), "!_src.empty()");
+    }
+    const test::ScopedEnvironment platform("QT_QPA_PLATFORM", std::nullopt);
+    expectMessage(track(), "no display"); // Qt would try X11 alone
+    const test::ScopedEnvironment waylandSession("XDG_SESSION_TYPE", "wayland");
+    expectMessage(track(), "!_src.empty()");
+}
+
+TEST(TrackFace, UnderWaylandWithoutACompositorEndsWithAMessage) {
+    const EmulatedCamera camera({plainWall()}, AfterLastFrame::stop);
+    const test::ScopedEnvironment display("DISPLAY", std::nullopt);
+    const test::ScopedEnvironment platform("QT_QPA_PLATFORM", "wayland");
+    const test::TempFolder folder;
+    const test::ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.path());
+    const test::ScopedEnvironment name("WAYLAND_DISPLAY", std::nullopt);
+    expectMessage(track(), "no display");
+    const test::ScopedEnvironment inherited("WAYLAND_SOCKET", "1000");
+    expectMessage(track(), "no display");
+}
+
+// A session that is said to be Wayland's, with an X11 server alone.
+TEST(TrackFace, FallsBackOnX11InAWaylandSession) {
+    const EmulatedCamera camera({plainWall()}, AfterLastFrame::stop);
+    const test::XServer display;
+    const test::TempFolder folder;
+    const test::ScopedEnvironment runtime("XDG_RUNTIME_DIR", folder.path());
+    const test::ScopedEnvironment session("XDG_SESSION_TYPE", "wayland");
+    const test::ScopedEnvironment platform("QT_QPA_PLATFORM", std::nullopt);
+    expectMessage(track(), "!_src.empty()");
+}
+
 TEST(TrackFace, FollowsTheChoiceOfTheGuiLibrarysPlatform) {
     const EmulatedCamera camera({plainWall()}, AfterLastFrame::stop);
     const test::ScopedEnvironment display("DISPLAY", std::nullopt);
+    const test::ScopedEnvironment session("XDG_SESSION_TYPE", std::nullopt);
     // Its windows are invisible: it goes on until the camera stops.
-    for (const char* platform : {"offscreen", "minimal", "xcb;offscreen"}) {
+    for (const char* platform : {"offscreen", "minimal", "xcb;offscreen", "Offscreen"}) {
         SCOPED_TRACE(platform);
         const test::ScopedEnvironment variable("QT_QPA_PLATFORM", platform);
         expectMessage(track(), "!_src.empty()");

@@ -47,6 +47,7 @@ TEST(TrackCommand, WithoutACameraEndsAtOnce) {
 TEST(TrackCommand, WithoutADisplaySaysSo) {
     const EmulatedCamera camera({wall}, test::AfterLastFrame::repeat);
     const test::ScopedEnvironment platform("QT_QPA_PLATFORM", std::nullopt);
+    const test::ScopedEnvironment session("XDG_SESSION_TYPE", std::nullopt);
     const test::ScopedEnvironment display("DISPLAY", std::nullopt);
     const ProgramResult result = track();
     EXPECT_EQ(result.status, 1);

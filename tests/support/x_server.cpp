@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <stdexcept>
 #include <vector>
 
@@ -92,13 +93,26 @@ int waitFor(int process) {
     return status;
 }
 
+void end(int process) {
+    // Politely first: a server that is killed leaves its lock file behind.
+    kill(process, SIGTERM);
+    for (int tries = 0; tries < 500; ++tries) {
+        if (waitpid(process, nullptr, WNOHANG) != 0) {
+            return;
+        }
+        usleep(10'000);
+    }
+    kill(process, SIGKILL);
+    waitFor(process);
+}
+
 } // namespace
 
-XServer::XServer(int depth) {
+XServer::XServer(int depth, AfterLastClient then) {
     // -noreset: the server must not forget everything when the last client of a moment leaves.
     const Child server =
         start({"Xvfb", "-displayfd", "3", "-screen", "0", "1600x1200x" + std::to_string(depth),
-               "-nolisten", "tcp", "-noreset"});
+               "-nolisten", "tcp", then == AfterLastClient::stay ? "-noreset" : "-terminate"});
     m_process = server.process;
     std::string number;
     readUntil(server.output, number, 30,
@@ -109,6 +123,7 @@ XServer::XServer(int depth) {
         throw std::runtime_error("Xvfb does not start");
     }
     m_display.emplace("DISPLAY", ":" + number.substr(0, number.find('\n')));
+    m_session.emplace("XDG_SESSION_TYPE", std::nullopt); // or Qt would prefer a user's Wayland
 }
 
 XServer::~XServer() {
@@ -117,19 +132,33 @@ XServer::~XServer() {
 
 void XServer::kill() {
     if (m_process > 0) {
-        // Politely first: a server that is killed leaves its lock file behind.
-        ::kill(m_process, SIGTERM);
-        for (int tries = 0; tries < 500; ++tries) {
-            if (waitpid(m_process, nullptr, WNOHANG) != 0) {
-                m_process = -1;
-                return;
-            }
-            usleep(10'000);
-        }
-        ::kill(m_process, SIGKILL);
-        waitFor(m_process);
+        end(m_process);
         m_process = -1;
     }
+}
+
+WaylandServer::WaylandServer() {
+    m_runtime.emplace("XDG_RUNTIME_DIR", m_folder.path());
+    const Child server =
+        start({"weston", "--backend=headless-backend.so", "--socket=display", "--idle-time=0"});
+    close(server.output);
+    m_process = server.process;
+    const auto limit = Clock::now() + std::chrono::seconds(30);
+    while (!std::filesystem::is_socket(m_folder / "display")) {
+        const bool hasEnded = waitpid(m_process, nullptr, WNOHANG) != 0;
+        if (hasEnded || Clock::now() > limit) {
+            if (!hasEnded) {
+                end(m_process);
+            }
+            throw std::runtime_error("weston does not start");
+        }
+        usleep(10'000);
+    }
+    m_display.emplace("WAYLAND_DISPLAY", "display");
+}
+
+WaylandServer::~WaylandServer() {
+    end(m_process);
 }
 
 } // namespace test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tests/support/environment.h"
+#include "tests/support/files.h"
 
 #include <cstdint>
 #include <functional>
@@ -20,7 +21,8 @@ namespace test {
 // it. Throws std::runtime_error when it does not start within half a minute.
 class XServer {
 public:
-    explicit XServer(int depth = 24);
+    enum class AfterLastClient { stay, end };
+    explicit XServer(int depth = 24, AfterLastClient then = AfterLastClient::stay);
     ~XServer();
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;
@@ -30,7 +32,22 @@ public:
 
 private:
     int m_process = -1;
-    std::optional<ScopedEnvironment> m_display;
+    std::optional<ScopedEnvironment> m_display, m_session;
+};
+
+// A Wayland compositor without screen (weston), for the time of the scope; WAYLAND_DISPLAY names
+// it. Throws std::runtime_error if it does not start within half a minute. Not on Windows.
+class WaylandServer {
+public:
+    WaylandServer();
+    ~WaylandServer();
+    WaylandServer(const WaylandServer&) = delete;
+    WaylandServer& operator=(const WaylandServer&) = delete;
+
+private:
+    TempFolder m_folder; // of its socket
+    int m_process = -1;
+    std::optional<ScopedEnvironment> m_runtime, m_display;
 };
 
 // Values of DISPLAY that name no display: none, and three that nobody answers to.

@@ -8,7 +8,7 @@
 
 namespace test {
 
-XServer::XServer(int /*depth*/) {
+XServer::XServer(int /*depth*/, AfterLastClient /*then*/) {
     if (GetSystemMetrics(SM_CXSCREEN) <= 0 || !IsWindow(GetDesktopWindow())) {
         throw std::runtime_error("there is no desktop to show windows on");
     }
