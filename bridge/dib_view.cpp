@@ -34,8 +34,9 @@ bool isBeyondBitmaps(cv::Size size, int matrixType) {
     }
     const int bitCount = static_cast<int>(CV_ELEM_SIZE(matrixType)) * 8;
     const std::int64_t rowBits = std::int64_t{bitCount} * size.width + 31;
-    const std::int64_t bytes = std::int64_t{storedRowBytes(size.width, bitCount)} * size.height;
-    if (rowBits <= INT32_MAX && bytes <= std::int64_t{UINT32_MAX}) {
+    // The product fits only if the row does.
+    if (rowBits <= INT32_MAX && std::int64_t{storedRowBytes(size.width, bitCount)} * size.height <=
+                                    std::int64_t{UINT32_MAX}) {
         return false;
     }
     const cv::Mat probe(size, matrixType); // touches no memory, throws as an operation would
