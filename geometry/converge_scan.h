@@ -163,11 +163,12 @@ private:
 
     bool isRefused(int focal) const {
         const Focal& f = m_screenFocals[index(focal)];
-        const bool near = isNear(focal);
-        if (!near && !m_screen.isFar(m_cell, f)) {
+        const bool isTrusted = isNear(focal);
+        if (!isTrusted && !m_screen.isFar(m_cell, f)) {
             return false;
         }
-        const double limit = near ? Screen::nearLimit(m_limitDeg) : Screen::farLimit(m_limitDeg);
+        const double limit =
+            isTrusted ? Screen::nearLimit(m_limitDeg) : Screen::farLimit(m_limitDeg);
         if (Screen::notParallel(m_cell, f, limit)) {
             Rules::decided(Decision::VanishingPoints, 1);
             return true;
