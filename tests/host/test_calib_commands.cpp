@@ -1,6 +1,10 @@
 // The sub-commands calib, undistort, stereo-calib, rectify and measure, run as a user runs them.
 #include "tests/calib/views.h"
 #include "tests/host/sub_command.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/images.h"
+#include "tests/support/matrix_files.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -9,10 +13,6 @@
 
 #if __has_include(<xcb/xcb.h>)
 #include "tests/support/environment.h"
-#include "tests/support/files.h"
-#include "tests/support/identical.h"
-#include "tests/support/images.h"
-#include "tests/support/matrix_files.h"
 #include "tests/support/x_server.h"
 #endif
 
