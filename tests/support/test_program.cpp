@@ -19,8 +19,11 @@ using test::ScopedEnvironment;
 using testing::HasSubstr;
 using testing::StartsWith;
 
+// With its drive on Windows: a test changes to a folder that may be on another one.
+const std::string probe = std::filesystem::absolute(TARVIX_PROGRAM_PROBE).string();
+
 ProgramResult run(const std::vector<std::string>& arguments = {}) {
-    return runProgram(TARVIX_PROGRAM_PROBE, arguments);
+    return runProgram(probe, arguments);
 }
 
 // The first run in an environment is a start; later ones may not be.
