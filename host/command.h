@@ -9,7 +9,7 @@
 #include "host/output.h"
 #include "host/result.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 
 #include <functional>
 #include <memory>

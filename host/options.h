@@ -4,7 +4,7 @@
 
 #include "host/command.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 
 #include <array>
 #include <string>

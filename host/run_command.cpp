@@ -1,10 +1,12 @@
 #include "host/run_command.h"
 
 #include "host/application.h"
+#include "host/command.h"
 #include "host/commands.h"
 #include "host/failure.h"
 #include "host/saving.h"
 
+#include <CLI/CLI.hpp>
 #include <opencv2/core.hpp>
 
 #include <algorithm>

@@ -3,13 +3,15 @@
 // called again, also while a command runs.
 #pragma once
 
-#include "host/command.h"
 #include "host/output.h"
 
 #include <string>
 #include <vector>
 
 namespace host {
+
+struct Command;
+struct Job;
 
 // Parses the words after the program's name and performs the command that they name.
 int runCommand(std::vector<std::string> words, Output& output);
