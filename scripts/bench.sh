@@ -7,7 +7,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 install_packages build test
 command -v python3 >/dev/null || die "python3 is missing"
 programs=(bench_exports bench_calib bench_bridge bench_converge bench_registration)
-configure_and_build release "${programs[@]}"
+configure_and_build release benchmarks
 results=$root/build/bench
 mkdir -p "$results"
 export OPENCV_LOG_LEVEL=SILENT
