@@ -8,8 +8,8 @@
 
 namespace tarvix {
 
-Lens::Lens(cv::Size picture, double focalMm)
-    : focalPx(std::max(picture.width, picture.height) / 36.0 * focalMm),
+Lens::Lens(cv::Size image, double focalMm)
+    : focalPx(std::max(image.width, image.height) / 36.0 * focalMm),
       perspective(PerspectiveMatrix(truncateToInt(focalPx), truncateToInt(focalPx), focalPx)) {}
 
 cv::Matx33d rayRotation(double pitchDeg, double yawDeg, double rollDeg) {
@@ -20,8 +20,8 @@ cv::Matx33d rayRotation(double pitchDeg, double yawDeg, double rollDeg) {
 }
 
 Corners ProjectCorners(const MarkedQuad& quad, const cv::Matx33d& rotation, const Lens& lens) {
-    const double cx = quad.picture.width * 0.5;
-    const double cy = quad.picture.height * 0.5;
+    const double cx = quad.image.width * 0.5;
+    const double cy = quad.image.height * 0.5;
     const Corners& c = quad.corners;
     const Four dx = four(c[0].x, c[1].x, c[2].x, c[3].x) - cx;
     const Four dy = four(c[0].y, c[1].y, c[2].y, c[3].y) - cy;
@@ -77,7 +77,7 @@ Corners correctCorners(const MarkedQuad& quad, const Pose& pose, const Correctio
     const cv::Matx33d rotation = options.pitchOnly
                                      ? RotationX(pose.pitchDeg)
                                      : rayRotation(pose.pitchDeg, pose.yawDeg, pose.rollDeg);
-    Corners p = ProjectCorners(quad, rotation, Lens(quad.picture, pose.focalMm));
+    Corners p = ProjectCorners(quad, rotation, Lens(quad.image, pose.focalMm));
     const cv::Point2f markedCentroid = PolygonCentroid(quad.corners);
     const cv::Point2f projectedCentroid = PolygonCentroid(p);
     const double s = PolygonArea(quad.corners) / PolygonArea(p) * options.scale;

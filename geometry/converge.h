@@ -17,9 +17,9 @@ namespace tarvix {
 // Corners here are 0 and 1 on one horizontal edge of the object, 3 and 2 on the other, 0 and 3 on
 // one vertical edge, 1 and 2 on the other (e.g. clockwise from the top left), in pixels.
 
-// Four marked corners and the size of the picture they were marked in.
+// Four marked corners and the size of the image they were marked in.
 struct MarkedQuad {
-    cv::Size picture;
+    cv::Size image;
     Corners corners;
 };
 
@@ -28,12 +28,12 @@ struct Pose {
     double pitchDeg = 0.0; // about the horizontal image axis
     double yawDeg = 0.0;   // about the vertical image axis
     double rollDeg = 0.0;  // about the optical axis
-    double focalMm = 0.0;  // 35-mm equivalent: the longer side of the picture is 36 mm
+    double focalMm = 0.0;  // 35-mm equivalent: the longer side of the image is 36 mm
 };
 
 // A focal length as the projection needs it.
 struct Lens {
-    Lens(cv::Size picture, double focalMm);
+    Lens(cv::Size image, double focalMm);
     double focalPx;          // longer side / 36 * focalMm
     cv::Matx44d perspective; // scaled by the whole part of focalPx (saturating at the range of int)
 };

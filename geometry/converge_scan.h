@@ -122,7 +122,7 @@ private:
             m_yawSines.push_back({m_rotationsY.back()(0, 2), m_rotationsY.back()(0, 0)});
         }
         for (const double focal : m_focals) {
-            m_lenses.emplace_back(m_quad.picture, focal);
+            m_lenses.emplace_back(m_quad.image, focal);
             m_screenFocals.push_back(m_screen.focal(m_lenses.back().focalPx));
         }
     }
@@ -251,7 +251,7 @@ private:
 
     // Stages 2, 4 and 6.
     void scanRoll(double from, double to, double step) {
-        const Lens lens(m_quad.picture, m_best.focalMm);
+        const Lens lens(m_quad.image, m_best.focalMm);
         const cv::Matx33d rotationX = RotationX(m_best.pitchDeg);
         const cv::Matx33d rotationY = RotationY(m_best.yawDeg);
         const auto errorOf = [&](double roll) {

@@ -123,8 +123,8 @@ public:
     };
 
     explicit Screen(const MarkedQuad& quad) {
-        const double cx = quad.picture.width * 0.5;
-        const double cy = quad.picture.height * 0.5;
+        const double cx = quad.image.width * 0.5;
+        const double cy = quad.image.height * 0.5;
         const Corners& c = quad.corners;
         m_x = four(c[0].x, c[1].x, c[2].x, c[3].x) - cx;
         m_y = four(c[0].y, c[1].y, c[2].y, c[3].y) - cy;

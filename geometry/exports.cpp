@@ -25,7 +25,7 @@ DibPtr newDib() {
     }
 }
 
-// The picture to warp from. OpenCV's vectorised sampling keeps row steps in 16 bits and lets
+// The image to warp from. OpenCV's vectorised sampling keeps row steps in 16 bits and lets
 // negative ones through unchecked: beyond that, it would read elsewhere, so it gets a copy.
 cv::Mat sourceView(const DibView& image) {
     const cv::Mat view = imageViewOf(image);
@@ -57,17 +57,17 @@ CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) 
 
 CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, double offsetX,
                   double offsetY, int pitchOnly, double* result) {
-    cv::Mat picture = DibToMat(image);
+    cv::Mat pixels = DibToMat(image);
     // The clock is read around the work; nothing uses the values.
     LARGE_INTEGER frequency, start, end;
     QueryPerformanceFrequency(&frequency);
     QueryPerformanceCounter(&start);
 
-    const MarkedQuad marked{picture.size(), cornersFromArray(corners)};
+    const MarkedQuad marked{pixels.size(), cornersFromArray(corners)};
     const Pose pose = findPose(marked, focal);
     const Corners corrected =
         correctCorners(marked, pose, {scale, offsetX, offsetY, pitchOnly != 0});
-    warpOnWhite(picture, marked.corners, corrected);
+    warpOnWhite(pixels, marked.corners, corrected);
 
     if (result != nullptr) {
         for (std::size_t i = 0; i < corrected.size(); ++i) {
@@ -80,13 +80,13 @@ CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, doub
         result[11] = pose.focalMm;
     }
     QueryPerformanceCounter(&end);
-    return MatToDib(picture);
+    return MatToDib(pixels);
 }
 
 CDib* tx_ConvergeScaled(CDib& image, double* corners, double* target) {
-    cv::Mat picture = DibToMat(image);
-    warpOnWhite(picture, cornersFromArray(corners), cornersFromArray(target));
-    return MatToDib(picture);
+    cv::Mat pixels = DibToMat(image);
+    warpOnWhite(pixels, cornersFromArray(corners), cornersFromArray(target));
+    return MatToDib(pixels);
 }
 
 CDib* tx_PerspAlign(CDib& image, CDib& reference, double* imagePoints, double* referencePoints,

@@ -177,8 +177,7 @@ Result registerImages(const RegisterOptions& options) {
         list.push_back(std::move(entry));
     }
     const cv::Size canvas = cv::imread(written[0]).size();
-    Result result{
-        .data = {{"canvas", {canvas.width, canvas.height}}, {"pictures", std::move(list)}}};
+    Result result{.data = {{"canvas", {canvas.width, canvas.height}}, {"images", std::move(list)}}};
     if (!options.overlay.empty()) {
         result.beside = {{options.overlay, [written] { return meanOf(written); }}};
     }
@@ -188,7 +187,7 @@ Result registerImages(const RegisterOptions& options) {
 std::string registrationAsText(const Json& data) {
     std::ostringstream text;
     text << "canvas " << data.at("canvas")[0] << " x " << data.at("canvas")[1] << '\n';
-    for (const Json& entry : data.at("pictures")) {
+    for (const Json& entry : data.at("images")) {
         const auto word = [&entry](const char* name) { return entry.at(name).get<std::string>(); };
         if (entry.at("output").is_null()) {
             text << "left out " << word("input") << ": " << word("reason") << '\n';

@@ -15,7 +15,7 @@ struct RegisterOptions : CommonOptions {
 };
 
 // Writes one file for each image that registers, and leaves the others out. The data has "canvas"
-// and "pictures": input, output (null if left out) and then the reason. Throws Failure if none
+// and "images": input, output (null if left out) and then the reason. Throws Failure if none
 // registers; nothing is written then.
 Result registerImages(const RegisterOptions& options);
 

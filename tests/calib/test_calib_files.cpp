@@ -50,7 +50,7 @@ class CalibFiles : public testing::Test {
 protected:
     test::TestHost host;
     test::TempFolder folder;
-    test::Dib picture = test::dibOf(test::scene(48, 64));
+    test::Dib image = test::dibOf(test::scene(48, 64));
 
     CalibFiles() { storeGoodSet(); }
 
@@ -68,10 +68,10 @@ protected:
     }
 
     test::Dib undistorted() const {
-        return test::Dib(tx_UseCalib(*picture, folder.path().c_str(), nullptr, nullptr));
+        return test::Dib(tx_UseCalib(*image, folder.path().c_str(), nullptr, nullptr));
     }
     test::Dib rectified(int camera) const {
-        return test::Dib(tx_UseStereoCalib(*picture, folder.path().c_str(), camera));
+        return test::Dib(tx_UseStereoCalib(*image, folder.path().c_str(), camera));
     }
 
     // The reading exports fail; with OpenCV's message or silently.
@@ -89,9 +89,9 @@ protected:
         }
     }
 
-    const std::vector<std::string> readByPictures{"cam.xml", "dist.xml", "M1.xml", "D1.xml",
-                                                  "R1.xml",  "P1.xml",   "M2.xml", "D2.xml",
-                                                  "R2.xml",  "P2.xml"};
+    const std::vector<std::string> readForImages{"cam.xml", "dist.xml", "M1.xml", "D1.xml",
+                                                 "R1.xml",  "P1.xml",   "M2.xml", "D2.xml",
+                                                 "R2.xml",  "P2.xml"};
 };
 
 TEST_F(CalibFiles, TheGoodSetIsAccepted) {
@@ -142,7 +142,7 @@ TEST_F(CalibFiles, CameraMatrixKeysOfTheStereoSetAreMM1AndMM2) {
 }
 
 TEST_F(CalibFiles, AMissingFileFailsSilently) {
-    for (const std::string& name : readByPictures) {
+    for (const std::string& name : readForImages) {
         storeGoodSet();
         std::filesystem::remove(folder / name);
         expectFailures(name, false);
@@ -159,7 +159,7 @@ TEST_F(CalibFiles, TheFirstMissingFileEndsTheCallBeforeAnyMessage) {
 }
 
 TEST_F(CalibFiles, AFileWithoutItsKeyIsRefusedWithAMessage) {
-    for (const std::string& name : readByPictures) {
+    for (const std::string& name : readForImages) {
         storeGoodSet();
         test::store(folder / name, "Other", someCamera);
         expectFailures(name, true);
@@ -176,7 +176,7 @@ TEST_F(CalibFiles, DamagedFilesAreRefusedWithAMessage) {
     for (char& c : binary) {
         c = static_cast<char>(random());
     }
-    for (const std::string& name : readByPictures) {
+    for (const std::string& name : readForImages) {
         storeGoodSet();
         const std::string whole = test::bytesOf(folder / name);
         for (const std::string& bytes :
@@ -196,7 +196,7 @@ TEST_F(CalibFiles, OtherTypesAndShapesAreRefusedWithAMessage) {
     for (int i = 0; i < 40; ++i) {
         manySizes += "1 ";
     }
-    for (const std::string& name : readByPictures) {
+    for (const std::string& name : readForImages) {
         storeGoodSet();
         const std::string key = name[0] == 'c'   ? "CameraMatrix"
                                 : name[0] == 'd' ? "DistCoeffs"
@@ -244,8 +244,8 @@ TEST_F(CalibFiles, AFolderOfTheFilesNameIsRefused) {
 
 TEST_F(CalibFiles, APathThatIsTooLongIsAMissingFile) {
     const std::string path(400, 'x');
-    EXPECT_EQ(tx_UseCalib(*picture, path.c_str(), nullptr, nullptr), nullptr);
-    EXPECT_EQ(tx_UseStereoCalib(*picture, path.c_str(), 1), nullptr);
+    EXPECT_EQ(tx_UseCalib(*image, path.c_str(), nullptr, nullptr), nullptr);
+    EXPECT_EQ(tx_UseStereoCalib(*image, path.c_str(), 1), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }
 
@@ -320,7 +320,7 @@ TEST(CalibDocument, MutatedDocumentsNeverHarm) {
         "\xff"};
     std::mt19937 random(11); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     const auto below = [&random](std::size_t n) { return random() % n; };
-    const cv::Mat picture(12, 16, CV_8UC3, cv::Scalar(1, 2, 3));
+    const cv::Mat image(12, 16, CV_8UC3, cv::Scalar(1, 2, 3));
     const cv::Mat eye = cv::Mat::eye(3, 3, CV_64F);
     const cv::Mat none = cv::Mat::zeros(1, 5, CV_64F);
     int read = 0;
@@ -351,7 +351,7 @@ TEST(CalibDocument, MutatedDocumentsNeverHarm) {
             ++read;
             for (int role = 0; role < 4; ++role) {
                 try {
-                    tarvix::rectify(picture, role == 0 ? m : eye, role == 1 ? m : none,
+                    tarvix::rectify(image, role == 0 ? m : eye, role == 1 ? m : none,
                                     role == 2 ? m : eye, role == 3 ? m : eye);
                 } catch (const cv::Exception&) { // a matrix of a wrong shape
                 }

@@ -138,14 +138,14 @@ TEST_F(Calibration, AnotherPatternIsNotFound) {
     EXPECT_EQ(calibrate(test::leftPhotos(1), 11, 3), 0);
     EXPECT_EQ(calibrate(test::leftPhotos(1), 20, 30), 0);
     EXPECT_TRUE(host.messages.empty());
-    // Beyond any picture: no memory is asked for such a board.
+    // Beyond any image: no memory is asked for such a board.
     EXPECT_EQ(calibrate(test::leftPhotos(1), 40000, 40000), 0);
 }
 
 TEST_F(Calibration, OpenCvsFailuresAreShown) {
     EXPECT_EQ(calibrate({}), 0); // nothing to calibrate from
     EXPECT_EQ(calibrate({folder / "missing.jpg"}), 0);
-    test::writeBytes(folder / "broken.jpg", "no picture");
+    test::writeBytes(folder / "broken.jpg", "no image");
     EXPECT_EQ(calibrate({folder / "broken.jpg"}), 0);
     EXPECT_EQ(calibrate(test::leftPhotos(1), 2, 6), 0); // a pattern that OpenCV does not take
     EXPECT_EQ(calibrate(test::leftPhotos(1), -9, -6), 0);
@@ -157,7 +157,7 @@ TEST_F(Calibration, OpenCvsFailuresAreShown) {
     EXPECT_THAT(namesHere(), UnorderedElementsAre("broken.jpg"));
 }
 
-TEST_F(Calibration, SizeOfTheLastPictureCounts) {
+TEST_F(Calibration, SizeOfTheLastImageCounts) {
     // A larger canvas for the last view moves the principal point that the estimation starts from.
     auto photos = test::leftPhotos(3);
     cv::Mat wide;
@@ -186,12 +186,12 @@ protected:
     }
 
     // The largest distance, in pixels, of a corner from the line through its row's corners.
-    static double bending(const cv::Mat& picture) {
+    static double bending(const cv::Mat& image) {
         std::vector<cv::Point2f> corners;
-        if (!cv::findChessboardCorners(picture, test::boardPattern, corners, 3)) {
+        if (!cv::findChessboardCorners(image, test::boardPattern, corners, 3)) {
             return 1e9;
         }
-        cv::cornerSubPix(picture, corners, {5, 5}, {-1, -1}, {3, 50, 0.001});
+        cv::cornerSubPix(image, corners, {5, 5}, {-1, -1}, {3, 50, 0.001});
         double most = 0;
         for (std::size_t row = 0; row < 6; ++row) {
             const std::vector<cv::Point2f> points(corners.begin() + static_cast<long>(row * 9),
@@ -228,7 +228,7 @@ TEST_F(KnownWorld, IsRecoveredAndStraightLinesBecomeStraight) {
         const Dib flat = undistort(*test::dibOf(view));
         ASSERT_NE(flat, nullptr);
         const double after = bending(test::matOf(*flat));
-        if (after < 1e8) { // the board may have left the picture
+        if (after < 1e8) { // the board may have left the image
             bentBefore = std::max(bentBefore, bending(view));
             bentAfter = std::max(bentAfter, after);
         }
@@ -242,17 +242,17 @@ TEST_F(Calibration, UndistortionIsTheBicubicRemapOnTheCalibratedMatrix) {
     storeKnownCamera();
     const test::KnownCamera known;
     for (const bool grey : {false, true}) {
-        const cv::Mat picture = test::photo("left01.jpg", grey);
+        const cv::Mat image = test::photo("left01.jpg", grey);
         cv::Mat map1, map2, expected;
         cv::initUndistortRectifyMap(known.matrix, known.distortion, cv::Mat(), known.matrix,
-                                    picture.size(), CV_32FC1, map1, map2);
-        cv::remap(picture, expected, map1, map2, cv::INTER_CUBIC, cv::BORDER_CONSTANT,
+                                    image.size(), CV_32FC1, map1, map2);
+        cv::remap(image, expected, map1, map2, cv::INTER_CUBIC, cv::BORDER_CONSTANT,
                   cv::Scalar(0, 0, 0, 0));
-        const Dib dib = undistort(*test::dibOf(picture));
+        const Dib dib = undistort(*test::dibOf(image));
         ASSERT_NE(dib, nullptr);
         EXPECT_THAT(*dib, test::IsIdenticalTo(expected));
         cv::Mat bilinear;
-        cv::remap(picture, bilinear, map1, map2, cv::INTER_LINEAR);
+        cv::remap(image, bilinear, map1, map2, cv::INTER_LINEAR);
         EXPECT_THAT(*dib, testing::Not(test::IsIdenticalTo(bilinear)));
     }
 }
@@ -279,7 +279,7 @@ TEST_F(Calibration, MapSamplesNeedBothPointers) {
     EXPECT_EQ(value, -1);
 }
 
-TEST_F(Calibration, MapSamplesOfWideAndHighPictures) {
+TEST_F(Calibration, MapSamplesOfWideAndHighImages) {
     storeKnownCamera();
     const test::KnownCamera known;
     for (const cv::Size size : {cv::Size(64, 33), cv::Size(64, 32), cv::Size(65, 20),
@@ -321,7 +321,7 @@ TEST_F(Calibration, BitmapsThatCannotBeUndistorted) {
     EXPECT_EQ(b, -1);
 }
 
-TEST_F(Calibration, PicturesBeyondWhatRemapTakesAreOpenCvsToRefuse) {
+TEST_F(Calibration, ImagesBeyondWhatRemapTakesAreOpenCvsToRefuse) {
     storeKnownCamera();
     EXPECT_EQ(undistort(*test::makeDib(40000, 2, 8)), nullptr);
     EXPECT_EQ(host.messages.size(), 1U);

@@ -1,4 +1,4 @@
-// Previews in a window of a real X server: its pixels are read back and compared with the picture
+// Previews in a window of a real X server: its pixels are read back and compared with the image
 // that should be there.
 #include "bridge/preview.h"
 #include "calib/calibrate.h"
@@ -22,12 +22,12 @@ namespace {
 
 using test::XWindow;
 
-// The window's content when `picture` lies at its top left.
-cv::Mat expectedPixels(cv::Size window, const cv::Mat& picture) {
+// The window's content when `image` lies at its top left.
+cv::Mat expectedPixels(cv::Size window, const cv::Mat& image) {
     cv::Mat pixels(window, CV_8UC3, cv::Scalar(XWindow::background));
-    const cv::Rect shown(0, 0, std::min(window.width, picture.cols),
-                         std::min(window.height, picture.rows));
-    picture(shown).copyTo(pixels(shown));
+    const cv::Rect shown(0, 0, std::min(window.width, image.cols),
+                         std::min(window.height, image.rows));
+    image(shown).copyTo(pixels(shown));
     return pixels;
 }
 

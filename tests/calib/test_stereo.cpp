@@ -32,7 +32,7 @@ const std::vector<std::pair<std::string, std::string>> stereoFiles{
 
 using Matrices = std::map<std::string, cv::Mat>;
 
-// The definition, spelled out with OpenCV's own calls, one picture after the other.
+// The definition, spelled out with OpenCV's own calls, one image after the other.
 Matrices direct(const std::vector<std::string>& files, float square) {
     std::vector<cv::Point3f> model;
     for (int i = 0; i < 6; ++i) {
@@ -258,16 +258,16 @@ protected:
 TEST_F(Rectification, InterpolationCodeIsThreeOnPurpose) {
     for (const bool grey : {false, true}) {
         for (const int camera : {1, 2}) {
-            const cv::Mat picture = test::photo(camera == 1 ? "left01.jpg" : "right01.jpg", grey);
+            const cv::Mat image = test::photo(camera == 1 ? "left01.jpg" : "right01.jpg", grey);
             const std::string n = std::to_string(camera);
             cv::Mat map1, map2, expected, cubic;
             cv::initUndistortRectifyMap(test::stored(folder / ("M" + n + ".xml"), "MM" + n),
                                         test::stored(folder / ("D" + n + ".xml"), "D" + n),
-                                        rotation[camera - 1], projection[camera - 1],
-                                        picture.size(), CV_32FC1, map1, map2);
-            cv::remap(picture, expected, map1, map2, 3, cv::BORDER_CONSTANT, cv::Scalar());
-            cv::remap(picture, cubic, map1, map2, cv::INTER_CUBIC);
-            const Dib dib = rectified(*test::dibOf(picture), camera);
+                                        rotation[camera - 1], projection[camera - 1], image.size(),
+                                        CV_32FC1, map1, map2);
+            cv::remap(image, expected, map1, map2, 3, cv::BORDER_CONSTANT, cv::Scalar());
+            cv::remap(image, cubic, map1, map2, cv::INTER_CUBIC);
+            const Dib dib = rectified(*test::dibOf(image), camera);
             ASSERT_NE(dib, nullptr);
             EXPECT_THAT(*dib, test::IsIdenticalTo(expected));
             EXPECT_THAT(*dib, testing::Not(test::IsIdenticalTo(cubic)));
@@ -276,12 +276,12 @@ TEST_F(Rectification, InterpolationCodeIsThreeOnPurpose) {
 }
 
 TEST_F(Rectification, EveryCameraButOneIsTheSecond) {
-    const Dib picture = test::dibOf(test::scene(48, 64));
-    const cv::Mat second = test::matOf(*rectified(*picture, 2));
-    const cv::Mat first = test::matOf(*rectified(*picture, 1));
+    const Dib image = test::dibOf(test::scene(48, 64));
+    const cv::Mat second = test::matOf(*rectified(*image, 2));
+    const cv::Mat first = test::matOf(*rectified(*image, 1));
     EXPECT_THAT(first, testing::Not(test::IsIdenticalTo(second)));
     for (const int camera : {0, -5, 3, 1000}) {
-        EXPECT_THAT(*rectified(*picture, camera), test::IsIdenticalTo(second));
+        EXPECT_THAT(*rectified(*image, camera), test::IsIdenticalTo(second));
     }
 }
 
@@ -289,9 +289,9 @@ TEST_F(Rectification, OneCamerasFilesServeThatCamera) {
     for (const std::string name : {"M2.xml", "D2.xml", "R2.xml", "P2.xml"}) {
         std::filesystem::remove(folder / name);
     }
-    const Dib picture = test::makeDib(64, 48, 24);
-    EXPECT_NE(rectified(*picture, 1), nullptr);
-    EXPECT_EQ(rectified(*picture, 2), nullptr);
+    const Dib image = test::makeDib(64, 48, 24);
+    EXPECT_NE(rectified(*image, 1), nullptr);
+    EXPECT_EQ(rectified(*image, 2), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }
 

@@ -84,13 +84,13 @@ public:
                 fine.at<unsigned char>(y, x) = brightness(onBoard[0], onBoard[1]);
             }
         }
-        cv::Mat picture;
-        cv::resize(fine, picture, m_size, 0, 0, cv::INTER_AREA);
+        cv::Mat image;
+        cv::resize(fine, image, m_size, 0, 0, cv::INTER_AREA);
         cv::RNG rng(seed);
         cv::Mat noise(m_size, CV_16SC1);
         rng.fill(noise, cv::RNG::NORMAL, 0, 2);
-        cv::add(picture, noise, picture, cv::noArray(), CV_8U);
-        return picture;
+        cv::add(image, noise, image, cv::noArray(), CV_8U);
+        return image;
     }
 
 private:

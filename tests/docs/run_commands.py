@@ -15,7 +15,7 @@ sys.path.insert(0, str(ROOT / "tests/support"))
 from start_server import StartServer
 IMAGES = {
     "photo.jpg": "messi5.jpg",
-    "picture.jpg": "left05.jpg",
+    "image.jpg": "left05.jpg",
     "building.jpg": "building.jpg",
     "facade.jpg": "building.jpg",
     "board.jpg": "left01.jpg",

@@ -20,7 +20,7 @@ bool sameBits(double a, double b) {
 // unknown one takes too long.
 void compareSearch(const test::Arguments& a) {
     tarvix::MarkedQuad quad;
-    quad.picture = {40, 30};
+    quad.image = {40, 30};
     for (std::size_t i = 0; i < 4; ++i) {
         quad.corners[i] = {a.from[2 * i], a.from[2 * i + 1]};
     }

@@ -13,9 +13,9 @@ namespace {
 using Polygon = std::vector<cv::Point2d>;
 
 Polygon project(const MarkedQuad& quad, double pitch, double yaw, double roll, double focal) {
-    const double cx = quad.picture.width * 0.5;
-    const double cy = quad.picture.height * 0.5;
-    const double fPix = std::max(quad.picture.width, quad.picture.height) / 36.0 * focal;
+    const double cx = quad.image.width * 0.5;
+    const double cy = quad.image.height * 0.5;
+    const double fPix = std::max(quad.image.width, quad.image.height) / 36.0 * focal;
     const int f = truncateToInt(fPix);
 
     cv::Matx33d r = RotationZ(-roll);

@@ -37,7 +37,7 @@ T pick(std::mt19937_64& random, const T (&values)[N]) {
 
 bool inside(const MarkedQuad& quad) {
     return std::all_of(quad.corners.begin(), quad.corners.end(), [&](const cv::Point2d& p) {
-        return p.x >= 0.0 && p.y >= 0.0 && p.x < quad.picture.width && p.y < quad.picture.height;
+        return p.x >= 0.0 && p.y >= 0.0 && p.x < quad.image.width && p.y < quad.image.height;
     });
 }
 
@@ -73,7 +73,7 @@ void facade(std::mt19937_64& random, QuadCase& c) {
 
 void facadeInExtremePose(std::mt19937_64& random, QuadCase& c) {
     SimulatedView view;
-    view.picture = c.quad.picture;
+    view.image = c.quad.image;
     view.pitchDeg = uniform(random, -65.0, 65.0);
     view.yawDeg = uniform(random, -65.0, 65.0);
     view.rollDeg = uniform(random, -60.0, 60.0);
@@ -85,12 +85,12 @@ void facadeInExtremePose(std::mt19937_64& random, QuadCase& c) {
 }
 
 void convex(std::mt19937_64& random, QuadCase& c) {
-    c.quad.corners = randomConvex(random, c.quad.picture);
+    c.quad.corners = randomConvex(random, c.quad.image);
 }
 
 void anyFourPoints(std::mt19937_64& random, QuadCase& c) {
     for (cv::Point2d& q : c.quad.corners) {
-        q = randomPoint(random, c.quad.picture);
+        q = randomPoint(random, c.quad.image);
     }
 }
 
@@ -114,8 +114,8 @@ void onALineInWholeSteps(std::mt19937_64& random, QuadCase& c) {
 }
 
 void onALineInFractions(std::mt19937_64& random, QuadCase& c) {
-    const cv::Point2d a = randomPoint(random, c.quad.picture);
-    const cv::Point2d b = randomPoint(random, c.quad.picture);
+    const cv::Point2d a = randomPoint(random, c.quad.image);
+    const cv::Point2d b = randomPoint(random, c.quad.image);
     for (cv::Point2d& q : c.quad.corners) {
         q = a + (b - a) * uniform(random, 0.0, 1.0);
     }
@@ -134,8 +134,8 @@ void repeatedPoints(std::mt19937_64& random, QuadCase& c) {
 }
 
 void selfCrossingOfNoArea(std::mt19937_64& random, QuadCase& c) {
-    const double w = uniform(random, 0.1, 0.9) * c.quad.picture.width;
-    const double h = uniform(random, 0.1, 0.9) * c.quad.picture.height;
+    const double w = uniform(random, 0.1, 0.9) * c.quad.image.width;
+    const double h = uniform(random, 0.1, 0.9) * c.quad.image.height;
     c.quad.corners = {cv::Point2d(0, 0), cv::Point2d(w, h), cv::Point2d(w, 0), cv::Point2d(0, h)};
 }
 
@@ -158,14 +158,14 @@ void allScaled(std::mt19937_64& random, QuadCase& c) {
     for (cv::Point2d& q : c.quad.corners) {
         q *= unit;
         if (random() % 2 == 0) {
-            q += cv::Point2d(c.quad.picture.width * 0.5, c.quad.picture.height * 0.5);
+            q += cv::Point2d(c.quad.image.width * 0.5, c.quad.image.height * 0.5);
         }
     }
 }
 
 void sliver(std::mt19937_64& random, QuadCase& c) {
     convex(random, c);
-    const double height = c.quad.picture.height;
+    const double height = c.quad.image.height;
     const double thin = powerOfTen(random, -17, -1);
     for (cv::Point2d& q : c.quad.corners) {
         q.y = height * uniform(random, 0.49, 0.51) + (q.y - height * 0.5) * thin;
@@ -179,7 +179,7 @@ Corners rectangleAround(const cv::Point2d& m, double w, double h) {
 }
 
 void rectangle(std::mt19937_64& random, QuadCase& c) {
-    const cv::Size size = c.quad.picture;
+    const cv::Size size = c.quad.image;
     const double w = std::floor(uniform(random, 0.1, 0.5) * size.width);
     const double h = std::floor(uniform(random, 0.1, 0.5) * size.height);
     const double x = random() % 2 == 0 ? 0.0 : std::floor(uniform(random, -w, w));
@@ -188,7 +188,7 @@ void rectangle(std::mt19937_64& random, QuadCase& c) {
 }
 
 void nearRectangle(std::mt19937_64& random, QuadCase& c) {
-    const cv::Size size = c.quad.picture;
+    const cv::Size size = c.quad.image;
     const double shake = powerOfTen(random, -15, -1) * size.width;
     c.quad.corners =
         rectangleAround({size.width * 0.5, size.height * 0.5}, 0.3 * size.width, 0.3 * size.height);
@@ -202,7 +202,7 @@ void concave(std::mt19937_64& random, QuadCase& c) {
     convex(random, c);
     Corners& p = c.quad.corners;
     p[random() % 4] = (p[0] + p[1] + p[2] + p[3]) * 0.25 +
-                      cv::Point2d(uniform(random, -0.05, 0.05) * c.quad.picture.width, 0.0);
+                      cv::Point2d(uniform(random, -0.05, 0.05) * c.quad.image.width, 0.0);
 }
 
 struct Kind {
@@ -231,12 +231,12 @@ constexpr Kind kinds[] = {{"facade", facade},
 
 MarkedQuad photograph(const SimulatedView& view) {
     const cv::Matx33d back = rayRotation(view.pitchDeg, view.yawDeg, view.rollDeg).t();
-    const Lens lens(view.picture, view.focalMm);
-    const double cx = view.picture.width * 0.5;
-    const double cy = view.picture.height * 0.5;
+    const Lens lens(view.image, view.focalMm);
+    const double cx = view.image.width * 0.5;
+    const double cy = view.image.height * 0.5;
     const double sx[] = {-0.5, 0.5, 0.5, -0.5};
     const double sy[] = {-0.5, -0.5, 0.5, 0.5};
-    MarkedQuad quad{view.picture, {}};
+    MarkedQuad quad{view.image, {}};
     for (std::size_t i = 0; i < 4; ++i) {
         const cv::Matx13d upright(view.centreX + sx[i] * view.width,
                                   view.centreY + sy[i] * view.height, 1.0);
@@ -251,7 +251,7 @@ MarkedQuad randomFacade(std::mt19937_64& random) {
     const cv::Size sizes[] = {{1600, 1200}, {3000, 2000}, {4000, 3000}, {1080, 1920}, {6000, 4000}};
     while (true) {
         SimulatedView view;
-        view.picture = pick(random, sizes);
+        view.image = pick(random, sizes);
         view.pitchDeg = uniform(random, -30.0, 30.0);
         view.yawDeg = uniform(random, -30.0, 30.0);
         view.rollDeg = uniform(random, -8.0, 8.0);
@@ -285,7 +285,7 @@ std::vector<QuadCase> hostileCases(std::uint64_t seed, int count) {
         const Kind& kind = kinds[static_cast<std::size_t>(i) % std::size(kinds)];
         QuadCase c;
         c.focalMm = pick(random, focals);
-        c.quad.picture = pick(random, sizes);
+        c.quad.image = pick(random, sizes);
         kind.draw(random, c);
         c.name = kind.name + (" " + std::to_string(i));
         cases.push_back(c);

@@ -13,7 +13,7 @@ namespace tarvix::test {
 
 // A rectangle in the world, upright before the camera turned, as a camera sees it.
 struct SimulatedView {
-    cv::Size picture{1600, 1200};
+    cv::Size image{1600, 1200};
     double pitchDeg = 0.0; // the correcting angles: turning the rays by them straightens the view
     double yawDeg = 0.0;
     double rollDeg = 0.0;
@@ -34,7 +34,7 @@ struct QuadCase {
 };
 
 // A facade as a person would photograph and mark it: moderate angles, 18 to 45 mm, corners within
-// the picture, marked to about a pixel.
+// the image, marked to about a pixel.
 MarkedQuad randomFacade(std::mt19937_64& random);
 
 // count cases, deterministic for the seed, cycling through all classes.

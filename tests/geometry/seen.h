@@ -19,7 +19,7 @@ struct View {
 };
 
 inline Lens lensOf(const View& view) {
-    Lens lens(view.quad.picture, 1.0);
+    Lens lens(view.quad.image, 1.0);
     lens.focalPx = view.focalPx;
     lens.perspective =
         PerspectiveMatrix(truncateToInt(view.focalPx), truncateToInt(view.focalPx), view.focalPx);

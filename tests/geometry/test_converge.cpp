@@ -16,12 +16,12 @@ using namespace tarvix;
 using test::photograph;
 using test::SimulatedView;
 
-const cv::Size picture(1200, 900);
-const MarkedQuad tilted{picture, {cv::Point2d(350, 200), {880, 240}, {1010, 720}, {230, 690}}};
+const cv::Size image(1200, 900);
+const MarkedQuad tilted{image, {cv::Point2d(350, 200), {880, 240}, {1010, 720}, {230, 690}}};
 
 double rightAngleError(const MarkedQuad& quad, const Pose& p) {
     return RightAngleError(ProjectCorners(quad, rayRotation(p.pitchDeg, p.yawDeg, p.rollDeg),
-                                          Lens(quad.picture, p.focalMm)));
+                                          Lens(quad.image, p.focalMm)));
 }
 
 TEST(Lens, TheLongerSideIs36Millimetres) {
@@ -36,14 +36,14 @@ TEST(RayRotation, YawPitchThenRollReversed) {
 }
 
 TEST(ProjectCorners, AnUnturnedCameraSeesTheMarkedCorners) {
-    const Corners q = ProjectCorners(tilted, rayRotation(0, 0, 0), Lens(picture, 36.0));
+    const Corners q = ProjectCorners(tilted, rayRotation(0, 0, 0), Lens(image, 36.0));
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_LE(cv::norm(q[i] - tilted.corners[i]), 1e-9);
     }
 }
 
 TEST(ProjectCorners, ScalesByTheWholePartOfTheFocalLength) {
-    const Lens lens(picture, 36.02); // 1200.67 pixels
+    const Lens lens(image, 36.02); // 1200.67 pixels
     const Corners q = ProjectCorners(tilted, rayRotation(0, 0, 0), lens);
     const cv::Point2d centre(600, 450);
     for (std::size_t i = 0; i < 4; ++i) {
@@ -57,10 +57,10 @@ TEST(ProjectCorners, TermsMultipliedByZeroStay) {
     // x overflows when it is scaled; 0 times it then spoils the depth, and with it y.
     MarkedQuad quad = tilted;
     quad.corners[0].x = 1e308;
-    const Corners q = ProjectCorners(quad, rayRotation(45, 45, 0), Lens(picture, 36.0));
+    const Corners q = ProjectCorners(quad, rayRotation(45, 45, 0), Lens(image, 36.0));
     quad.corners[0] = {1.7e308, 1.7e308};
     const Corners r =
-        ProjectCorners(quad, cv::Matx33d(2, 0, 0, 0, 1, 0, 0, 0, 1), Lens(picture, 36.0));
+        ProjectCorners(quad, cv::Matx33d(2, 0, 0, 0, 1, 0, 0, 0, 1), Lens(image, 36.0));
     EXPECT_TRUE(std::isnan(r[0].x));
     EXPECT_TRUE(std::isnan(r[0].y));
     EXPECT_TRUE(std::isfinite(r[1].y));
@@ -91,7 +91,7 @@ TEST(AxisAlignmentError, SumsTheOffsetsInPixels) {
 TEST(Correction, TheAreaRatioIsNotSquareRooted) {
     const Pose pose{12.0, -8.0, 3.0, 30.0};
     const Corners projected =
-        ProjectCorners(tilted, rayRotation(12.0, -8.0, 3.0), Lens(picture, 30.0));
+        ProjectCorners(tilted, rayRotation(12.0, -8.0, 3.0), Lens(image, 30.0));
     const double ratio = PolygonArea(tilted.corners) / PolygonArea(projected);
     ASSERT_GT(std::abs(ratio - 1.0), 0.05);
     const Corners corrected = correctCorners(tilted, pose, {});

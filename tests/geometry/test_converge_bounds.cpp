@@ -86,7 +86,7 @@ std::vector<View> manyViews() {
     std::vector<View> views;
     for (const QuadCase& c : hostileCases(99, 2000)) {
         for (int i = 0; i < 40; ++i) {
-            const double focalPx = Lens(c.quad.picture, uniform(random, 0.1, 50.0)).focalPx;
+            const double focalPx = Lens(c.quad.image, uniform(random, 0.1, 50.0)).focalPx;
             views.push_back(
                 {c.quad, focalPx, uniform(random, -66.0, 66.0), uniform(random, -66.0, 66.0)});
         }

@@ -141,7 +141,7 @@ TEST_F(ConvergeExports, PitchOnlyChangesOnlyTheFinalCorrection) {
     }
 }
 
-TEST_F(ConvergeExports, ScaleTwoDoublesAndThePictureKeepsItsSize) {
+TEST_F(ConvergeExports, ScaleTwoDoublesAndTheImageKeepsItsSize) {
     const Dib source = dibOf(test::scene(180, 240));
     std::array<double, 12> one{};
     const Dib a(tx_Converge(*source, corners.data(), 30.0, 1, 0, 0, 0, one.data()));
@@ -188,24 +188,24 @@ TEST_F(ConvergeExports, UnsupportedBitmapsAndImpossibleCornersPassOpenCvsExcepti
 
 // The scaled correction
 
-TEST_F(ConvergeExports, ScaledWithIdenticalCornersGivesThePicture) {
+TEST_F(ConvergeExports, ScaledWithIdenticalCornersGivesTheImage) {
     for (const int type : {CV_8UC1, CV_8UC3}) {
-        const cv::Mat picture = test::noise(31, 37, type);
+        const cv::Mat image = test::noise(31, 37, type);
         Points p = {3, 2, 30, 4, 33, 29, 1, 25};
-        const Dib out(tx_ConvergeScaled(*dibOf(picture), p.data(), p.data()));
+        const Dib out(tx_ConvergeScaled(*dibOf(image), p.data(), p.data()));
         ASSERT_NE(out, nullptr);
         EXPECT_EQ(out->m_bmi.bmiHeader.biBitCount, type == CV_8UC1 ? 8 : 24);
-        EXPECT_THAT(*out, IsIdenticalTo(picture));
+        EXPECT_THAT(*out, IsIdenticalTo(image));
     }
 }
 
 TEST_F(ConvergeExports, ScaledByOneHalfShrinksIntoTheTopLeftQuarterOnWhite) {
-    const cv::Mat picture(60, 80, CV_8UC3, cv::Scalar(10, 20, 30));
+    const cv::Mat image(60, 80, CV_8UC3, cv::Scalar(10, 20, 30));
     Points from = box(0, 0, 80, 60);
     Points to = box(0, 0, 40, 30);
-    const Dib out(tx_ConvergeScaled(*dibOf(picture), from.data(), to.data()));
+    const Dib out(tx_ConvergeScaled(*dibOf(image), from.data(), to.data()));
     const cv::Mat m = matOf(*out);
-    EXPECT_EQ(m.size(), picture.size());
+    EXPECT_EQ(m.size(), image.size());
     EXPECT_EQ(m.at<cv::Vec3b>(20, 30), cv::Vec3b(10, 20, 30));
     EXPECT_EQ(m.at<cv::Vec3b>(20, 50), white);
     EXPECT_EQ(m.at<cv::Vec3b>(40, 30), white);
@@ -249,40 +249,40 @@ TEST_F(ConvergeExports, AlignRefusesAllButColourImages) {
 
 TEST_F(ConvergeExports, AlignWithIdenticalPointsCopiesTheImageAtEveryWidth) {
     for (int width = 8; width < 17; ++width) {
-        const cv::Mat picture = test::noise(13, width, CV_8UC3, 3);
+        const cv::Mat image = test::noise(13, width, CV_8UC3, 3);
         Points p = {0, 0, 7, 1, 6, 11, 1, 12};
-        const Dib out(tx_PerspAlign(*dibOf(picture), *test::makeDib(width, -13, 8), p.data(),
+        const Dib out(tx_PerspAlign(*dibOf(image), *test::makeDib(width, -13, 8), p.data(),
                                     p.data(), 9, 9, 9));
         ASSERT_NE(out, nullptr);
         EXPECT_EQ(out->m_bmi.bmiHeader.biBitCount, 24);
         EXPECT_EQ(out->m_bmi.bmiHeader.biHeight, 13);
-        EXPECT_THAT(*out, IsIdenticalTo(picture)) << width;
+        EXPECT_THAT(*out, IsIdenticalTo(image)) << width;
     }
 }
 
 TEST_F(ConvergeExports, AlignIntoALargerFrameFillsWithTheColourBlueFirst) {
-    const cv::Mat picture = test::noise(13, 21, CV_8UC3);
+    const cv::Mat image = test::noise(13, 21, CV_8UC3);
     Points p = {0, 0, 20, 1, 18, 11, 1, 12};
     const Dib out(
-        tx_PerspAlign(*dibOf(picture), *test::makeDib(50, 40, 32), p.data(), p.data(), 255, 0, 0));
+        tx_PerspAlign(*dibOf(image), *test::makeDib(50, 40, 32), p.data(), p.data(), 255, 0, 0));
     const cv::Mat m = matOf(*out);
     ASSERT_EQ(m.size(), cv::Size(50, 40));
-    EXPECT_THAT(m(cv::Rect(0, 0, 21, 13)), IsIdenticalTo(picture));
+    EXPECT_THAT(m(cv::Rect(0, 0, 21, 13)), IsIdenticalTo(image));
     EXPECT_EQ(m.at<cv::Vec3b>(39, 49), cv::Vec3b(255, 0, 0));
     EXPECT_EQ(m.at<cv::Vec3b>(20, 5), cv::Vec3b(255, 0, 0));
 }
 
 TEST_F(ConvergeExports, AlignTouchesNoPaddingAndSamplesNone) {
     for (const int width : {33, 34, 35}) { // 1 to 3 bytes of padding
-        cv::Mat picture(29, width, CV_8UC3, cv::Scalar(40, 50, 60));
-        const Dib image = dibOf(picture); // poisoned padding
-        const std::vector<unsigned char> before = storedBytes(*image);
+        cv::Mat image(29, width, CV_8UC3, cv::Scalar(40, 50, 60));
+        const Dib bitmap = dibOf(image); // poisoned padding
+        const std::vector<unsigned char> before = storedBytes(*bitmap);
         Points from = box(0, 0, width - 1, 28);
         Points to = box(-8, -8, width + 8, 40); // enlarged: reaches past every edge
-        const Dib out(tx_PerspAlign(*image, *image, from.data(), to.data(), 40, 50, 60));
+        const Dib out(tx_PerspAlign(*bitmap, *bitmap, from.data(), to.data(), 40, 50, 60));
         ASSERT_NE(out, nullptr);
-        EXPECT_THAT(*out, IsIdenticalTo(picture)) << width;
-        EXPECT_EQ(storedBytes(*image), before);
+        EXPECT_THAT(*out, IsIdenticalTo(image)) << width;
+        EXPECT_EQ(storedBytes(*bitmap), before);
         // A new bitmap is all zero; the fill colour must not have spilled into the padding.
         const std::vector<unsigned char> bytes = storedBytes(*out);
         const std::size_t stride = test::rowBytes(width, 24);
@@ -295,19 +295,19 @@ TEST_F(ConvergeExports, AlignTouchesNoPaddingAndSamplesNone) {
 }
 
 TEST_F(ConvergeExports, AlignTakesRowsAsStoredBottomUp) {
-    const cv::Mat picture = test::noise(13, 21, CV_8UC3);
+    const cv::Mat image = test::noise(13, 21, CV_8UC3);
     const Dib topDown = test::makeDib(21, -13, 24);
-    const Dib bottomUp = dibOf(picture);
+    const Dib bottomUp = dibOf(image);
     const std::vector<unsigned char> bytes = storedBytes(*bottomUp);
     std::copy(bytes.begin(), bytes.end(), topDown->m_pBits);
     Points p = {0, 0, 20, 1, 18, 11, 1, 12};
     const Dib out(tx_PerspAlign(*topDown, *bottomUp, p.data(), p.data(), 0, 0, 0));
-    EXPECT_THAT(*out, IsIdenticalTo(picture));
+    EXPECT_THAT(*out, IsIdenticalTo(image));
 }
 
 TEST_F(ConvergeExports, AlignEqualsTheWarpOfACopy) {
     for (const int width : {641, 11003, 20001}) { // rows of less and of more than 32767 bytes
-        const cv::Mat picture = test::noise(90, width, CV_8UC3);
+        const cv::Mat image = test::noise(90, width, CV_8UC3);
         Points from = {1, 2, width - 5.0, 3, width - 9.0, 85, 4, 80};
         Points to = {12, 9, width * 0.9, 0, width * 0.8, 99, -3, 70};
         std::vector<cv::Point2d> f, t;
@@ -316,9 +316,9 @@ TEST_F(ConvergeExports, AlignEqualsTheWarpOfACopy) {
             t.emplace_back(to[2 * i], to[2 * i + 1]);
         }
         cv::Mat expected;
-        cv::warpPerspective(picture, expected, cv::findHomography(f, t), {width, 100},
+        cv::warpPerspective(image, expected, cv::findHomography(f, t), {width, 100},
                             cv::INTER_LINEAR, cv::BORDER_CONSTANT, cv::Scalar(7, 8, 9));
-        const Dib out(tx_PerspAlign(*dibOf(picture), *test::makeDib(width, 100, 1), from.data(),
+        const Dib out(tx_PerspAlign(*dibOf(image), *test::makeDib(width, 100, 1), from.data(),
                                     to.data(), 7, 8, 9));
         ASSERT_NE(out, nullptr);
         EXPECT_THAT(*out, IsIdenticalTo(expected)) << width;
@@ -365,20 +365,20 @@ public:
     mutable std::atomic<int> count = 0;
 };
 
-TEST_F(ConvergeExports, AlignMakesNoIntermediatePicture) {
+TEST_F(ConvergeExports, AlignMakesNoIntermediateImage) {
     const Dib image = test::makeDib(1203, 901, 24);
     const Dib reference = test::makeDib(1001, 803, 24);
-    constexpr std::size_t pictureBytes = 1000 * 800 * 3;
+    constexpr std::size_t imageBytes = 1000 * 800 * 3;
     Points from = {100, 100, 1000, 130, 1100, 800, 50, 850};
     Points to = box(0, 0, 1000, 800);
     const WatchingAllocator watch;
     const Dib aligned(tx_PerspAlign(*image, *reference, from.data(), to.data(), 0, 0, 0));
     ASSERT_NE(aligned, nullptr);
     EXPECT_GT(watch.count, 0); // the homography's
-    EXPECT_LT(watch.largest, pictureBytes / 100);
-    // The watch does see pictures: the scaled correction copies the bitmap.
+    EXPECT_LT(watch.largest, imageBytes / 100);
+    // The watch does see images: the scaled correction copies the bitmap.
     const Dib scaled(tx_ConvergeScaled(*image, from.data(), to.data()));
-    EXPECT_GE(watch.largest, pictureBytes);
+    EXPECT_GE(watch.largest, imageBytes);
 }
 
 } // namespace

@@ -28,9 +28,9 @@ std::string text(const Pose& p) {
            std::to_string(p.rollDeg) + " " + std::to_string(p.focalMm);
 }
 
-MarkedQuad rectangle(cv::Size picture, double halfWidth, double halfHeight) {
-    const cv::Point2d c(picture.width * 0.5, picture.height * 0.5);
-    return {picture,
+MarkedQuad rectangle(cv::Size image, double halfWidth, double halfHeight) {
+    const cv::Point2d c(image.width * 0.5, image.height * 0.5);
+    return {image,
             {cv::Point2d(c.x - halfWidth, c.y - halfHeight),
              cv::Point2d(c.x + halfWidth, c.y - halfHeight),
              cv::Point2d(c.x + halfWidth, c.y + halfHeight),
@@ -52,7 +52,7 @@ TEST(Search, EqualsThePlainScanToTheBit) {
         const Pose fast = findPose(c.quad, c.focalMm);
         const Pose plain = literalScan(c.quad, c.focalMm);
         if (bits(fast) != bits(plain) && ++differences < 10) {
-            ADD_FAILURE() << c.name << " in " << c.quad.picture << ", focal " << c.focalMm << ": "
+            ADD_FAILURE() << c.name << " in " << c.quad.image << ", focal " << c.focalMm << ": "
                           << text(fast) << " instead of " << text(plain);
         }
     }
@@ -74,7 +74,7 @@ TEST(Search, ErrorsEqualThePlainScansErrors) {
         const double focal = c.focalMm == 0.0 ? 26.0 : c.focalMm;
         const Corners q =
             projectOntoCentroid(c.quad, PolygonCentroid(c.quad.corners),
-                                rayRotation(12.5, -7.0, 3.0), Lens(c.quad.picture, focal));
+                                rayRotation(12.5, -7.0, 3.0), Lens(c.quad.image, focal));
         const auto same = [](double a, double b) {
             return a == b || (std::isnan(a) && std::isnan(b));
         };
@@ -105,7 +105,7 @@ TEST(Search, AFaceOnRectangleWithUnknownFocalTakesTheFirstCandidates) {
 TEST(Search, FineStagesMayTryZeroAndNegativeFocalLengths) {
     // Seen from so close that the coarse scan ends at its lowest focal length.
     SimulatedView view;
-    view.picture = {1200, 900};
+    view.image = {1200, 900};
     view.pitchDeg = 20;
     view.yawDeg = -15;
     view.focalMm = 0.5;

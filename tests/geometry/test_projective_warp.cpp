@@ -34,16 +34,16 @@ cv::Size canvasSize(const Corners& to) {
 
 using Projective = test::SilentExportTest;
 
-TEST_F(Projective, SameCornersGiveThePictureAndAFullMask) {
+TEST_F(Projective, SameCornersGiveTheImageAndAFullMask) {
     for (const int type : {CV_8UC1, CV_8UC3}) {
         for (const int width : {3, 4, 37}) {
-            const cv::Mat picture = test::noise(29, width, type);
+            const cv::Mat image = test::noise(29, width, type);
             Corners corners = box(0, 0, width, 29);
-            const Dib source = test::dibOf(picture);
+            const Dib source = test::dibOf(image);
             const Dib warped(tx_Projective(*source, corners.data(), corners.data()));
             ASSERT_NE(warped, nullptr);
             EXPECT_EQ(warped->m_bmi.bmiHeader.biBitCount, type == CV_8UC1 ? 8 : 24);
-            EXPECT_THAT(*warped, IsIdenticalTo(picture));
+            EXPECT_THAT(*warped, IsIdenticalTo(image));
             const Dib mask(tx_GetProjectiveMask(*source, corners.data(), corners.data()));
             EXPECT_THAT(*mask, IsIdenticalTo(cv::Mat(29, width, CV_8UC1, cv::Scalar(255))));
         }
@@ -51,8 +51,8 @@ TEST_F(Projective, SameCornersGiveThePictureAndAFullMask) {
 }
 
 TEST_F(Projective, ShiftedTargetsGiveTheSameCanvas) {
-    const cv::Mat picture = test::scene(50, 60);
-    const Dib source = test::dibOf(picture);
+    const cv::Mat image = test::scene(50, 60);
+    const Dib source = test::dibOf(image);
     Corners from{5, 5, 55, 8, 50, 45, 8, 40};
     Corners to{0, 0, 70, 0, 75, 60, 3, 55};
     Corners shifted = to;
@@ -87,7 +87,7 @@ TEST_F(Projective, CornersAreNarrowedToFloat) {
 }
 
 TEST_F(Projective, EqualsTheDefinition) {
-    const cv::Mat picture = test::photo("sudoku.png");
+    const cv::Mat image = test::photo("sudoku.png");
     Corners from{73, 88, 492, 72, 521, 525, 35, 518};
     Corners to{10, 20, 410, 25, 400, 430, 15, 425};
     std::vector<cv::Point2f> f, t;
@@ -98,8 +98,8 @@ TEST_F(Projective, EqualsTheDefinition) {
     const cv::Mat shift = (cv::Mat_<double>(3, 3) << 1, 0, -10, 0, 1, -20, 0, 0, 1);
     const cv::Mat m = shift * cv::getPerspectiveTransform(f, t);
     cv::Mat expected;
-    cv::warpPerspective(picture, expected, m, {400, 410});
-    const Dib warped(tx_Projective(*test::dibOf(picture), from.data(), to.data()));
+    cv::warpPerspective(image, expected, m, {400, 410});
+    const Dib warped(tx_Projective(*test::dibOf(image), from.data(), to.data()));
     EXPECT_THAT(*warped, IsIdenticalTo(expected));
 }
 

@@ -68,7 +68,7 @@ Corners search(const QuadCase& c, Bits& bits) {
 // The homography from the marked corners, scaled down to a small image, and that image warped by
 // it.
 std::string imageBits(const QuadCase& c, const Corners& corrected) {
-    const double scale = 200.0 / std::max(c.quad.picture.width, c.quad.picture.height);
+    const double scale = 200.0 / std::max(c.quad.image.width, c.quad.image.height);
     Corners from = c.quad.corners;
     Corners to = corrected;
     for (std::size_t i = 0; i < 4; ++i) {

@@ -83,8 +83,8 @@ TEST_F(FeatureCommands, RegisterIntoAFolder) {
     const cv::Size canvas(answer.at("canvas")[0].get<int>(), answer.at("canvas")[1].get<int>());
     EXPECT_NEAR(canvas.width, 500, 2);
     EXPECT_NEAR(canvas.height, 430, 2);
-    ASSERT_EQ(answer.at("pictures").size(), 2U);
-    for (const json& image : answer.at("pictures")) {
+    ASSERT_EQ(answer.at("images").size(), 2U);
+    for (const json& image : answer.at("images")) {
         EXPECT_EQ(cv::imread(image.at("output").get<std::string>()).size(), canvas);
     }
     EXPECT_EQ(filesIn(folder / "new/set"), 2) << "only the results stay";
@@ -95,7 +95,7 @@ TEST_F(FeatureCommands, RegisterPrintsJsonOfAnyFileName) {
     const std::string latin = window("caf\xe9.png", 200, 100);
     const ProgramResult run = tarvix({"register", latin, "-o", folder / "set", "--json"});
     EXPECT_EQ(run.status, 0) << run.err;
-    const json image = json::parse(run.out).at("pictures").at(0);
+    const json image = json::parse(run.out).at("images").at(0);
     EXPECT_EQ(image.at("input"), folder / "caf\xef\xbf\xbd.png"); // U+FFFD
 }
 
@@ -119,8 +119,8 @@ TEST_F(FeatureCommands, RegisterSaysWhatWasLeftOut) {
     EXPECT_FALSE(cv::imread(folder / "set/view-03.bmp").empty());
 
     const json answer = json::parse(tarvix({"register", a, home, b, "-o", pattern, "--json"}).out);
-    EXPECT_TRUE(answer.at("pictures")[1].at("output").is_null());
-    EXPECT_THAT(answer.at("pictures")[1].at("reason").get<std::string>(), HasSubstr("too few"));
+    EXPECT_TRUE(answer.at("images")[1].at("output").is_null());
+    EXPECT_THAT(answer.at("images")[1].at("reason").get<std::string>(), HasSubstr("too few"));
 }
 
 TEST_F(FeatureCommands, RegisterAloneWritesTheImage) {
