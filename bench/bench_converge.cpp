@@ -52,6 +52,7 @@ void convergeSearch(benchmark::State& state) {
     }
     state.counters["facades"] = facades;
     state.counters["ratio_median"] = bench::median(ratios);
+    state.counters["spread"] = bench::spread(ratios);
     state.counters["ratio_worst"] = *std::min_element(ratios.begin(), ratios.end());
     state.counters["scan_ms"] = bench::median(plain) * 1e3;
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <vector>
 
 #if defined(__GLIBC__)
@@ -41,7 +42,19 @@ inline double median(std::vector<double> values) {
     return values.empty() ? 0 : values[values.size() / 2];
 }
 
-// Reports the time of `ours` and the counter "ratio" = median of ours / reference.
+// How far values lie from their median: the median absolute deviation. A few pairs that something
+// else disturbed do not move it.
+inline double spread(const std::vector<double>& values) {
+    const double middle = median(values);
+    std::vector<double> distances;
+    for (const double value : values) {
+        distances.push_back(std::abs(value - middle));
+    }
+    return median(distances);
+}
+
+// Reports the time of `ours` and the counters "ratio" = median of ours / reference, "spread" of
+// the pairs' ratios, and "pairs", how many there were.
 template <class Ours, class Reference>
 void paired(benchmark::State& state, Ours&& ours, Reference&& reference,
             Memory memory = Memory::fresh) {
@@ -67,6 +80,8 @@ void paired(benchmark::State& state, Ours&& ours, Reference&& reference,
         references.push_back(b);
     }
     state.counters["ratio"] = median(ratios);
+    state.counters["spread"] = spread(ratios);
+    state.counters["pairs"] = static_cast<double>(ratios.size());
     state.counters["reference_ms"] = median(references) * 1e3;
 }
 
