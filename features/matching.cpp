@@ -4,7 +4,6 @@
 
 #include <opencv2/flann.hpp>
 
-#include <bit>
 #include <cstring>
 #include <stdexcept>
 
@@ -24,6 +23,13 @@ std::uint32_t bitsAt(const cv::Mat& m, int row, int column) {
     std::uint32_t bits = 0;
     std::memcpy(&bits, m.ptr(row, column), sizeof bits);
     return bits;
+}
+
+float floatOf(std::uint32_t bits) { // std::bit_cast needs g++ 11
+    static_assert(sizeof(float) == sizeof bits);
+    float value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
 }
 
 } // namespace
@@ -53,8 +59,8 @@ Neighbours twoNearest(const cv::Mat& descriptors, const cv::Mat& referenceDescri
 }
 
 bool isClearlyNearest(std::uint32_t nearestBits, std::uint32_t secondBits) {
-    const float limit = 0.6F * std::bit_cast<float>(secondBits);
-    return std::bit_cast<float>(nearestBits) <= limit;
+    const float limit = 0.6F * floatOf(secondBits);
+    return floatOf(nearestBits) <= limit;
 }
 
 PointPairs goodMatches(const Neighbours& neighbours, const std::vector<cv::KeyPoint>& keypoints,

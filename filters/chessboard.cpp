@@ -3,20 +3,31 @@
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include <array>
-#include <charconv>
+#include <cmath>
+#include <string>
 #include <utility>
 
 namespace tarvix {
 
 namespace {
 
+// One decimal, correctly rounded, with a point in every locale: as std::to_chars writes it, which
+// needs g++ 11 for numbers with decimals.
 void appendNumber(std::string& text, float value) {
-    std::array<char, 64> digits{}; // a float has at most 39 digits before the point
-    const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(),
-                                            double{value}, std::chars_format::fixed, 1);
-    CV_Assert(error == std::errc{});
-    text.append(digits.data(), end);
+    constexpr float allAreWhole = 1 << 24; // from here on
+    if (!(std::abs(value) < allAreWhole)) {
+        text += cv::format("%.0f", double{value});
+        text += std::isfinite(value) ? ".0" : "";
+        return;
+    }
+    const double tenths = 10 * std::abs(double{value}); // exact: a float has 24 bits
+    int rounded = static_cast<int>(tenths);
+    const double rest = tenths - rounded;
+    if (rest > 0.5 || (rest == 0.5 && rounded % 2 == 1)) {
+        ++rounded;
+    }
+    text += std::signbit(value) ? "-" : "";
+    text += std::to_string(rounded / 10) + '.' + std::to_string(rounded % 10);
 }
 
 } // namespace

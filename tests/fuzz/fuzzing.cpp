@@ -82,7 +82,7 @@ test::Dib smallBitmap(int width, int height, int bitCount, const std::string& co
 
 test::Outcome call(const char* name, test::Arguments& arguments) {
     static_cast<void>(workplace());
-    const test::Export& e = test::exportNamed(name);
+    const test::Export e = test::exportNamed(name);
     const long before = morvel_dib_testing::liveObjects();
     const test::Outcome outcome = test::run(e, arguments, e.passes & ~unsigned{test::passMemory});
     if (morvel_dib_testing::liveObjects() != before) {
