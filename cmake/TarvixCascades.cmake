@@ -25,7 +25,7 @@ if(is_multi_config)
 endif()
 set(copies)
 foreach(cascade IN LISTS TARVIX_CASCADES)
-  cmake_path(GET cascade FILENAME name)
+  get_filename_component(name "${cascade}" NAME)
   add_custom_command(
     OUTPUT "${folder}/${name}"
     COMMAND ${CMAKE_COMMAND} -E copy "${cascade}" "${folder}/${name}"

@@ -82,6 +82,6 @@ if(TARGET tarvix_host)
   endif()
 endif()
 
-if(PROJECT_IS_TOP_LEVEL) # a project that contains this one has packages of its own
+if(TARVIX_IS_TOP_LEVEL) # a project that contains this one has packages of its own
   include(TarvixPackages)
 endif()

@@ -26,7 +26,7 @@ else()
               $<$<BOOL:${TARVIX_WERROR}>:-Werror>)
   # OpenCV's messages name our source: as filters/lines.cpp, without the folder of the machine that built it.
   # ccache passes that folder relative to the build folder.
-  cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY "${CMAKE_BINARY_DIR}" OUTPUT_VARIABLE from_build)
+  file(RELATIVE_PATH from_build "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
   foreach(folder IN ITEMS "${PROJECT_SOURCE_DIR}" "${from_build}")
     target_compile_options(tarvix_options INTERFACE "-fmacro-prefix-map=${folder}/=")
   endforeach()
