@@ -208,6 +208,7 @@ protected:
 };
 
 TEST_F(KnownWorld, IsRecoveredAndStraightLinesBecomeStraight) {
+    ASSERT_GE(names.size(), 11U);
     ASSERT_EQ(calibrate(names), 1);
     const cv::Mat camera = test::stored(folder / "cam.xml", "CameraMatrix");
     const cv::Mat distortion = test::stored(folder / "dist.xml", "DistCoeffs");
