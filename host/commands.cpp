@@ -12,9 +12,9 @@ std::vector<Command> collected() {
     std::vector<Command> all;
     for (const auto& [name, commands] :
          {Family{"filters", filterCommands}, Family{"faces", faceCommands},
-          Family{"geometry", geometryCommands}, Family{"calib", calibrationCommands},
-          Family{"calib", stereoCommands}, Family{"features", featureCommands},
-          Family{"gallery", galleryCommands}}) {
+          Family{"geometry", straighteningCommands}, Family{"geometry", geometryCommands},
+          Family{"calib", calibrationCommands}, Family{"calib", stereoCommands},
+          Family{"features", featureCommands}, Family{"gallery", galleryCommands}}) {
         for (Command& command : commands()) {
             command.family = name;
             all.push_back(std::move(command));

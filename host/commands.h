@@ -14,6 +14,7 @@ const std::vector<Command>& commands();
 // Those of one file in commands/.
 std::vector<Command> filterCommands();
 std::vector<Command> faceCommands();
+std::vector<Command> straighteningCommands();
 std::vector<Command> geometryCommands();
 std::vector<Command> calibrationCommands();
 std::vector<Command> stereoCommands();

@@ -1,27 +1,20 @@
 #include "host/options.h"
 
 #include "host/failure.h"
+#include "host/numbers.h"
 
-#include <charconv>
+#include <functional>
 #include <vector>
 
 namespace host {
 
 namespace {
 
-// std::from_chars, so that no locale turns a point into a comma. False if anything else is left.
-template <class Number>
-bool read(const std::string& text, Number& value) {
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    return error == std::errc{} && stop == end;
-}
-
 Point parsePoint(const std::string& text) {
     const std::size_t comma = text.find(',');
     Point point{};
-    if (comma == std::string::npos || !read(text.substr(0, comma), point[0]) ||
-        !read(text.substr(comma + 1), point[1])) {
+    if (comma == std::string::npos || !readNumber(text.substr(0, comma), point[0]) ||
+        !readNumber(text.substr(comma + 1), point[1])) {
         throw BadUsage("'" + text + "' is not a point; write x,y (pixels)");
     }
     return point;
@@ -30,8 +23,8 @@ Point parsePoint(const std::string& text) {
 Board parseBoard(const std::string& text) {
     const std::size_t x = text.find('x');
     Board board{};
-    if (x == std::string::npos || !read(text.substr(0, x), board[0]) ||
-        !read(text.substr(x + 1), board[1])) {
+    if (x == std::string::npos || !readNumber(text.substr(0, x), board[0]) ||
+        !readNumber(text.substr(x + 1), board[1])) {
         throw BadUsage("'" + text + "' is not a board; write the inner corners as 9x6");
     }
     return board;
@@ -71,20 +64,38 @@ CLI::Option* addPoint(CLI::App& parser, const std::string& name, Point& point,
     return parser.add_option_function<std::string>(name, store, help);
 }
 
-void addCorners(CLI::App& parser, const std::string& name, Corners& corners,
-                const std::string& help) {
-    const auto store = [&corners](const std::vector<std::string>& points) {
+namespace {
+
+CLI::Option* addFourPoints(CLI::App& parser, const std::string& name,
+                           const std::function<void(const Corners&)>& store,
+                           const std::string& help) {
+    const auto read = [store](const std::vector<std::string>& points) {
+        Corners corners{};
         for (std::size_t i = 0; i < 4; ++i) {
             const auto [x, y] = parsePoint(points[i]);
             corners[2 * i] = x;
             corners[2 * i + 1] = y;
         }
+        store(corners);
         return true;
     };
-    parser.add_option(name, store, help + ": x,y x,y x,y x,y (pixels, origin top left)")
+    return parser.add_option(name, read, help + ": x,y x,y x,y x,y (pixels, origin top left)")
         ->type_name("POINT")
-        ->expected(4)
-        ->required();
+        ->expected(4);
+}
+
+} // namespace
+
+void addCorners(CLI::App& parser, const std::string& name, Corners& corners,
+                const std::string& help) {
+    const auto store = [&corners](const Corners& read) { corners = read; };
+    addFourPoints(parser, name, store, help)->required();
+}
+
+CLI::Option* addCorners(CLI::App& parser, const std::string& name, std::optional<Corners>& corners,
+                        const std::string& help) {
+    const auto store = [&corners](const Corners& read) { corners = read; };
+    return addFourPoints(parser, name, store, help);
 }
 
 void addBoard(CLI::App& parser, Board& board) {

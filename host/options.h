@@ -7,6 +7,7 @@
 #include <CLI/App.hpp>
 
 #include <array>
+#include <optional>
 #include <string>
 
 namespace host {
@@ -38,6 +39,10 @@ CLI::Option* addPoint(CLI::App& parser, const std::string& name, Point& point,
 // An option x,y x,y x,y x,y, which is required.
 void addCorners(CLI::App& parser, const std::string& name, Corners& corners,
                 const std::string& help);
+
+// The same, which may be left out.
+CLI::Option* addCorners(CLI::App& parser, const std::string& name, std::optional<Corners>& corners,
+                        const std::string& help);
 
 // --board WxH, which is required.
 void addBoard(CLI::App& parser, Board& board);

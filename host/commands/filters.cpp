@@ -1,5 +1,6 @@
 #include "host/commands.h"
 #include "host/drawing.h"
+#include "host/numbers.h"
 #include "host/options.h"
 
 #include <tarvix/tarvix.h>
@@ -42,10 +43,13 @@ Command canny() {
             addInOut(parser, o);
             addGray(parser, o);
             parser.add_option("--low", o.low, "Lower hysteresis threshold (gradient units)")
+                ->check(numberFrom(0))
                 ->capture_default_str();
             parser.add_option("--high", o.high, "Upper hysteresis threshold (gradient units)")
+                ->check(numberFrom(0))
                 ->capture_default_str();
             parser.add_option("--aperture", o.aperture, "Sobel aperture: 3, 5 or 7")
+                ->check(oddFrom(3, 7))
                 ->capture_default_str();
             parser.add_flag("--l2", o.l2, "Measure the gradient by the L2 norm instead of L1");
         },
@@ -76,14 +80,21 @@ Command denoise() {
             addGray(parser, o);
             parser
                 .add_option("--strength", o.strength, "Luminance strength (grey levels, 0 and up)")
+                ->check(numberFrom(0, 1e6))
                 ->capture_default_str();
             parser.add_option("--color-strength", o.colorStrength, "Colour strength (0 and up)")
+                ->check(numberFrom(0, 1e6))
                 ->capture_default_str();
-            parser.add_option("--template", o.templateWindow, "Template window (pixels, odd)")
+            parser
+                .add_option("--template", o.templateWindow,
+                            "Template window (pixels, odd, 1 to 127)")
+                ->check(oddFrom(1, 127))
                 ->capture_default_str();
             parser
                 .add_option("--search", o.searchWindow,
-                            "Search window (pixels, odd; time grows with its square)")
+                            "Search window (pixels, odd, 1 to 127; time grows with its "
+                            "square)")
+                ->check(oddFrom(1, 127))
                 ->capture_default_str();
         },
         [](const Options& o, CDib& in) {
@@ -112,8 +123,12 @@ Command patch() {
         [](CLI::App& parser, Options& o) {
             addInOut(parser, o);
             addGray(parser, o);
-            parser.add_option("--width", o.width, "Patch width (pixels, 1 and up)")->required();
-            parser.add_option("--height", o.height, "Patch height (pixels, 1 and up)")->required();
+            parser.add_option("--width", o.width, "Patch width (pixels, 1 and up)")
+                ->check(wholeFrom(1))
+                ->required();
+            parser.add_option("--height", o.height, "Patch height (pixels, 1 and up)")
+                ->check(wholeFrom(1))
+                ->required();
             addPoint(parser, "--center", o.center, "Centre x,y (pixels, origin top left)")
                 ->required();
         },

@@ -1,0 +1,234 @@
+#include "host/straightening.h"
+
+#include "assist/canvas.h"
+#include "assist/correction.h"
+#include "host/correction_file.h"
+#include "host/drawing.h"
+#include "host/failure.h"
+
+#include <tarvix/tarvix.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+
+namespace host {
+
+using tarvix::Correction;
+using tarvix::Quad;
+
+namespace {
+
+// A canvas with more pixels than the image many times over comes from a horizon close by.
+constexpr double largestCanvas = 16;
+
+constexpr const char* noBitmap = "no bitmap could be made for the corrected image";
+
+Quad quadOf(const Corners& c) {
+    return {cv::Point2d(c[0], c[1]), cv::Point2d(c[2], c[3]), cv::Point2d(c[4], c[5]),
+            cv::Point2d(c[6], c[7])};
+}
+
+Corners arrayOf(const Quad& q) {
+    return {q[0].x, q[0].y, q[1].x, q[1].y, q[2].x, q[2].y, q[3].x, q[3].y};
+}
+
+Json pointsOf(const Quad& corners) {
+    Json points = Json::array();
+    for (const cv::Point2d& p : corners) {
+        points.push_back({p.x, p.y});
+    }
+    return points;
+}
+
+cv::Size sizeOf(const CDib& dib) {
+    const BITMAPINFOHEADER& header = dib.m_bmi.bmiHeader;
+    return {header.biWidth, std::abs(header.biHeight)};
+}
+
+// A focal length and where it is from.
+struct KnownFocal {
+    double mm = 0; // 0: not known
+    std::string source = "searched";
+};
+
+// A correction with the image that comes of it.
+struct Straightened {
+    Correction correction{};
+    std::string focalSource{};
+    cv::Mat image{};
+    Quad onCanvas{}; // where the corrected corners are on it
+};
+
+// The search, and the image at its own size.
+Straightened searched(const StraighteningOptions& o, CDib& in, const Quad& marked,
+                      const KnownFocal& focal) {
+    Corners corners = arrayOf(marked);
+    const auto converge = [&](bool pitchOnly, std::array<double, 12>& found) {
+        return take(tx_Converge(in, corners.data(), focal.mm, o.scale, o.offset[0], o.offset[1],
+                                pitchOnly ? 1 : 0, found.data()),
+                    noBitmap);
+    };
+    const auto correctedOf = [](const std::array<double, 12>& found) {
+        Corners corrected{};
+        std::copy_n(found.begin(), corrected.size(), corrected.begin());
+        return quadOf(corrected);
+    };
+    std::array<double, 12> found{};
+    Straightened s{.focalSource = focal.source, .image = converge(o.pitchOnly, found)};
+    s.correction = {.image = sizeOf(in),
+                    .marked = marked,
+                    .corrected = correctedOf(found),
+                    .pitchDeg = found[8],
+                    .yawDeg = found[9],
+                    .rollDeg = found[10],
+                    .focalMm = found[11],
+                    .searchedFocal = focal.mm == 0};
+    s.onCanvas = s.correction.corrected;
+    if (o.pitchOnly) { // which leaves the other angles in the corners
+        converge(false, found);
+    }
+    s.correction.missedDeg = tarvix::missedRightAnglesDeg(correctedOf(found));
+    if (!o.asGiven && !std::isfinite(s.correction.missedDeg)) {
+        throw Failure("no pose was found for these corners and this focal length");
+    }
+    return s;
+}
+
+// A correction from a file, and the image at its own size.
+Straightened applied(const StraighteningOptions& o, CDib& in) {
+    Straightened s{.correction = scaledTo(loadCorrection(o.apply), sizeOf(in), o.in),
+                   .focalSource = "from the correction"};
+    Corners marked = arrayOf(s.correction.marked);
+    Corners corrected = arrayOf(s.correction.corrected);
+    s.image = take(tx_ConvergeScaled(in, marked.data(), corrected.data()), noBitmap);
+    s.onCanvas = s.correction.corrected;
+    return s;
+}
+
+// Moves the result to another canvas: `from` on the image come to be where `to` are on it.
+void putOnCanvas(CDib& in, Straightened& s, cv::Size2d size, const Quad& from, const Quad& to) {
+    const cv::Size image = s.correction.image;
+    if (!(size.area() <= largestCanvas * image.area())) {
+        std::ostringstream text;
+        text << std::fixed << std::setprecision(0) << size.width << " x " << size.height;
+        throw Failure("the canvas would have " + text.str() +
+                      " pixels, more than 16 times those of the image");
+    }
+    Corners source = arrayOf(from);
+    Corners target = arrayOf(to);
+    s.image = take(tx_Projective(in, source.data(), target.data()),
+                   "the corners give no canvas that a bitmap can hold");
+}
+
+void crop(const StraighteningOptions& o, CDib& in, Straightened& s) {
+    const Correction& c = s.correction;
+    const cv::Size2d size =
+        tarvix::naturalSize(c.marked, c.corrected, o.apply.empty() ? o.scale : 1);
+    s.onCanvas = tarvix::outlineOf(size);
+    putOnCanvas(in, s, size, c.marked, s.onCanvas);
+}
+
+void fit(CDib& in, Straightened& s) {
+    const Correction& c = s.correction;
+    const auto canvas = tarvix::fittedCanvas(c.marked, c.corrected, c.image);
+    if (!canvas) {
+        throw Failure("the horizon of the rectangle crosses the image, so no canvas holds all of "
+                      "it; use --crop");
+    }
+    s.onCanvas = canvas->corners;
+    putOnCanvas(in, s, canvas->size, tarvix::outlineOf(c.image), canvas->outline);
+}
+
+// The image with its corners, as a file of that name.
+ImageBeside overlay(const std::string& path, const cv::Mat& image, const Quad& corners,
+                    const cv::Scalar& colour) {
+    return {path, [=] {
+                if (!canBeDrawn(arrayOf(corners))) {
+                    throw Failure("the corners are too far out to be drawn on '" + path + "'");
+                }
+                return withCorners(image, arrayOf(corners), colour);
+            }};
+}
+
+Json dataOf(const Straightened& s, const std::optional<std::string>& refusal) {
+    const Correction& c = s.correction;
+    Json data = {{"pitch_deg", c.pitchDeg},       {"yaw_deg", c.yawDeg},
+                 {"roll_deg", c.rollDeg},         {"focal_mm", c.focalMm},
+                 {"focal_source", s.focalSource}, {"missed_right_angles_deg", c.missedDeg},
+                 {"marked", pointsOf(c.marked)},  {"corners", pointsOf(s.onCanvas)},
+                 {"width", s.image.cols},         {"height", s.image.rows},
+                 {"remarks", Json::array()}};
+    if (refusal) {
+        data["remarks"].push_back({{"code", "refused"}, {"text", *refusal}});
+    }
+    for (const tarvix::Remark& remark : tarvix::remarksOn(c, s.onCanvas, s.image.size())) {
+        data["remarks"].push_back({{"code", remark.code}, {"text", remark.text}});
+    }
+    return data;
+}
+
+} // namespace
+
+Result straighten(const StraighteningOptions& o, CDib& in) {
+    std::optional<std::string> refusal;
+    Straightened s;
+    if (!o.apply.empty()) {
+        s = applied(o, in);
+    } else if (o.corners) {
+        Quad marked = quadOf(*o.corners);
+        refusal = tarvix::refusalOf(marked);
+        if (refusal && !o.asGiven) {
+            throw Failure(*refusal + "; mark the four corners of a rectangle");
+        }
+        if (!o.asGiven) {
+            marked = tarvix::sortedCorners(marked);
+        }
+        KnownFocal focal;
+        if (o.focal && *o.focal != 0) {
+            focal = {*o.focal, "given"};
+        }
+        s = searched(o, in, marked, focal);
+    } else {
+        throw BadUsage("give the corners (--corners) or a correction (--apply)");
+    }
+    if (o.crop) {
+        crop(o, in, s);
+    } else if (o.fit) {
+        fit(in, s);
+    }
+    if (!o.save.empty()) {
+        saveCorrection(s.correction, o.save);
+    }
+    Result result{.image = s.image, .data = dataOf(s, refusal)};
+    if (!o.overlay.empty()) {
+        result.beside = {overlay(o.overlay[0], toMatrix(in), s.correction.marked, {40, 40, 235}),
+                         overlay(o.overlay[1], result.image, s.onCanvas, {60, 190, 30})};
+    }
+    return result;
+}
+
+std::string straighteningAsText(const Json& data) {
+    const auto number = [&data](const char* name) { return data.at(name).get<double>(); };
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(2) << "pitch " << number("pitch_deg") << ", yaw "
+         << number("yaw_deg") << ", roll " << number("roll_deg") << " degrees; focal length "
+         << number("focal_mm") << " mm, " << data.at("focal_source").get<std::string>()
+         << "\nright angles missed by " << number("missed_right_angles_deg") << " degrees in sum";
+    for (const auto& [title, name] :
+         {std::pair("marked corners", "marked"), std::pair("corrected corners", "corners")}) {
+        text << '\n' << title;
+        for (const Json& corner : data.at(name)) {
+            text << ' ' << corner[0].get<double>() << ',' << corner[1].get<double>();
+        }
+    }
+    text << '\n';
+    for (const Json& remark : data.at("remarks")) {
+        text << "note: " << remark.at("text").get<std::string>() << '\n';
+    }
+    return text.str();
+}
+
+} // namespace host
