@@ -79,6 +79,10 @@ if(TARGET tarvix_host)
     install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT Host)
     install(FILES "${PROJECT_SOURCE_DIR}/host/completion.bash" RENAME tarvix
             DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT Host)
+    install(FILES "${PROJECT_SOURCE_DIR}/host/completion.zsh" RENAME _tarvix
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT Host)
+    install(FILES "${PROJECT_SOURCE_DIR}/host/completion.fish" RENAME tarvix.fish
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT Host)
   endif()
 endif()
 

@@ -9,9 +9,9 @@ _tarvix() {
   else
     help=$("$1" "${COMP_WORDS[1]}" --help 2>/dev/null) || return
     # An option's named values, as in "--detector INT:value in {orb->1,...} OR ...".
-    words=$(sed -nE "s/^  (-[a-z],)?$before [A-Z]+:value in \{([^}]*)\}.*/\2/p" <<<"$help" | sed 's/->[^,]*//g' | tr , '\n')
+    words=$(sed -nE "s/^  ([^ ]*,)?$before(,[^ ]*)? [A-Z]+:value in \{([^}]*)\}.*/\3/p" <<<"$help" | sed 's/->[^,]*//g' | tr , '\n')
     if [ -z "$words" ] && [[ $word == -* ]]; then
-      words=$(sed -nE 's/^  (-[a-z],)?(--[a-z0-9-]+).*/\2/p' <<<"$help")
+      words=$(sed -nE 's/^  (-[^ ]*).*/\1/p' <<<"$help" | tr , '\n') # an option has several names
     fi
   fi
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")

@@ -3,21 +3,26 @@
 set -euo pipefail
 program=$1 version=$2
 
-# A help text as roff: headings, and a tagged paragraph for each "  name   text".
+# A help text as roff: headings, and a tagged paragraph for each "  name   text". Under a command, the option --help is
+# not repeated. Lines are matched as the program prints them and escaped where they are printed.
 as_roff() {
-  sed -e 's/\\/\\e/g' -e 's/-/\\-/g' -e "s/^\\([.']\\)/\\\\\&\\1/" | awk -v level="$1" '
-    /^Usage: / { print ".P\n.B " substr($0, 8); next }
+  awk -v level="$1" '
+    function roff(text) {
+      gsub(/\\/, "\\e", text)
+      gsub(/-/, "\\-", text)
+      return text ~ /^[.\047]/ ? "\\&" text : text
+    }
+    /^Usage: / { print ".P\n.B " roff(substr($0, 8)); next }
     /^(Options|Positionals|Subcommands):$/ { print (level == "command" ? ".P" : ".SH " toupper(substr($0, 1, length - 1))); next }
-    /^Exit status: / || (level == "command" && /^  -h,--help/) { next }
-    /^$/ { next }
+    /^Exit status: / || (level == "command" && /^  -h,--help/) || /^$/ { next }
     /^  [^ ]/ {
       text = substr($0, 3)
       gap = match(text, /   *[^ ]/)
-      print ".TP\n.B " (gap ? substr(text, 1, gap - 1) : text)
-      if (gap) print substr(text, RSTART + RLENGTH - 1)
+      print ".TP\n.B " roff(gap ? substr(text, 1, gap - 1) : text)
+      if (gap) print roff(substr(text, RSTART + RLENGTH - 1))
       next
     }
-    { sub(/^ +/, ""); print }'
+    { sub(/^ +/, ""); print roff($0) }'
 }
 
 help=$("$program" --help)

@@ -32,25 +32,58 @@ for command in "${commands[@]}"; do
 done
 diff "$man_page" <("$source/host/man_page.sh" "$remembering" "$version") || fail "the manual page is not the program's"
 
-# offered WORD...: prints what completion offers for the last word.
+# --help is an option of the program; the page does not repeat it under each command.
+[ "$(grep -c '^\.B .*\\-h,\\-\\-help' "$man_page")" -eq 1 ] || fail "the manual page repeats --help"
+grep -q '^\.B \\-o,\\-\\-out,\\-\\-draw' "$man_page" || fail "the manual page lacks another name of an option"
+
+# offered_in_SHELL WORD...: prints what completion offers for the last word, one a line.
 source "$source/host/completion.bash"
-offered() {
+offered_in_bash() {
   COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
   _tarvix "$1"
   printf '%s\n' "${COMPREPLY[@]}"
 }
-expect() {
-  local wanted=$1
-  shift
-  [ "$(offered "$remembering" "$@" | sort | xargs)" = "$wanted" ] || fail "completion of '$*' offers: $(offered "$remembering" "$@")"
+# zsh's own functions are replaced by some that print; the function of the file is run on given words.
+offered_in_zsh() {
+  zsh -f -c '
+    _describe() { print -rl -- ${(@)${(P)2}%%:*}; }
+    _files() { true; }
+    file=$1
+    shift
+    words=("$@")
+    CURRENT=$#
+    eval "offered() { $(<$file) }"
+    offered | while read -r found; do [[ $found == "${words[-1]}"* ]] && print -r -- $found; done
+    true' zsh "$source/host/completion.zsh" "$@"
 }
-expect "$(printf '%s\n' "${commands[@]}" --help --version | sort | xargs)" ""
-expect "converge converge-scaled" conv
-expect "--calib" undistort photo.jpg --c
-expect "akaze brisk kaze mser orb" match --detector ""
-expect "akaze" match a.jpg b.jpg --detector a
-expect "" canny "" # a file: left to the shell
-for command in "${commands[@]}"; do
-  [[ $'\n'$(offered "$remembering" "$command" --)$'\n' == *$'\n--help\n'* ]] || fail "completion offers no options for $command"
+# fish looks for completions by the name of the program, which is that of a file here.
+offered_in_fish() {
+  local line
+  line=$(printf '%q ' "${@:1:$#-1}")${!#}
+  fish --no-config -c 'source $argv[1]; complete -C $argv[2]' "$source/host/completion.fish" "$line" | cut -f 1
+}
+
+shells=(bash)
+for shell in zsh fish; do
+  if command -v "$shell" >/dev/null; then shells+=("$shell"); else echo "$shell is not installed: its completion is not tested"; fi
 done
-echo "$said; ${#commands[@]} commands in the manual page and in the completion"
+for shell in "${shells[@]}"; do
+  expect() {
+    local wanted=$1 offered
+    shift
+    offered=$("offered_in_$shell" "$remembering" "$@" | sort | xargs)
+    [ "$offered" = "$wanted" ] || fail "completion of '$*' in $shell offers: $offered"
+  }
+  expect "converge converge-scaled" conv
+  expect "--calib" undistort photo.jpg --c
+  expect "--draw" faces --d # another name of --out
+  expect "akaze brisk kaze mser orb" match --detector ""
+  expect "akaze" match a.jpg b.jpg --detector a
+  expect "" canny no-such-file # files are left to the shell
+  [ "$shell" = fish ] || expect "$(printf '%s\n' "${commands[@]}" --help --version | sort | xargs)" "" # fish hides options until a "-"
+  for command in "${commands[@]}"; do
+    [[ $'\n'$("offered_in_$shell" "$remembering" "$command" --)$'\n' == *$'\n--help\n'* ]] ||
+      fail "completion in $shell offers no options for $command"
+  done
+done
+echo "$said; ${#commands[@]} commands in the manual page and in the completion of ${shells[*]}"
