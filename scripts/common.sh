@@ -48,7 +48,7 @@ install_packages() {
   say "packages: installing ${missing[*]}"
   quietly as_root apt-get update || die "apt-get update failed: is the network there?"
   for package in "${missing[@]}"; do
-    apt-cache show "$package" >/dev/null 2>&1 || die "no package '$package' in this system's archives (Debian 12 has it)"
+    apt-cache show "$package" >/dev/null 2>&1 || die "no package '$package' in this system's archives (Debian 12 and 13 have it)"
   done
   quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}" ||
     die "apt-get could not install: ${missing[*]}"

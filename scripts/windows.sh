@@ -1,5 +1,5 @@
 #!/bin/bash
-# Makes the Windows module on a bare Debian machine: installs the packages that it needs (as root), cross-builds OpenCV
+# Makes the Windows module on a bare Debian 12: installs the packages that it needs (as root), cross-builds OpenCV
 # into the cache (once), builds Tarvix.dll, MorvelDib.dll, TarvixAfx.dll, tarvix.exe and the tests, runs the
 # tests under Wine and packs the archive for users.
 #
@@ -22,6 +22,9 @@ while (($#)); do
 done
 cd "$root"
 
+. /etc/os-release
+[ "${VERSION_CODENAME:-}" = bookworm ] ||
+    die "the Windows module is made on Debian 12, whose source package of OpenCV it is built with; this is ${PRETTY_NAME:-another system}"
 install_packages windows
 scripts/windows/build_opencv.sh --jobs "$jobs"
 scripts/windows/build_test_libraries.sh --jobs "$jobs"
