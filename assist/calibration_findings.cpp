@@ -133,9 +133,9 @@ void judgeParameters(const CalibrationQuality& quality, Findings& findings) {
                                             " % only (one standard deviation)");
     double most = 0;
     cv::minMaxLoc(quality.deviation, nullptr, &most);
-    findings.mindIf(most > vaguePixels, "somewhere in the image, a point is projected to " +
-                                            number(most, 1) +
-                                            " pixels only (one standard deviation)");
+    findings.mindIf(most > vaguePixels,
+                    "somewhere in the image, where a point appears is known to " + number(most, 1) +
+                        " pixels only (one standard deviation)");
 }
 
 } // namespace

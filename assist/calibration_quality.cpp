@@ -64,7 +64,7 @@ Spread spreadOf(const std::vector<ViewEstimate>& views, cv::Size pattern, float 
         aboutY.push_back(degrees(std::atan2(normal[0], normal[2])));
         const cv::Vec3d centre((pattern.height - 1) * 0.5 * square,
                                (pattern.width - 1) * 0.5 * square, 0);
-        spread.distance.push_back(cv::norm(rotation * centre + view.translation));
+        spread.distance.push_back(cv::norm(rotation * centre + view.translation) / square);
     }
     spread.aboutXDeg = rangeOf(aboutX);
     spread.aboutYDeg = rangeOf(aboutY);

@@ -25,7 +25,7 @@ Coverage coverageOf(const std::vector<SeenBoard>& views);
 // How differently the views see the board.
 struct Spread {
     std::vector<double> tiltDeg;  // of each view, between the board's normal and the optical axis
-    std::vector<double> distance; // of each view, to the board's centre, in units of the squares
+    std::vector<double> distance; // of each view, to the board's centre, in squares
     double aboutXDeg = 0;         // range of the tilts about the image's horizontal axis
     double aboutYDeg = 0;         // and about its vertical axis
 };

@@ -1,7 +1,9 @@
 #include "host/calibrating.h"
 
+#include "calib/calib_files.h"
 #include "host/application.h"
 #include "host/failure.h"
+#include "host/numbers.h"
 #include "host/photographs.h"
 #include "host/progress.h"
 #include "host/saving.h"
@@ -11,8 +13,8 @@
 #include <tarvix/tarvix.h>
 
 #include <opencv2/core.hpp>
-#include <opencv2/core/persistence.hpp>
 
+#include <filesystem>
 #include <iomanip>
 #include <map>
 #include <optional>
@@ -25,34 +27,11 @@ namespace {
 using tarvix::nameOf;
 using tarvix::pathOf;
 
-// The export does not say which photograph it could not use: the chessboard export is asked.
-[[noreturn]] void failWithoutBoard(const std::vector<std::string>& files, const Board& board) {
-    const std::string size = std::to_string(board[0]) + " x " + std::to_string(board[1]);
-    std::string missing;
-    std::size_t without = 0;
-    for (const std::string& file : files) {
-        const Bitmap image = loadImage(file, false);
-        CString corners;
-        if (Bitmap(tx_FindChessboard(*image, board[0], board[1], corners)) == nullptr) {
-            missing += (missing.empty() ? "" : ", ") + ("'" + file + "'");
-            ++without;
-        }
-    }
-    if (without > 1 && without == files.size()) {
-        throw Failure("no board of " + size + " inner corners in any of the photographs");
-    }
-    throw Failure(missing.empty() ? "the board of " + size +
-                                        " inner corners was not found in one of the photographs"
-                                  : "no board of " + size + " inner corners in " + missing);
-}
-
-cv::Mat_<double> readMatrix(const std::string& folder, const StoredMatrix& stored) {
-    const std::string path = nameOf(pathOf(folder) / stored.file);
-    const cv::FileStorage storage(path, cv::FileStorage::READ);
-    cv::Mat matrix;
-    cv::read(storage[stored.key], matrix, cv::Mat());
+cv::Mat_<double> readBack(const std::string& folder, const StoredMatrix& stored) {
+    const std::filesystem::path path = pathOf(folder) / stored.file;
+    const cv::Mat matrix = tarvix::readMatrix(path, nameOf(path), stored.key);
     if (matrix.empty()) {
-        throw Failure("cannot read '" + path + "' back");
+        throw Failure("cannot read '" + nameOf(path) + "' back");
     }
     return matrix;
 }
@@ -60,11 +39,24 @@ cv::Mat_<double> readMatrix(const std::string& folder, const StoredMatrix& store
 } // namespace
 
 void addCalibrationOptions(CLI::App& parser, CalibrationOptions& options) {
-    addBoard(parser, options.board);
+    constexpr int smallestBoard = 3; // inner corners each way, for OpenCV
+    addBoard(parser, options.board, smallestBoard);
     parser
         .add_option("-o,--folder", options.folder,
                     "Folder for the calibration files; made if missing, old files replaced")
         ->required();
+    parser.add_flag("--strict", options.strict,
+                    "Fail if a photograph cannot be used, instead of leaving it out");
+    parser
+        .add_option("--drop-worst", options.drop.worst,
+                    "Leave out so many photographs with the largest errors, and fit again")
+        ->type_name("N")
+        ->check(wholeFrom(0));
+    parser
+        .add_option("--max-rms", options.drop.maxRms,
+                    "Leave out the worst photographs until no error (rms) is above this, in pixels")
+        ->type_name("PX")
+        ->check(numberAbove(0));
     parser.add_flag("--preview", options.preview,
                     "Show each photograph with its corners in a window");
     addJson(parser, options);
@@ -76,7 +68,6 @@ void addCalibrationFolder(CLI::App& parser, std::string& folder) {
 
 void calibrate(const CalibrationOptions& options, const std::vector<std::string>& files,
                Output& output, const CalibrationExport& run) {
-    requireFiles(files);
     makeFolder(options.folder);
     CStringArray list;
     addTo(list, files);
@@ -95,16 +86,52 @@ void calibrate(const CalibrationOptions& options, const std::vector<std::string>
     if (done != 0) {
         return;
     }
-    if (application().messageShown()) {
-        throw Failure(alreadyShown);
+    // Each board was found before.
+    throw Failure(application().messageShown()
+                      ? alreadyShown
+                      : "the module found no board in one of the photographs; did one change?");
+}
+
+std::vector<std::string> leftOutAsSentences(const std::vector<LeftOut>& leftOut) {
+    constexpr std::size_t most = 5; // sentences with the same reason
+    std::vector<std::string> reasons;
+    std::map<std::string, std::vector<std::string>> files;
+    for (const auto& [file, reason] : leftOut) {
+        if (files[reason].empty()) {
+            reasons.push_back(reason);
+        }
+        files[reason].push_back(file);
     }
-    failWithoutBoard(files, options.board);
+    std::vector<std::string> sentences;
+    for (const std::string& reason : reasons) {
+        std::string names;
+        for (const std::string& file : files[reason]) {
+            if (files[reason].size() <= most) {
+                sentences.push_back("left out '" + file + "': " + reason);
+            } else {
+                names += (names.empty() ? "" : ", ") + nameOf(pathOf(file).filename());
+            }
+        }
+        if (!names.empty()) {
+            sentences.push_back("left out " + std::to_string(files[reason].size()) +
+                                " photographs, " + reason + ": " + names);
+        }
+    }
+    return sentences;
+}
+
+void requireEnough(const tarvix::Refit& refit) {
+    if (!refit.isEnough) {
+        throw Failure("--drop-worst and --max-rms would leave fewer than " +
+                      std::to_string(tarvix::fewestKept) +
+                      " photographs: take better ones, or ask for less");
+    }
 }
 
 Json readMatrices(const std::string& folder, const std::vector<StoredMatrix>& set) {
     std::map<std::string, Json> matrices; // by name
     for (const StoredMatrix& stored : set) {
-        const cv::Mat_<double> m = readMatrix(folder, stored);
+        const cv::Mat_<double> m = readBack(folder, stored);
         Json& rows = matrices[stored.key] = Json::array();
         for (int r = 0; r < m.rows; ++r) {
             rows.push_back(std::vector<double>(m[r], m[r] + m.cols));

@@ -2,6 +2,8 @@
 // and the matrices that it leaves in the calibration folder.
 #pragma once
 
+#include "assist/refit.h"
+#include "host/calibration_set.h"
 #include "host/options.h"
 
 #include <afxcoll.h>
@@ -17,6 +19,8 @@ struct CalibrationOptions : CommonOptions {
     std::vector<std::string> photos; // files, or folders of them
     std::string folder;              // for the calibration files
     Board board{};
+    tarvix::DropRule drop;
+    bool strict = false;
     bool preview = false;
 };
 
@@ -26,11 +30,17 @@ void addCalibrationOptions(CLI::App& parser, CalibrationOptions& options);
 // Adds --calib, the folder of a calibration to use.
 void addCalibrationFolder(CLI::App& parser, std::string& folder);
 
-// Calls a calibration export on the files. Throws Failure if it fails; if a board was not seen, the
-// text names the files without one.
+// Runs `calib` and `stereo-calib` with an export on the files that can be used. Throws Failure if
+// it fails.
 using CalibrationExport = std::function<int(CStringArray& files, const char* folder, HWND preview)>;
 void calibrate(const CalibrationOptions& options, const std::vector<std::string>& files,
                Output& output, const CalibrationExport& run);
+
+// A sentence for each photograph that is left out; one for many with the same reason.
+std::vector<std::string> leftOutAsSentences(const std::vector<LeftOut>& leftOut);
+
+// Throws Failure if the rule asks for more than can be left out.
+void requireEnough(const tarvix::Refit& refit);
 
 struct StoredMatrix {
     const char* file;
@@ -42,5 +52,9 @@ struct StoredMatrix {
 Json readMatrices(const std::string& folder, const std::vector<StoredMatrix>& set);
 
 std::string matricesAsText(const Json& matrices, const std::vector<StoredMatrix>& set);
+
+// The command calib: the photographs that can be used, the export, and what is to be said of it.
+Result calibrateCamera(const CalibrationOptions& options, const std::vector<StoredMatrix>& files,
+                       Output& output);
 
 } // namespace host

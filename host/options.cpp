@@ -20,12 +20,16 @@ Point parsePoint(const std::string& text) {
     return point;
 }
 
-Board parseBoard(const std::string& text) {
+Board parseBoard(const std::string& text, int smallest) {
     const std::size_t x = text.find('x');
     Board board{};
     if (x == std::string::npos || !readNumber(text.substr(0, x), board[0]) ||
         !readNumber(text.substr(x + 1), board[1])) {
         throw BadUsage("'" + text + "' is not a board; write the inner corners as 9x6");
+    }
+    if (board[0] < smallest || board[1] < smallest) {
+        throw BadUsage("'" + text +
+                       "' is too small a board; a calibration needs 3x3 inner corners");
     }
     return board;
 }
@@ -98,8 +102,10 @@ CLI::Option* addCorners(CLI::App& parser, const std::string& name, std::optional
     return addFourPoints(parser, name, store, help);
 }
 
-void addBoard(CLI::App& parser, Board& board) {
-    const auto store = [&board](const std::string& text) { board = parseBoard(text); };
+void addBoard(CLI::App& parser, Board& board, int smallest) {
+    const auto store = [&board, smallest](const std::string& text) {
+        board = parseBoard(text, smallest);
+    };
     parser
         .add_option_function<std::string>(
             "--board", store, "Inner corners of the chessboard, per row x per column, such as 9x6")

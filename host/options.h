@@ -7,6 +7,7 @@
 #include <CLI/App.hpp>
 
 #include <array>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -44,7 +45,8 @@ void addCorners(CLI::App& parser, const std::string& name, Corners& corners,
 CLI::Option* addCorners(CLI::App& parser, const std::string& name, std::optional<Corners>& corners,
                         const std::string& help);
 
-// --board WxH, which is required.
-void addBoard(CLI::App& parser, Board& board);
+// --board WxH, which is required. A side below `smallest` is bad usage; by default, the module says
+// what it refuses.
+void addBoard(CLI::App& parser, Board& board, int smallest = std::numeric_limits<int>::min());
 
 } // namespace host

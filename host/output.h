@@ -11,11 +11,14 @@ namespace host {
 
 class Output {
 public:
-    // The streams must outlive the object. It prints text until useJson() is called.
-    Output(std::ostream& out, std::ostream& errors) : m_out(out), m_errors(errors) {}
+    // The streams must outlive the object. It prints text until useJson() is called. `terminal`:
+    // a person sees `out` in a terminal, where a line can be rewritten.
+    Output(std::ostream& out, std::ostream& errors, bool terminal = false)
+        : m_out(out), m_errors(errors), m_terminal(terminal) {}
 
     void useJson() { m_json = true; }
     [[nodiscard]] bool json() const { return m_json; }
+    [[nodiscard]] bool isTerminal() const { return m_terminal; }
 
     // Shows text to people who watch, at once. Prints nothing in JSON.
     void say(const std::string& text);
@@ -33,6 +36,7 @@ public:
 private:
     std::ostream& m_out;
     std::ostream& m_errors;
+    bool m_terminal;
     bool m_json = false;
 };
 

@@ -1,7 +1,7 @@
 #include "host/calibrating.h"
+#include "host/calibration_text.h"
 #include "host/commands.h"
 #include "host/options.h"
-#include "host/photographs.h"
 
 #include <tarvix/tarvix.h>
 
@@ -20,21 +20,17 @@ Command calib() {
          .help = "Calibrate a camera from photographs of a chessboard and print what was found",
          .takes = Takes::ImageSet,
          .makes = Makes::Files,
-         .text = [](const Json& data) { return matricesAsText(data, files); },
+         .text = [](const Json& data) { return matricesAsText(data, files) + cameraAsText(data); },
          .example = {"IN", "IN", "--board", "9x6"}},
         [](CLI::App& parser, CalibrationOptions& o) {
             parser
                 .add_option("PHOTOS", o.photos,
-                            "Photographs, or folders of them; the board must be seen in each")
+                            "Photographs, or folders of them; those without a board are left out")
                 ->required();
             addCalibrationOptions(parser, o);
         },
         [](const CalibrationOptions& o, Output& output) {
-            calibrate(o, photographsOf(o.photos), output,
-                      [&o](CStringArray& list, const char* folder, HWND preview) {
-                          return tx_Calib(list, folder, o.board[0], o.board[1], preview);
-                      });
-            return Result{.data = readMatrices(o.folder, files)};
+            return calibrateCamera(o, files, output);
         });
 }
 

@@ -1,9 +1,12 @@
 #include "host/calibrating.h"
+#include "host/calibration_folder.h"
+#include "host/calibration_text.h"
 #include "host/commands.h"
 #include "host/drawing.h"
 #include "host/failure.h"
+#include "host/numbers.h"
 #include "host/options.h"
-#include "host/photographs.h"
+#include "host/pair_calibration.h"
 
 #include <tarvix/tarvix.h>
 
@@ -15,23 +18,14 @@ namespace host {
 namespace {
 
 const std::vector<StoredMatrix> files = {
-    {"M1.xml", "MM1", "camera matrix 1 (not estimated)"},
-    {"D1.xml", "D1", "distortion 1 (not estimated)"},
-    {"R1.xml", "R1", "rectifying rotation 1"},
-    {"P1.xml", "P1", "projection 1"},
-    {"M2.xml", "MM2", "camera matrix 2 (not estimated)"},
-    {"D2.xml", "D2", "distortion 2 (not estimated)"},
-    {"R2.xml", "R2", "rectifying rotation 2"},
-    {"P2.xml", "P2", "projection 2"},
+    {"M1.xml", "MM1", "camera matrix 1"},      {"D1.xml", "D1", "distortion 1"},
+    {"R1.xml", "R1", "rectifying rotation 1"}, {"P1.xml", "P1", "projection 1"},
+    {"M2.xml", "MM2", "camera matrix 2"},      {"D2.xml", "D2", "distortion 2"},
+    {"R2.xml", "R2", "rectifying rotation 2"}, {"P2.xml", "P2", "projection 2"},
     {"Q.xml", "Q", "disparity to depth"},
 };
 
-struct StereoOptions : CalibrationOptions {
-    std::vector<std::string> left, right;
-    float square = 1;
-};
-
-void addStereoOptions(CLI::App& parser, StereoOptions& o) {
+void addPairOptions(CLI::App& parser, PairOptions& o) {
     parser.add_option(
         "PHOTOS", o.photos,
         "Photographs as left right left right ..., or one folder with pairs left*, right*");
@@ -41,45 +35,25 @@ void addStereoOptions(CLI::App& parser, StereoOptions& o) {
     parser
         .add_option("--square", o.square,
                     "Edge of a square, in the unit wanted for measured points")
+        ->check(numberAbove(0))
         ->capture_default_str();
-}
-
-// The photographs as left right left right ..., however they were named.
-std::vector<std::string> pairsOf(const StereoOptions& o) {
-    std::vector<std::string> pairs;
-    if (!o.left.empty() || !o.right.empty()) {
-        if (o.left.size() != o.right.size() || !o.photos.empty()) {
-            throw BadUsage("give as many --left as --right photographs");
-        }
-        for (std::size_t i = 0; i < o.left.size(); ++i) {
-            pairs.push_back(o.left[i]);
-            pairs.push_back(o.right[i]);
-        }
-    } else {
-        pairs = o.photos.size() == 1 && isFolder(o.photos[0]) ? pairsIn(o.photos[0]) : o.photos;
-    }
-    requireFiles(pairs);
-    if (pairs.empty() || pairs.size() % 2 != 0) {
-        throw BadUsage("the photographs come in pairs: left right left right ...");
-    }
-    return pairs;
+    parser.add_flag("--metric", o.metric,
+                    "Estimate each camera first, so that measured points have the unit of "
+                    "--square; without it, the module's own calibration, which has no unit");
+    parser.add_flag("--refine", o.refine,
+                    "With --metric: estimate the cameras again together with how they stand");
 }
 
 Command stereoCalib() {
-    return command<StereoOptions>(
+    return command<PairOptions>(
         {.name = "stereo-calib",
          .help = "Calibrate and rectify a camera pair from photographs of a chessboard",
          .takes = Takes::ImageSet,
          .makes = Makes::Files,
-         .text = [](const Json& data) { return matricesAsText(data, files); },
+         .text = [](const Json& data) { return matricesAsText(data, files) + pairAsText(data); },
          .example = {"IN", "IN", "--board", "9x6"}},
-        addStereoOptions, [](const StereoOptions& o, Output& output) {
-            calibrate(
-                o, pairsOf(o), output, [&o](CStringArray& list, const char* folder, HWND preview) {
-                    return tx_StereoCalib(list, folder, o.board[0], o.board[1], o.square, preview);
-                });
-            return Result{.data = readMatrices(o.folder, files)};
-        });
+        addPairOptions,
+        [](const PairOptions& o, Output& output) { return calibratePair(o, files, output); });
 }
 
 // The calibration that the page's entry uses, made before it.
@@ -90,7 +64,7 @@ std::vector<std::string> galleryCalibration() {
         words.push_back("PHOTOS/left" + std::string(n) + ".jpg");
         words.push_back("PHOTOS/right" + std::string(n) + ".jpg");
     }
-    words.insert(words.end(), {"--board", "9x6", "--square", "25", "-o", "OUT/stereo"});
+    words.insert(words.end(), {"--board", "9x6", "--square", "25", "--metric", "-o", "OUT/stereo"});
     return words;
 }
 
@@ -126,6 +100,7 @@ Command rectify() {
             addCalibrationFolder(parser, o.folder);
             CLI::Option* camera =
                 parser.add_option("--camera", o.camera, "Camera of the image: 1 left, 2 right")
+                    ->check(wholeFrom(1, 2))
                     ->capture_default_str();
             parser
                 .add_option(
@@ -160,8 +135,8 @@ Command measure() {
     };
     return command<Options>(
         {.name = "measure",
-         .help = "The point in space seen at two points of a rectified pair: x y z (stereo-calib "
-                 "alone gives no metric space; docs/calibration.md)",
+         .help = "The point in space seen at two points of a rectified pair: x y z, lengths if "
+                 "stereo-calib --metric made the calibration",
          .makes = Makes::Data,
          .text = pointAsText},
         [](CLI::App& parser, Options& o) {
@@ -170,7 +145,7 @@ Command measure() {
                 ->required();
             addPoint(parser, "--p2", o.p2, "The same point x,y in the other (pixels)")->required();
             parser.add_option("--unit", o.unit,
-                              "Unit that --square had in stereo-calib, for printing");
+                              "Unit that --square had in stereo-calib --metric, for printing");
             addJson(parser, o, "Print one JSON object instead of a line of text");
         },
         [](const Options& o, Output&) {
@@ -184,8 +159,20 @@ Command measure() {
             if (meas.Init(o.folder.c_str()) == 0 || meas.CalcXYZ(p1, p2, out) == 0) {
                 throw Failure("no usable Q.xml in '" + o.folder + "' (tarvix stereo-calib)");
             }
+            const Metric metric = metricOf(o.folder);
+            if (metric != Metric::Yes && !o.unit.empty()) {
+                throw Failure("no unit '" + o.unit + "' here: " + notMetric(metric, o.folder));
+            }
             // JSON has no infinity: a point at infinity prints null.
-            return Result{.data = {{"unit", o.unit}, {"x", out.x}, {"y", out.y}, {"z", out.z}}};
+            Result result{.data = {{"unit", o.unit},
+                                   {"metric", metric == Metric::Yes},
+                                   {"x", out.x},
+                                   {"y", out.y},
+                                   {"z", out.z}}};
+            if (metric != Metric::Yes) {
+                result.warnings.push_back(notMetric(metric, o.folder));
+            }
+            return result;
         });
 }
 

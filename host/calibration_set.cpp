@@ -1,0 +1,193 @@
+#include "host/calibration_set.h"
+
+#include "host/failure.h"
+#include "host/photographs.h"
+#include "host/step_progress.h"
+#include "platform/system/paths.h"
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+namespace host {
+
+namespace {
+
+using tarvix::nameOf;
+using tarvix::pathOf;
+
+std::string times(int width, int height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
+// A photograph and what came of the search.
+struct Searched {
+    std::string file;
+    cv::Mat grey; // kept of the first without a board only
+    tarvix::SeenBoard board;
+    std::string whyNot; // empty: it is used
+};
+
+Searched searchOne(const std::string& file, const SearchRules& rules) {
+    Searched result{file, {}, {}, {}};
+    const cv::Mat grey = cv::imread(file, cv::IMREAD_GRAYSCALE);
+    if (grey.empty()) {
+        result.whyNot = "not an image that can be read";
+        return result;
+    }
+    if (auto board = tarvix::searchBoard(grey, {rules.board[0], rules.board[1]}, rules.window)) {
+        result.board = *std::move(board);
+    } else {
+        result.whyNot = "no board of " + times(rules.board[0], rules.board[1]) + " inner corners";
+        result.grey = grey;
+    }
+    return result;
+}
+
+// Leaves out what has another size than most of the photographs with a board, the earlier size on a
+// tie.
+void keepOneSize(std::vector<Searched>& photos) {
+    const auto isSame = [](const Searched& a, const Searched& b) {
+        return a.board.imageSize == b.board.imageSize;
+    };
+    const Searched* usual = nullptr;
+    std::ptrdiff_t most = 0;
+    for (const Searched& photo : photos) {
+        const auto count = std::count_if(photos.begin(), photos.end(), [&](const Searched& other) {
+            return other.whyNot.empty() && isSame(other, photo);
+        });
+        if (photo.whyNot.empty() && count > most) {
+            most = count;
+            usual = &photo;
+        }
+    }
+    if (usual == nullptr) {
+        return;
+    }
+    const cv::Size size = usual->board.imageSize;
+    for (Searched& photo : photos) {
+        const cv::Size own = photo.board.imageSize;
+        if (photo.whyNot.empty() && own != size) {
+            photo.whyNot = times(own.width, own.height) + " pixels, and not " +
+                           times(size.width, size.height) + " as the others";
+        }
+    }
+}
+
+void keepWholePairs(std::vector<Searched>& photos) {
+    for (std::size_t i = 0; i + 1 < photos.size(); i += 2) {
+        Searched& left = photos[i];
+        Searched& right = photos[i + 1];
+        if (left.whyNot.empty() != right.whyNot.empty()) {
+            const Searched& bad = left.whyNot.empty() ? right : left;
+            (left.whyNot.empty() ? left : right).whyNot = "its pair '" + bad.file + "' is left out";
+        }
+    }
+}
+
+// People count squares: if a board of one less is there, say so.
+std::string hintOn(const std::vector<Searched>& photos, const SearchRules& rules) {
+    const cv::Size fewer(rules.board[0] - 1, rules.board[1] - 1);
+    for (const Searched& photo : photos) {
+        if (!photo.grey.empty() && fewer.width > 2 && fewer.height > 2) {
+            if (tarvix::searchBoard(photo.grey, fewer, rules.window)) {
+                return ": a board of " + times(fewer.width, fewer.height) +
+                       " is there; --board counts inner corners, not squares";
+            }
+            return {};
+        }
+    }
+    return {};
+}
+
+// The last number in a file's name; no value if there is none that fits.
+std::optional<long> numberIn(const std::string& file) {
+    const std::string name = nameOf(pathOf(file).stem());
+    const std::size_t last = name.find_last_of("0123456789");
+    if (last == std::string::npos) {
+        return {};
+    }
+    const std::size_t before = name.find_last_not_of("0123456789", last);
+    const std::size_t first = before == std::string::npos ? 0 : before + 1;
+    constexpr std::size_t mostDigits = 9;
+    if (last + 1 - first > mostDigits) {
+        return {};
+    }
+    return std::stol(name.substr(first, last + 1 - first));
+}
+
+} // namespace
+
+CalibrationSet searchSet(const std::vector<std::string>& files, const SearchRules& rules,
+                         Output& output) {
+    requireFiles(files);
+    std::vector<Searched> photos;
+    bool hasGrey = false;
+    {
+        StepProgress progress(output, files.size());
+        for (const std::string& file : files) {
+            photos.push_back(searchOne(file, rules));
+            Searched& photo = photos.back();
+            if (hasGrey) {
+                photo.grey.release();
+            }
+            hasGrey = hasGrey || !photo.grey.empty();
+            progress.done(nameOf(pathOf(file).filename()),
+                          photo.whyNot.empty() ? "board found" : photo.whyNot);
+        }
+    }
+    const bool anyBoard = std::any_of(photos.begin(), photos.end(),
+                                      [](const Searched& photo) { return photo.whyNot.empty(); });
+    if (!anyBoard && photos.size() > 1) {
+        throw Failure("no board of " + times(rules.board[0], rules.board[1]) +
+                      " inner corners in any of the photographs" + hintOn(photos, rules));
+    }
+    keepOneSize(photos);
+    if (rules.pairs) {
+        keepWholePairs(photos);
+    }
+    CalibrationSet set;
+    for (Searched& photo : photos) {
+        if (photo.whyNot.empty()) {
+            set.files.push_back(photo.file);
+            set.boards.push_back(std::move(photo.board));
+        } else {
+            set.leftOut.push_back({photo.file, photo.whyNot});
+        }
+    }
+    if (!set.leftOut.empty() && (rules.strict || set.files.empty())) {
+        const LeftOut& first = set.leftOut.front();
+        throw Failure("'" + first.file + "' cannot be used: " + first.reason +
+                      hintOn(photos, rules));
+    }
+    return set;
+}
+
+std::vector<std::string> numbersThatDiffer(const std::vector<std::string>& files) {
+    std::vector<std::string> sentences;
+    std::map<long, std::size_t> differences;
+    std::size_t numbered = 0;
+    for (std::size_t i = 0; i + 1 < files.size(); i += 2) {
+        const std::optional<long> left = numberIn(files[i]);
+        const std::optional<long> right = numberIn(files[i + 1]);
+        if (!left || !right) {
+            continue;
+        }
+        ++numbered;
+        if (*left != *right) {
+            ++differences[*right - *left];
+            sentences.push_back("the numbers of '" + files[i] + "' and '" + files[i + 1] +
+                                "' do not match: were they taken together?");
+        }
+    }
+    if (numbered > 1 && differences.size() == 1 && sentences.size() == numbered) {
+        sentences = {"the numbers of all pairs do not match, '" + files[0] + "' and '" + files[1] +
+                     "' for example: were they taken together?"};
+    }
+    return sentences;
+}
+
+} // namespace host

@@ -1,0 +1,56 @@
+// The command calib.
+#include "assist/calibration_quality.h"
+#include "host/calibrating.h"
+#include "host/calibration_json.h"
+#include "host/photographs.h"
+
+#include <tarvix/tarvix.h>
+
+namespace host {
+
+namespace {
+
+template <class Item>
+std::vector<Item> chosen(const std::vector<Item>& all, const std::vector<std::size_t>& positions) {
+    std::vector<Item> items;
+    for (const std::size_t position : positions) {
+        items.push_back(all.at(position));
+    }
+    return items;
+}
+
+} // namespace
+
+Result calibrateCamera(const CalibrationOptions& o, const std::vector<StoredMatrix>& stored,
+                       Output& output) {
+    const cv::Size pattern(o.board[0], o.board[1]);
+    // As tx_Calib searches them: the same corners give the same camera, and it can be judged here.
+    const CalibrationSet set = searchSet(
+        photographsOf(o.photos),
+        {.board = o.board, .window = tarvix::fixedWindow, .pairs = false, .strict = o.strict},
+        output);
+    const tarvix::Refit refit =
+        tarvix::dropWorst(set.files.size(), o.drop, [&](const std::vector<std::size_t>& kept) {
+            std::vector<double> rms;
+            for (const tarvix::ViewEstimate& view :
+                 tarvix::estimateCamera(chosen(set.boards, kept), pattern, 1.0F).views) {
+                rms.push_back(view.rms);
+            }
+            return rms;
+        });
+    requireEnough(refit);
+    const std::vector<std::string> files = chosen(set.files, refit.kept);
+    const std::vector<tarvix::SeenBoard> boards = chosen(set.boards, refit.kept);
+    const tarvix::CalibrationQuality quality = tarvix::judgeCalibration(boards, pattern, 1.0F);
+    calibrate(o, files, output, [&](CStringArray& list, const char* folder, HWND preview) {
+        return tx_Calib(list, folder, o.board[0], o.board[1], preview);
+    });
+    Json data = readMatrices(o.folder, stored);
+    data["board"] = o.board;
+    data["leftOut"] = leftOutAsJson(set.leftOut);
+    data["dropped"] = droppedAsJson(refit, set.files);
+    data.update(cameraAsJson(quality, boards, files));
+    return {.data = data, .warnings = leftOutAsSentences(set.leftOut)};
+}
+
+} // namespace host
