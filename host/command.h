@@ -25,15 +25,27 @@ enum class Takes { Nothing, OneImage, TwoImages, ImageSet };
 // What comes of it. Data is printed; an image that is only made on request does not count.
 enum class Makes { Nothing, Data, Image, Files };
 
+// An image that is no photograph: made from one, so that the truth is known.
+struct MadeInput {
+    std::string from; // "PHOTOS/fruits.jpg"
+    std::string to;   // "OUT/grainy.png"
+    std::string how;  // a whole sentence for the page
+    std::function<cv::Mat(const cv::Mat& photograph)> make;
+};
+
 // One entry of the gallery's page: a command line and what to show of it. PHOTOS/ stands for the
 // folder of photographs, OUT/ for the gallery's own folder of results.
 struct GalleryEntry {
     std::string title;
-    std::string text;                 // one or two sentences for a person
+    std::string text;                 // what the operation is for: one or two sentences
+    std::string lookFor{};            // what to look for in the result: one sentence
     std::vector<std::string> command; // "canny", "PHOTOS/building.jpg", "-o", "OUT/canny.png", ...
     std::vector<std::string> before;  // image files to show
     std::vector<std::string> after;
-    std::vector<std::vector<std::string>> prepare{}; // commands that must run first, not shown
+    std::vector<std::vector<std::string>> prepare{}; // commands that must run first
+    std::vector<MadeInput> made{};                   // before all commands
+    std::string truth{};              // an image that before[0] and after[0] are measured against
+    std::vector<std::string> pages{}; // "OUT/report.html": pages that the commands make, linked
 };
 
 // The options that all commands share. A command offers those that it knows (options.h); its own

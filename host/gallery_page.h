@@ -1,4 +1,5 @@
-// The gallery's page: every operation on real photographs, as one self-contained HTML file.
+// The gallery's page: every operation that needs no camera, on real photographs. One HTML file that
+// shows all by itself; the images of full size, which it links, are in folders beside it.
 #pragma once
 
 #include "host/command.h"
@@ -10,32 +11,46 @@
 
 namespace host {
 
+// How an entry's commands went.
+struct GalleryRun {
+    int status = 0;      // exit status of the last one that ran
+    double seconds = 0;  // of the entry's own command
+    std::string printed; // on standard output, of all
+    std::string errors;  // on standard error, of all
+};
+
 class GalleryPage {
 public:
-    // The folders that PHOTOS/ and OUT/ stand for.
-    GalleryPage(std::filesystem::path photos, std::filesystem::path out);
+    // The folder of the page. PHOTOS/ stands for photos/ in it, OUT/ for results/.
+    explicit GalleryPage(std::filesystem::path folder);
 
     // The words with the folders in place.
     [[nodiscard]] std::vector<std::string> placed(const std::vector<std::string>& words) const;
+    [[nodiscard]] std::string placed(const std::string& word) const;
 
-    // Removes the images that the entry's commands make: those of an earlier run must not stand for
+    // Removes the files that the entry's commands make: those of an earlier run must not stand for
     // those of a failed operation.
     void removeOldResults(const GalleryEntry& entry) const;
 
-    // Adds the entry with its images. `status` is that of its commands. Throws Failure if an image
-    // of an operation that was done cannot be read.
-    void add(const GalleryEntry& entry, int status, double seconds);
+    // Adds the entry with its images. Throws Failure if an image of an operation that was done
+    // cannot be read.
+    void add(const GalleryEntry& entry, const GalleryRun& run);
 
     // The whole page.
     [[nodiscard]] std::string html() const;
 
 private:
-    [[nodiscard]] std::string place(const std::string& word) const;
-    void addImages(const std::string& role, const std::vector<std::string>& names, bool all);
+    void addCommands(const GalleryEntry& entry);
+    void addNumbers(const GalleryEntry& entry, const GalleryRun& run);
+    void addImages(const GalleryEntry& entry, bool all);
+    void addDivider(const std::string& before, const std::string& after);
+    void addFigure(const std::string& role, const std::string& name, bool required);
+    [[nodiscard]] std::string withoutFolders(std::string text) const;
 
-    std::filesystem::path m_photos;
-    std::filesystem::path m_out;
+    std::filesystem::path m_folder;
+    std::ostringstream m_contents;
     std::ostringstream m_sections;
+    int m_count = 0;
 };
 
 } // namespace host

@@ -76,29 +76,41 @@ std::string pageHtml(const std::string& title, const std::string& body) {
            escapeHtml(title) + R"(</title>
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <style>
+:root { color-scheme: light dark; --text: #1d2733; --back: #f6f7f9; --card: #fff; --line: #dfe3e8;
+        --soft: #5b6876; --code: #1d2733; --on-code: #e8edf2; --link: #0b5cad; --bad: #b00020;
+        --good-back: #f0f9f4; --mind-back: #fdf5ec; }
+@media (prefers-color-scheme: dark) {
+  :root { --text: #e3e8ee; --back: #14181d; --card: #1d232a; --line: #38424d; --soft: #a7b2be;
+          --code: #0c0f13; --on-code: #dbe3ea; --link: #7db8f5; --bad: #ff8a80;
+          --good-back: #17291f; --mind-back: #2e2416; } }
+* { box-sizing: border-box; }
 body { font: 16px/1.5 system-ui, sans-serif; margin: 0 auto; max-width: 1180px; padding: 2rem 1rem;
-       color: #1d2733; background: #f6f7f9; }
+       color: var(--text); background: var(--back); }
 h1 { font-size: 2rem; margin: 0 0 .3rem; } h2 { font-size: 1.25rem; margin: 0 0 .2rem; }
-section { background: #fff; border: 1px solid #dfe3e8; border-radius: 10px; padding: 1.1rem 1.3rem;
-          margin: 1.4rem 0; }
-p { margin: .2rem 0 .7rem; }
-pre { background: #1d2733; color: #e8edf2; padding: .6rem .8rem; border-radius: 6px; font-size: .8rem;
-      white-space: pre-wrap; overflow-wrap: anywhere; margin: 0 0 1rem; max-height: 9rem; overflow: auto; }
+a { color: var(--link); }
+section { background: var(--card); border: 1px solid var(--line); border-radius: 10px;
+          padding: 1.1rem 1.3rem; margin: 1.4rem 0; }
+p { margin: .2rem 0 .7rem; max-width: 52rem; }
+pre { background: var(--code); color: var(--on-code); padding: .6rem .8rem; border-radius: 6px;
+      font-size: .8rem; white-space: pre-wrap; overflow-wrap: anywhere; margin: 0 0 1rem;
+      max-height: 14rem; overflow: auto; }
 .row { display: flex; flex-wrap: wrap; gap: 1rem; align-items: flex-start; }
 figure { margin: 0; flex: 1 1 320px; min-width: 0; }
 figure.small { flex: 1 1 240px; max-width: 420px; }
-img { max-width: 100%; height: auto; display: block; border: 1px solid #dfe3e8;
+img { max-width: 100%; height: auto; display: block; border: 1px solid var(--line);
       background: repeating-conic-gradient(#e6e9ed 0 25%, #fff 0 50%) 0 0/16px 16px; }
 svg { width: 100%; height: auto; display: block; font-family: system-ui, sans-serif; }
-figcaption, .figures { color: #5b6876; font-size: .85rem; overflow-wrap: anywhere; }
+figcaption, .figures { color: var(--soft); font-size: .85rem; overflow-wrap: anywhere; }
 .figures { margin: .6rem 0 0; }
 table { border-collapse: collapse; width: 100%; font-size: .9rem; margin: 0 0 .8rem; }
-th, td { text-align: left; padding: .2rem .8rem .2rem 0; border-bottom: 1px solid #e6e9ed;
+th, td { text-align: left; padding: .2rem .8rem .2rem 0; border-bottom: 1px solid var(--line);
          vertical-align: top; overflow-wrap: anywhere; }
 td.number { font-variant-numeric: tabular-nums; white-space: nowrap; }
 ul.findings { list-style: none; padding: 0; margin: 0 0 .8rem; }
-ul.findings li { padding: .3rem .7rem; margin: .3rem 0; border-left: 4px solid #2f9e5f; background: #f0f9f4; }
-ul.findings li.mind { border-color: #d9822b; background: #fdf5ec; }
+ul.findings li { padding: .3rem .7rem; margin: .3rem 0; border-left: 4px solid #2f9e5f;
+                 background: var(--good-back); }
+ul.findings li.mind { border-color: #d9822b; background: var(--mind-back); }
+@media print { body { background: none; max-width: none; padding: 0; } section { break-inside: avoid; } }
 </style></head><body>
 )" + body + "</body></html>\n";
 }

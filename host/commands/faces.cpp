@@ -30,7 +30,9 @@ Command faces() {
          .text = facesAsText,
          .example = {"IN"},
          .gallery = {{.title = "Faces",
-                      .text = "A frontal face found by its light and dark regions.",
+                      .text = "Frontal faces, found by their light and dark regions, as "
+                              "rectangles.",
+                      .lookFor = "A frame around the face, and none elsewhere.",
                       .command = {"faces", "PHOTOS/messi5.jpg", "-o", "OUT/faces.png"},
                       .before = {"PHOTOS/messi5.jpg"},
                       .after = {"OUT/faces.png"}}}},

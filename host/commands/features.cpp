@@ -1,4 +1,5 @@
 #include "host/commands.h"
+#include "host/gallery_inputs.h"
 #include "host/options.h"
 #include "host/photographs.h"
 #include "host/registration.h"
@@ -35,8 +36,9 @@ Command keypoints() {
          .makes = Makes::Image,
          .example = {"IN"},
          .gallery = {{.title = "Keypoints",
-                      .text = "What a detector would recognise again: AKAZE's keypoints on a "
-                              "building.",
+                      .text = "What a detector would recognise in another photograph: AKAZE's "
+                              "keypoints. To compare seven detectors on images of one's own.",
+                      .lookFor = "Circles on corners and ornaments, none on the plain sky.",
                       .command = {"keypoints", "PHOTOS/building.jpg", "-o", "OUT/keypoints.png",
                                   "--detector", "akaze"},
                       .before = {"PHOTOS/building.jpg"},
@@ -64,12 +66,16 @@ Command match() {
          .makes = Makes::Image,
          .example = {"IN", "IN"},
          .gallery = {{.title = "Matches",
-                      .text = "Every keypoint of the box joined to its nearest one in the scene; "
-                              "nothing is filtered, so wrong matches show as lines that cross the "
-                              "others.",
-                      .command = {"match", "PHOTOS/box.png", "PHOTOS/box_in_scene.png", "-o",
-                                  "OUT/match.png", "--detector", "akaze", "--descriptor", "orb"},
-                      .before = {"PHOTOS/box.png", "PHOTOS/box_in_scene.png"},
+                      .text = "Each keypoint of one image joined to its nearest one in another. "
+                              "Nothing is filtered, so this shows how far a detector and a "
+                              "descriptor can be trusted. Here two moments of a scene in which "
+                              "things moved a little.",
+                      .lookFor = "Nearly all lines run side by side; those that cross the others "
+                                 "are wrong matches.",
+                      .command = {"match", "PHOTOS/rubberwhale1.png", "PHOTOS/rubberwhale2.png",
+                                  "-o", "OUT/match.png", "--detector", "akaze", "--descriptor",
+                                  "orb"},
+                      .before = {"PHOTOS/rubberwhale1.png", "PHOTOS/rubberwhale2.png"},
                       .after = {"OUT/match.png"}}}},
         [](CLI::App& parser, Options& o) {
             parser.add_option("FIRST", o.in, "Image whose keypoints look for a match")->required();
@@ -97,9 +103,11 @@ Command registerSet() {
          .text = registrationAsText,
          .example = {"IN", "IN"},
          .gallery = {{.title = "Registered images",
-                      .text = "The right image of a stereo pair, registered onto the left one; "
-                              "their mean on the common canvas. The wall agrees, the plant in "
-                              "front of it does not: one plane fits.",
+                      .text = "A set of images warped onto the first of them, for series that a "
+                              "hand-held camera took. Here the two images of a stereo pair, and "
+                              "their mean on the common canvas.",
+                      .lookFor = "The cloth behind is sharp in the mean; the plant in front is "
+                                 "doubled, because one plane was fitted.",
                       .command = {"register", "PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg", "-o",
                                   "OUT/aloe-{}.png", "--overlay", "OUT/aloe-overlay.png"},
                       .before = {"PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg"},
@@ -122,15 +130,16 @@ Command stitch() {
     struct Options : CommonOptions {
         std::vector<std::string> images;
     };
-    // One of three views of the same photograph.
-    const auto view = [](const std::string& out, const std::string& center) {
-        return std::vector<std::string>{"patch",    "PHOTOS/building.jpg",
-                                        "-o",       out,
-                                        "--width",  "460",
-                                        "--height", "420",
-                                        "--center", center};
-    };
     const std::vector<std::string> views = {"OUT/view-1.png", "OUT/view-2.png", "OUT/view-3.png"};
+    // What a camera of its own brightness sees of the photograph when it turns.
+    const auto view = [&](std::size_t i, double yawDeg, double gain, const std::string& how) {
+        return MadeInput{.from = "PHOTOS/building.jpg",
+                         .to = views[i],
+                         .how = how,
+                         .make = [=](const cv::Mat& photograph) {
+                             return turnedView(photograph, yawDeg, 800.0, {440, 460}, gain);
+                         }};
+    };
     return command<Options>(
         {.name = "stitch",
          .help = "Join overlapping photographs, taken from one place, into a panorama",
@@ -138,12 +147,17 @@ Command stitch() {
          .makes = Makes::Image,
          .example = {"IN", "IN"},
          .gallery = {{.title = "Panorama",
-                      .text = "Three overlapping views of a building, joined.",
+                      .text = "Joins overlapping photographs that were taken from one place.",
+                      .lookFor = "One building without seams, straight where the views' outer "
+                                 "edges are slanted.",
                       .command = {"stitch", views[0], views[1], views[2], "-o", "OUT/panorama.png"},
                       .before = views,
                       .after = {"OUT/panorama.png"},
-                      .prepare = {view(views[0], "240,300"), view(views[1], "440,320"),
-                                  view(views[2], "630,280")}}}},
+                      .made = {view(0, -13, 1.0,
+                                    "The views are synthetic: rendered from building.jpg as a "
+                                    "camera would see it that turns by 13 degrees to either side,"),
+                               view(1, 0, 0.92, "the middle one 8 per cent darker,"),
+                               view(2, 13, 1.05, "the last one 5 per cent brighter.")}}}},
         [](CLI::App& parser, Options& o) {
             parser.add_option("IN", o.images, "Image files to read, two at least")->required();
             addOut(parser, o);

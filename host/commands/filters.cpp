@@ -1,5 +1,6 @@
 #include "host/commands.h"
 #include "host/drawing.h"
+#include "host/gallery_inputs.h"
 #include "host/numbers.h"
 #include "host/options.h"
 
@@ -18,7 +19,14 @@ Command load() {
         {.name = "load",
          .help = "Load an image file into a bitmap and write it",
          .makes = Makes::Image,
-         .example = {"IN"}},
+         .example = {"IN"},
+         .gallery = {{.title = "An image file as a bitmap",
+                      .text = "Loads a file of any format that OpenCV reads into the host's own "
+                              "bitmap, 24 bits per pixel, and back.",
+                      .lookFor = "No difference: what was loaded is what was in the file.",
+                      .command = {"load", "PHOTOS/fruits.jpg", "-o", "OUT/loaded.png"},
+                      .before = {"PHOTOS/fruits.jpg"},
+                      .after = {"OUT/loaded.png"}}}},
         addInOut, [](const CommonOptions&, CDib& in) { return Result{.image = toMatrix(in)}; });
 }
 
@@ -34,7 +42,11 @@ Command canny() {
          .makes = Makes::Image,
          .example = {"IN"},
          .gallery = {{.title = "Edges",
-                      .text = "Canny's edges of a house front.",
+                      .text = "Canny's edges: where brightness changes most, one pixel wide. What "
+                              "outlines and measurements start from.",
+                      .lookFor =
+                          "Window frames and roof edges as closed, thin lines; hardly any in "
+                          "the sky.",
                       .command = {"canny", "PHOTOS/home.jpg", "-o", "OUT/canny.png", "--low", "80",
                                   "--high", "200"},
                       .before = {"PHOTOS/home.jpg"},
@@ -70,11 +82,20 @@ Command denoise() {
          .makes = Makes::Image,
          .example = {"IN", "--search", "7"},
          .gallery = {{.title = "Colour denoising",
-                      .text = "Non-local means take the grain out and leave the edges.",
-                      .command = {"denoise", "PHOTOS/fruits.jpg", "-o", "OUT/denoise.png",
-                                  "--strength", "8", "--color-strength", "10"},
-                      .before = {"PHOTOS/fruits.jpg"},
-                      .after = {"OUT/denoise.png"}}}},
+                      .text = "Takes the grain of a photograph made in little light: each pixel "
+                              "becomes the mean of pixels with similar surroundings.",
+                      .lookFor = "Smooth skins without grain, and edges as sharp as before.",
+                      .command = {"denoise", "OUT/grainy.png", "-o", "OUT/denoise.png",
+                                  "--strength", "10", "--color-strength", "10"},
+                      .before = {"OUT/grainy.png"},
+                      .after = {"OUT/denoise.png"},
+                      .made = {{.from = "PHOTOS/fruits.jpg",
+                                .to = "OUT/grainy.png",
+                                .how = "The input is synthetic: normally distributed noise of 20 "
+                                       "grey levels was added to fruits.jpg, so the true image is "
+                                       "known.",
+                                .make = [](const cv::Mat& m) { return withGrain(m, 20.0); }}},
+                      .truth = "PHOTOS/fruits.jpg"}}},
         [](CLI::App& parser, Options& o) {
             addInOut(parser, o);
             addGray(parser, o);
@@ -115,9 +136,11 @@ Command patch() {
          .makes = Makes::Image,
          .example = {"IN", "--width", "3", "--height", "3", "--center", "1,1"},
          .gallery = {{.title = "Sub-pixel patch",
-                      .text = "A face cut out around a centre that lies between pixels.",
+                      .text = "Cuts out a patch around a centre that lies between pixels, as "
+                              "tracking and template matching need it.",
+                      .lookFor = "The ball, in the middle of the patch.",
                       .command = {"patch", "PHOTOS/messi5.jpg", "-o", "OUT/patch.png", "--width",
-                                  "160", "--height", "160", "--center", "245.5,110.25"},
+                                  "72", "--height", "72", "--center", "363.5,305.25"},
                       .before = {"PHOTOS/messi5.jpg"},
                       .after = {"OUT/patch.png"}}}},
         [](CLI::App& parser, Options& o) {
@@ -156,8 +179,9 @@ Command lines() {
          .text = segmentsAsText,
          .example = {"IN"},
          .gallery = {{.title = "Straight lines",
-                      .text = "Segments along the edges of a building; the thresholds come from "
-                              "the image itself.",
+                      .text = "Straight segments along edges; the thresholds come from the image "
+                              "itself. What vanishing points are found from.",
+                      .lookFor = "Segments along the cornices and window rows, few elsewhere.",
                       .command = {"lines", "PHOTOS/building.jpg", "-o", "OUT/lines.png"},
                       .before = {"PHOTOS/building.jpg"},
                       .after = {"OUT/lines.png"}}}},
@@ -224,7 +248,10 @@ Command chessboard() {
          .example = {"IN", "--board", "9x6"},
          .gallery = {{.title = "Chessboard",
                       .text = "The inner corners of a calibration board, refined to a fraction of "
-                              "a pixel.",
+                              "a pixel: what a calibration measures.",
+                      .lookFor =
+                          "One circle on each inner corner, row by row in the colours of the "
+                          "rainbow.",
                       .command = {"chessboard", "PHOTOS/left01.jpg", "--board", "9x6", "-o",
                                   "OUT/chessboard.png"},
                       .before = {"PHOTOS/left01.jpg"},

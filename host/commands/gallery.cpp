@@ -6,6 +6,8 @@
 #include "host/saving.h"
 #include "platform/system/paths.h"
 
+#include <opencv2/imgcodecs.hpp>
+
 #include <chrono>
 #include <filesystem>
 #include <iomanip>
@@ -25,30 +27,68 @@ struct GalleryOptions : CommonOptions {
     std::string photos = "/usr/share/doc/opencv-doc/examples/data";
 };
 
-// What a command prints is for a terminal of its own, not for the gallery's list of steps.
-int runQuietly(const std::vector<std::string>& words) {
-    std::ostringstream unread;
-    Output output(unread, std::cerr);
-    return runCommand(words, output);
+// Copies the photographs that the entry names into the page's folder, so that its commands can be
+// run again there. One that is missing is for the command to report.
+void copyPhotographs(const GalleryEntry& entry, const GalleryOptions& o, const GalleryPage& page) {
+    std::vector<std::string> words = entry.command;
+    for (const auto& more : entry.prepare) {
+        words.insert(words.end(), more.begin(), more.end());
+    }
+    words.insert(words.end(), entry.before.begin(), entry.before.end());
+    for (const MadeInput& input : entry.made) {
+        words.push_back(input.from);
+    }
+    for (const std::string& word : words) {
+        if (word.rfind("PHOTOS/", 0) == 0) {
+            std::error_code error;
+            fs::copy_file(pathOf(o.photos) / pathOf(word.substr(7)), pathOf(page.placed(word)),
+                          fs::copy_options::overwrite_existing, error);
+        }
+    }
 }
 
-// Runs the entry's commands, puts it on the page, and says how it went. Returns the exit status.
-int show(const GalleryEntry& entry, GalleryPage& page, Output& output) {
-    int status = 0;
-    for (std::size_t k = 0; status == 0 && k < entry.prepare.size(); ++k) {
-        status = runQuietly(page.placed(entry.prepare[k]));
+void makeInput(const MadeInput& input, const GalleryPage& page) {
+    const std::string from = page.placed(input.from);
+    const cv::Mat photograph = cv::imread(from, cv::IMREAD_COLOR);
+    if (!photograph.empty()) { // else the command says that its input is missing
+        saveImage(input.make(photograph), page.placed(input.to));
+    }
+}
+
+// Runs the entry's commands. What they print is for the page, not for the gallery's list of steps.
+GalleryRun runEntry(const GalleryEntry& entry, const GalleryPage& page) {
+    std::ostringstream printed;
+    std::ostringstream errors;
+    Output output(printed, errors);
+    GalleryRun run;
+    for (const MadeInput& input : entry.made) {
+        makeInput(input, page);
+    }
+    for (std::size_t k = 0; run.status == 0 && k < entry.prepare.size(); ++k) {
+        run.status = runCommand(page.placed(entry.prepare[k]), output);
     }
     const auto start = std::chrono::steady_clock::now();
-    if (status == 0) {
-        status = runQuietly(page.placed(entry.command));
+    if (run.status == 0) {
+        run.status = runCommand(page.placed(entry.command), output);
     }
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    run.printed = printed.str();
+    run.errors = errors.str();
+    return run;
+}
+
+// Runs the entry, puts it on the page, and says how it went. Returns the exit status.
+int show(const GalleryEntry& entry, GalleryPage& page, Output& output) {
+    const GalleryRun run = runEntry(entry, page);
     std::ostringstream line;
-    line << (status == 0 ? "" : "FAILED ") << std::fixed << std::setprecision(2) << took.count()
+    line << (run.status == 0 ? "" : "FAILED ") << std::fixed << std::setprecision(2) << run.seconds
          << " s\n";
     output.say(line.str());
-    page.add(entry, status, took.count());
-    return status;
+    if (run.status != 0) {
+        std::cerr << run.errors;
+    }
+    page.add(entry, run);
+    return run.status;
 }
 
 Result runGallery(const GalleryOptions& o, Output& output) {
@@ -58,15 +98,20 @@ Result runGallery(const GalleryOptions& o, Output& output) {
         throw Failure("no folder of photographs at '" + o.photos +
                       "'; the package opencv-doc brings it, or give --photos");
     }
-    const fs::path results = directory / "results";
-    makeFolder(nameOf(results));
+    if (fs::equivalent(pathOf(o.photos), directory / "photos", error)) {
+        throw Failure("the photographs are in '" + o.photos +
+                      "', where the page's copies go; give another DIR");
+    }
+    makeFolder(nameOf(directory / "photos"));
+    makeFolder(nameOf(directory / "results"));
     std::vector<GalleryEntry> entries;
     for (const Command& command : commands()) {
         entries.insert(entries.end(), command.gallery.begin(), command.gallery.end());
     }
-    GalleryPage page(pathOf(o.photos), results);
+    GalleryPage page(directory);
     for (const GalleryEntry& entry : entries) {
         page.removeOldResults(entry);
+        copyPhotographs(entry, o, page);
     }
     int failed = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {

@@ -27,8 +27,10 @@ Command align() {
          .example = {"IN", "IN", "--from", "0,0", "9,0", "9,9", "0,9", "--to", "0,0", "9,0", "9,9",
                      "0,9"},
          .gallery = {{.title = "Perspective alignment",
-                      .text = "One photograph of a painted wall drawn into the frame of another, "
-                              "by four points.",
+                      .text = "One photograph drawn into the frame of another by four points that "
+                              "both show, so that the two can be compared or blended.",
+                      .lookFor = "The painting of the first photograph stands where and as the "
+                                 "second one shows it; brown is what it does not cover.",
                       .command = {"align", "PHOTOS/graf3.png", "PHOTOS/graf1.png", "-o",
                                   "OUT/align.png", "--from", "289.6,90.4", "565.1,197.6",
                                   "459.7,547.2", "164.2,497.3", "--to", "150,120", "650,100",
@@ -81,7 +83,9 @@ Command warp() {
         {.name = "warp",
          .help = "Warp four points of an image onto four others, on a fitted canvas",
          .gallery = {{.title = "Projective warp",
-                      .text = "Four marked corners of a printed grid become a square.",
+                      .text = "Four points go where four others are wanted: here the corners of a "
+                              "printed grid become a square.",
+                      .lookFor = "Square cells, and the grid's border at the image's own.",
                       .command = {"warp", "PHOTOS/sudoku.png", "-o", "OUT/warp.png", "--from",
                                   "73,88", "492,72", "521,525", "35,518", "--to", "0,0", "450,0",
                                   "450,450", "0,450"},
@@ -101,8 +105,9 @@ Command mask() {
         {.name = "mask",
          .help = "The coverage mask of 'warp' for the same arguments",
          .gallery = {{.title = "Coverage mask",
-                      .text = "Which pixels of its canvas a warped photograph covers; here its "
-                              "corners go to a kite.",
+                      .text = "Which pixels of its canvas a warped photograph covers, for blending "
+                              "it with others; here its corners go to a kite.",
+                      .lookFor = "White exactly where the warped photograph is.",
                       .command = onKite({"mask", "PHOTOS/home.jpg", "-o", "OUT/mask.png"}),
                       .before = {"OUT/mask-warp.png"},
                       .after = {"OUT/mask.png"},

@@ -64,15 +64,17 @@ Command converge() {
          .text = straighteningAsText,
          .example = {"IN", "--corners", "-40,-30", "41,-30", "41,31", "-40,31", "--focal", "60"},
          .gallery = {{.title = "A facade straightened",
-                      .text = "The outline of two storeys, marked on the photograph; the focal "
-                              "length is not known. Pitch, yaw, roll and focal length are "
-                              "searched.",
+                      .text = "Four marked corners of what is a rectangle in the world give how "
+                              "the camera was turned, here without a known focal length, and the "
+                              "photograph is warped as if it had not been.",
+                      .lookFor = "The marked storeys are a rectangle, and the windows within it "
+                                 "have right angles.",
                       .command = {"converge", "PHOTOS/building.jpg", "-o", "OUT/facade.png",
                                   "--corners", "193.5,302", "778,52", "797,299", "192.5,422",
                                   "--scale", "1.9", "--offset", "-75,30", "--overlay",
                                   "OUT/facade-marked.png", "OUT/facade-corrected.png"},
-                      .before = {"OUT/facade-marked.png"},
-                      .after = {"OUT/facade-corrected.png"}},
+                      .before = {"PHOTOS/building.jpg", "OUT/facade-marked.png"},
+                      .after = {"OUT/facade.png", "OUT/facade-corrected.png"}},
                      {.title = "A sheet straightened",
                       .text = "The border of a printed grid on a page that is not quite flat.",
                       .command = {"converge", "PHOTOS/sudoku.png", "-o", "OUT/sheet.png",
@@ -96,7 +98,8 @@ Command convergeScaled() {
                      "0,9"},
          .gallery = {{.title = "The same correction again",
                       .text = "The corners found above, applied to the grey image without a "
-                              "search.",
+                              "search: one correction for a whole series.",
+                      .lookFor = "The same straight grid as above, in grey.",
                       .command = {"converge-scaled", "PHOTOS/sudoku.png", "-o",
                                   "OUT/sheet-again.png", "--gray", "--from", "73,85.5", "491,69.5",
                                   "520,520.5", "35.5,515.5", "--to", "73.43,92.41", "490.02,92.51",

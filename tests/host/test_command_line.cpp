@@ -236,39 +236,4 @@ TEST_F(CommandLine, HugeRequestsAreRefusedInOneLine) {
                   1);
 }
 
-TEST_F(CommandLine, GalleryShowsEveryEntry) {
-    const ProgramResult run = tarvix({"gallery", folder / "gallery", "--photos", TARVIX_PHOTOS});
-    EXPECT_EQ(run.status, 0) << run.err << run.out;
-    std::ifstream page(folder / "gallery/index.html");
-    const std::string html((std::istreambuf_iterator<char>(page)),
-                           std::istreambuf_iterator<char>());
-    EXPECT_THAT(html, HasSubstr("data:image/jpeg;base64,"));
-    EXPECT_THAT(html, testing::Not(HasSubstr("<b>failed</b>")));
-    EXPECT_THAT(html, HasSubstr("tarvix canny"));
-}
-
-TEST_F(CommandLine, GalleryShowsWhatFailed) {
-    std::filesystem::create_directories(folder / "photos");
-    std::filesystem::copy_file(test::photoPath("messi5.jpg"), folder / "photos/messi5.jpg");
-    // An earlier run left the image that the convergence should make.
-    std::filesystem::create_directories(folder / "gallery/results");
-    cv::imwrite(folder / "gallery/results/facade-marked.png", test::photo("home.jpg"));
-    const ProgramResult run =
-        tarvix({"gallery", folder / "gallery", "--photos", folder / "photos"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.err, HasSubstr(" of the gallery's operations failed\n"));
-    std::ifstream page(folder / "gallery/index.html");
-    const std::string html((std::istreambuf_iterator<char>(page)),
-                           std::istreambuf_iterator<char>());
-    EXPECT_THAT(html, HasSubstr("<b>failed</b>"));
-    EXPECT_THAT(html, HasSubstr("before: messi5.jpg"));
-    EXPECT_THAT(html, HasSubstr("after: patch.png"));
-    EXPECT_THAT(html, testing::Not(HasSubstr("before: facade-marked.png")));
-    EXPECT_THAT(html, HasSubstr("</html>"));
-}
-
-TEST_F(CommandLine, GalleryWithoutPhotographsSaysSo) {
-    expectOneLine(tarvix({"gallery", folder / "gallery", "--photos", folder / "none"}), 1);
-}
-
 } // namespace

@@ -1,0 +1,91 @@
+// The gallery's page: what it shows, and what it says when something fails.
+#include "tests/host/sub_command.h"
+#include "tests/support/files.h"
+#include "tests/support/images.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+
+namespace {
+
+using test::expectOneLine;
+using test::ProgramResult;
+using test::tarvix;
+using testing::HasSubstr;
+
+// The page without the bytes of its images, which no message should show.
+std::string withoutImages(std::string html) {
+    for (std::size_t at = 0; (at = html.find(";base64,", at)) != std::string::npos;) {
+        at += 8;
+        html.erase(at, html.find('"', at) - at);
+    }
+    return html;
+}
+
+class Gallery : public testing::Test {
+protected:
+    test::TempFolder folder;
+
+    [[nodiscard]] std::string page() const {
+        std::ifstream file(folder / "gallery/index.html");
+        return withoutImages({std::istreambuf_iterator<char>(file), {}});
+    }
+};
+
+TEST_F(Gallery, ShowsEveryEntry) {
+    const ProgramResult run = tarvix({"gallery", folder / "gallery", "--photos", TARVIX_PHOTOS});
+    EXPECT_EQ(run.status, 0) << run.err << run.out;
+    const std::string html = page();
+    EXPECT_THAT(html, HasSubstr("data:image/jpeg;base64,"));
+    EXPECT_THAT(html, testing::Not(HasSubstr("<b>failed</b>")));
+    EXPECT_THAT(html, HasSubstr("tarvix canny photos/home.jpg -o results/canny.png"));
+    EXPECT_THAT(html, testing::Not(HasSubstr(folder / "gallery")));
+    EXPECT_THAT(html, testing::ContainsRegex("distance to the true image: .* a gain of [0-9]"));
+    EXPECT_THAT(html, HasSubstr("pitch -3.95"));
+    // Everything that it links is there.
+    const std::regex link("href=\"([^#\"]+)\"");
+    int links = 0;
+    for (std::sregex_iterator it(html.begin(), html.end(), link), end; it != end; ++it, ++links) {
+        EXPECT_TRUE(
+            std::filesystem::exists(std::filesystem::path(folder / "gallery") / (*it)[1].str()))
+            << (*it)[1];
+    }
+    EXPECT_GT(links, 40);
+}
+
+TEST_F(Gallery, KeepsItsHandsOffThePhotographs) {
+    std::filesystem::create_directories(folder / "gallery/photos");
+    std::filesystem::copy_file(test::photoPath("home.jpg"), folder / "gallery/photos/home.jpg");
+    expectOneLine(tarvix({"gallery", folder / "gallery", "--photos", folder / "gallery/photos"}),
+                  1);
+    EXPECT_FALSE(std::filesystem::exists(folder / "gallery/results"));
+}
+
+TEST_F(Gallery, ShowsWhatFailed) {
+    std::filesystem::create_directories(folder / "photos");
+    std::filesystem::copy_file(test::photoPath("messi5.jpg"), folder / "photos/messi5.jpg");
+    // An earlier run left the image that the convergence should make.
+    std::filesystem::create_directories(folder / "gallery/results");
+    cv::imwrite(folder / "gallery/results/facade-marked.png", test::photo("home.jpg"));
+    const ProgramResult run =
+        tarvix({"gallery", folder / "gallery", "--photos", folder / "photos"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr(" of the gallery's operations failed\n"));
+    const std::string html = page();
+    EXPECT_THAT(html, HasSubstr("<b>failed</b>"));
+    EXPECT_THAT(html, HasSubstr("before: <a href=\"photos/messi5.jpg\">"));
+    EXPECT_THAT(html, HasSubstr("after: <a href=\"results/patch.png\">"));
+    EXPECT_THAT(html, HasSubstr("no such file: 'photos/building.jpg'"));
+    EXPECT_THAT(html, testing::Not(HasSubstr(">facade-marked.png<")));
+    EXPECT_THAT(html, HasSubstr("</html>"));
+}
+
+TEST_F(Gallery, WithoutPhotographsSaysSo) {
+    expectOneLine(tarvix({"gallery", folder / "gallery", "--photos", folder / "none"}), 1);
+}
+
+} // namespace
