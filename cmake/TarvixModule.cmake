@@ -1,16 +1,15 @@
-# tarvix_add_family(NAME OPERATIONS a.cpp ... EXPORTS exports.cpp ...)
+# tarvix_add_family(NAME)
 #
-# A family is one folder. Its operations become the static library tarvix_NAME, which tests, fuzzers and
-# benchmarks link directly. Its exports are compiled into the module itself.
+# A family is one folder. Its exports.cpp is compiled into the module itself. All its other sources are its operations:
+# they become the static library tarvix_NAME, which tests, fuzzers and benchmarks link directly.
 #
 # Operations know OpenCV, common/ and their own folder, nothing else of ours: no bitmap, no class library, no call of
 # the system. The include path and the link line enforce this, and the tests of the layers try to break it.
 function(tarvix_add_family name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "OPERATIONS;EXPORTS")
-  tarvix_add_operations(${name} ${arg_OPERATIONS})
-  foreach(source IN LISTS arg_EXPORTS)
-    target_sources(Tarvix PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
-  endforeach()
+  file(GLOB sources RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+  list(REMOVE_ITEM sources exports.cpp)
+  tarvix_add_operations(${name} ${sources})
+  target_sources(Tarvix PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/exports.cpp")
   target_link_libraries(Tarvix PRIVATE tarvix_${name})
 endfunction()
 

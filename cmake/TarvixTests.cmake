@@ -14,6 +14,7 @@ function(tarvix_add_test name)
   endif()
   get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
   add_executable(test_${name} ${arg_SOURCES})
+  set_property(DIRECTORY APPEND PROPERTY TARVIX_TESTED ${arg_SOURCES})
   target_link_libraries(test_${name} PRIVATE tarvix_test_support tarvix_test_main ${arg_LINKS})
   if(NOT "OpenMP::OpenMP_CXX" IN_LIST arg_LINKS) # its compiler option makes other precompiled headers necessary
     tarvix_use_test_headers(test_${name})
@@ -31,6 +32,18 @@ function(tarvix_add_test name)
   if(arg_SERIAL)
     set_tests_properties(${folder}.${name} PROPERTIES RUN_SERIAL TRUE)
   endif()
+endfunction()
+
+# tarvix_add_other_tests(LINKS target ...): a test of each test_*.cpp of the folder that is in no test so far.
+function(tarvix_add_other_tests)
+  get_property(tested DIRECTORY PROPERTY TARVIX_TESTED)
+  file(GLOB sources RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/test_*.cpp")
+  foreach(source IN LISTS sources)
+    if(NOT source IN_LIST tested)
+      string(REGEX REPLACE "^test_(.*)\\.cpp$" "\\1" name "${source}")
+      tarvix_add_test(${name} ${ARGN})
+    endif()
+  endforeach()
 endfunction()
 
 # tarvix_runs_openmp(CTEST_ENTRY): under the thread checker, the entry needs help with code that is not built

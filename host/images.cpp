@@ -71,6 +71,10 @@ Bitmap toBitmap(const cv::Mat& m) {
     return bitmap;
 }
 
+cv::Mat take(CDib* result) {
+    return take(result, "no bitmap could be made for the result");
+}
+
 cv::Mat take(CDib* result, const std::string& what) {
     const Bitmap bitmap(result);
     if (bitmap == nullptr) {

@@ -26,7 +26,9 @@ cv::Mat toMatrix(const CDib& dib);
 Bitmap toBitmap(const cv::Mat& m);
 
 // Takes over the bitmap that an export returned, and gives its pixels. If it is null, throws
-// Failure: with `what`, unless the module has already shown a message that says why.
+// Failure: with `what`, unless the module has already shown a message that says why. Without
+// `what`, it says that there is no bitmap.
 cv::Mat take(CDib* result, const std::string& what);
+cv::Mat take(CDib* result);
 
 } // namespace host

@@ -10,7 +10,7 @@ install_packages build test
 command -v python3 >/dev/null || die "python3 is missing"
 record=()
 if [ "${1:-}" = --record ]; then
-  record=("$(sed -n 's/^  VERSION //p' "$root/CMakeLists.txt")")
+  record=("$(sed -n 's/^## \([0-9.]*\)$/\1/p' "$root/CHANGELOG.md" | head -n 1)")
   shift
 fi
 programs=(bench_exports bench_calib bench_bridge bench_converge bench_registration)

@@ -3,7 +3,7 @@
 # Usage: scripts/clang_format.sh [--fix]
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-command -v clang-format >/dev/null || die "clang-format is missing: install the package clang-format"
+command -v clang-format >/dev/null || die "clang-format is missing: sudo apt-get install clang-format"
 cd "$root"
 mapfile -t files < <(find . \( -name build -o -path './build-*' -o -name '.?*' \) -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
 if [ "${1:-}" = --fix ]; then

@@ -6,12 +6,7 @@
 
 namespace {
 
-// The inputs of the corpus choose by position: only append.
-constexpr std::array exports{"tx_Canny",          "tx_Denoise",           "tx_getRectSubPix",
-                             "tx_FindLines",      "tx_FindChessboard",    "tx_FindFaces",
-                             "tx_Projective",     "tx_GetProjectiveMask", "tx_Converge",
-                             "tx_ConvergeScaled", "tx_PerspAlign",        "tx_DetectorTest",
-                             "tx_MatchTest",      "tx_UseCalib",          "tx_UseStereoCalib"};
+const std::vector<std::string> exports = test::exportsThatTake(test::takesBitmap);
 
 constexpr int mostPixels = 1 << 17;
 

@@ -8,9 +8,7 @@
 
 namespace {
 
-// The inputs of the corpus choose by position: only append, up to 15.
-constexpr std::array exports{"tx_Projective", "tx_GetProjectiveMask", "tx_Converge",
-                             "tx_ConvergeScaled", "tx_PerspAlign"};
+const std::vector<std::string> exports = test::exportsThatTake(test::takesCorners);
 
 bool sameBits(double a, double b) {
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
@@ -58,7 +56,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (selected == 15) {
         compareSearch(a);
     } else {
-        fuzz::call(exports[selected % exports.size()], a);
+        fuzz::call(exports[selected % exports.size()].c_str(), a);
     }
     return 0;
 }

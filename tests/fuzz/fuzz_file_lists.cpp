@@ -9,9 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The inputs of the corpus choose by position: only append.
-constexpr std::array exports{"tx_LoadFile",    "tx_MatchImages", "tx_Stitch",         "tx_Calib",
-                             "tx_StereoCalib", "tx_UseCalib",    "tx_UseStereoCalib", "tx_Meas3D"};
+const std::vector<std::string> exports = test::exportsThatTake(test::takesFiles);
 
 const std::string longName(5000, 'n');
 const std::string longFolder(300, '/');

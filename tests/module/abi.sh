@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # abi.sh [--update] BASELINE VERSION MODULE: compares the interface of a module built with debugging information with
-# the baseline of an earlier version. --update writes a new baseline if the version allows the change:
+# the baseline of an earlier version. --update writes a new baseline, and its symbols to exports.txt beside it, if the
+# version allows the change:
 # additions need a higher minor number, everything else a higher major number.
 set -uo pipefail
 update=
@@ -45,3 +46,5 @@ fi
     --suppressions "$suppressions" "$module" &&
     echo "<!-- Tarvix $version -->"
 } >"$baseline.new" && mv "$baseline.new" "$baseline" && echo "the baseline is that of version $version"
+# The list of symbols, which module.exports compares with every system's module.
+grep -o "<elf-symbol name='[^']*'" "$baseline" | sed "s/.*='//; s/'//" | c++filt | grep '(' | LC_ALL=C sort -u >"$(dirname "$baseline")/exports.txt"

@@ -136,8 +136,9 @@ int callMeas3D(Arguments& a, Digest& d) {
 
 constexpr unsigned passAll = passOpenCv | passMemory;
 
+// The inputs of the fuzzers' corpora choose exports by position: new rows come last.
 constexpr Export table[] = {
-    {.name = "tx_LoadFile", .passes = passAll, .call = callLoadFile},
+    {.name = "tx_LoadFile", .passes = passAll, .takes = takesFiles, .call = callLoadFile},
     {.name = "tx_Canny", .passes = passAll, .reals = {50, 150}, .ints = {3, 0}, .call = callCanny},
     {.name = "tx_Denoise", .reals = {3, 3}, .ints = {3, 5}, .call = callDenoise},
     {.name = "tx_getRectSubPix",
@@ -149,35 +150,63 @@ constexpr Export table[] = {
      .ints = {Workplace::boardWidth, Workplace::boardHeight},
      .call = callFindChessboard},
     {.name = "tx_FindFaces", .isQuick = false, .call = callFindFaces},
-    {.name = "tx_TrackFace", .call = callTrackFace},
-    {.name = "tx_Projective", .passes = passAll, .call = callProjective},
-    {.name = "tx_GetProjectiveMask", .passes = passAll, .call = callGetProjectiveMask},
+    {.name = "tx_TrackFace", .takes = takesNothing, .call = callTrackFace},
+    {.name = "tx_Projective",
+     .passes = passAll,
+     .takes = takesBitmap | takesCorners,
+     .call = callProjective},
+    {.name = "tx_GetProjectiveMask",
+     .passes = passAll,
+     .takes = takesBitmap | takesCorners,
+     .call = callGetProjectiveMask},
     {.name = "tx_Converge",
      .passes = passAll,
+     .takes = takesBitmap | takesCorners,
      .reals = {0, 1, 3, -2},
      .ints = {0},
      .call = callConverge},
-    {.name = "tx_ConvergeScaled", .passes = passAll, .call = callConvergeScaled},
-    {.name = "tx_PerspAlign", .passes = passAll, .ints = {10, 20, 30}, .call = callPerspAlign},
+    {.name = "tx_ConvergeScaled",
+     .passes = passAll,
+     .takes = takesBitmap | takesCorners,
+     .call = callConvergeScaled},
+    {.name = "tx_PerspAlign",
+     .passes = passAll,
+     .takes = takesBitmap | takesCorners,
+     .ints = {10, 20, 30},
+     .call = callPerspAlign},
     {.name = "tx_DetectorTest", .passes = passMemory, .ints = {1}, .call = callDetectorTest},
     {.name = "tx_MatchTest", .ints = {1, 0}, .call = callMatchTest},
     {.name = "tx_MatchImages",
      .passes = passMemory | passInvalidArgument,
+     .takes = takesFiles,
      .isQuick = false,
      .call = callMatchImages},
-    {.name = "tx_Stitch", .passes = passMemory, .isQuick = false, .call = callStitch},
+    {.name = "tx_Stitch",
+     .passes = passMemory,
+     .takes = takesFiles,
+     .isQuick = false,
+     .call = callStitch},
     {.name = "tx_Calib",
+     .takes = takesFiles,
      .isQuick = false,
      .ints = {Workplace::boardWidth, Workplace::boardHeight},
      .call = callCalib},
-    {.name = "tx_UseCalib", .call = callUseCalib},
     {.name = "tx_StereoCalib",
+     .takes = takesFiles,
      .isQuick = false,
      .reals = {25},
      .ints = {Workplace::boardWidth, Workplace::boardHeight},
      .call = callStereoCalib},
-    {.name = "tx_UseStereoCalib", .ints = {1}, .call = callUseStereoCalib},
-    {.name = "tx_Meas3D", .reals = {30, 20, 25, 20}, .call = callMeas3D},
+    {.name = "tx_UseCalib", .takes = takesBitmap | takesFiles, .call = callUseCalib},
+    {.name = "tx_UseStereoCalib",
+     .takes = takesBitmap | takesFiles,
+     .ints = {1},
+     .call = callUseStereoCalib},
+    {.name = "tx_Meas3D",
+     .takes = takesFiles,
+     .isMute = true,
+     .reals = {30, 20, 25, 20},
+     .call = callMeas3D},
 };
 
 } // namespace
@@ -193,6 +222,16 @@ const Export& exportNamed(std::string_view name) {
         throw std::invalid_argument("no export " + std::string(name));
     }
     return *found;
+}
+
+std::vector<std::string> exportsThatTake(Takes what) {
+    std::vector<std::string> names;
+    for (const Export& e : table) {
+        if ((e.takes & what) != 0) {
+            names.emplace_back(e.name);
+        }
+    }
+    return names;
 }
 
 } // namespace test

@@ -96,6 +96,9 @@ Outcome run(const Export& e, Arguments& arguments, unsigned passes,
         digest.addFile(path);
     }
     outcome.messages = messagesHere;
+    if (e.isMute && outcome.messages != 0) {
+        throw std::logic_error(std::string(e.name) + " shows a message");
+    }
     outcome.digest = digest.value();
     return outcome;
 }

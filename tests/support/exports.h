@@ -41,6 +41,14 @@ struct Arguments {
 // The exceptions that an export may throw, by its declaration.
 enum Passes : unsigned { passNothing = 0, passOpenCv = 1, passMemory = 2, passInvalidArgument = 4 };
 
+// What of the arguments an export takes: the fuzzers of each kind choose their exports by it.
+enum Takes : unsigned {
+    takesNothing = 0,
+    takesBitmap = 1,
+    takesCorners = 2,
+    takesFiles = 4 // lists of file names, a file's name or a folder's
+};
+
 // What a host gets from a call.
 struct Outcome {
     Passes passedOut = passNothing;
@@ -66,6 +74,8 @@ private:
 struct Export {
     const char* name = nullptr;
     unsigned passes = passNothing; // Passes
+    unsigned takes = takesBitmap;  // Takes
+    bool isMute = false;           // shows no message; run() throws if it does
     bool isQuick = true;           // milliseconds, with the usual arguments
     std::array<double, 4> reals{}; // usual values
     std::array<int, 4> ints{};     // usual values
@@ -74,6 +84,7 @@ struct Export {
 
 std::span<const Export> allExports();
 const Export& exportNamed(std::string_view name);
+std::vector<std::string> exportsThatTake(Takes what); // names, in the order of the table
 
 // Makes the call and deletes what it returns. The random colours of OpenCV's drawings are the same
 // each time. `around`, if any, makes the call itself; nothing of the caller's own allocates in it.
