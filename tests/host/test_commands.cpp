@@ -21,7 +21,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-const host::Command& commandOf(const std::string& name) {
+const host::Command& commandOf(const char* name) {
     const auto& all = host::commands();
     const auto found = std::find_if(all.begin(), all.end(),
                                     [&](const host::Command& c) { return c.name == name; });
