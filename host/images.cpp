@@ -2,6 +2,7 @@
 
 #include "host/application.h"
 #include "host/failure.h"
+#include "host/photograph_file.h"
 #include "platform/system/paths.h"
 
 #include <tarvix/tarvix.h>
@@ -34,6 +35,10 @@ Bitmap loadImage(const std::string& path, bool gray) {
     Bitmap image(tx_LoadFile(path.c_str()));
     if (image == nullptr) {
         throw Failure("not an image that can be read: '" + path + "'");
+    }
+    const PhotographFile file = readPhotographFile(path);
+    if (!decoderTurns(file)) {
+        image = toBitmap(upright(toMatrix(*image), file.exif.orientation));
     }
     return gray ? toGray(*image) : std::move(image);
 }

@@ -46,11 +46,17 @@ void addOut(CLI::App& parser, CommonOptions& options) {
                     "Image file to write; the extension chooses the format (png, jpg, bmp, tif "
                     "...)")
         ->required();
+    parser
+        .add_option("--quality", options.quality,
+                    "Quality of a JPEG or WebP file: 1 to 100 (otherwise 95, and WebP lossless)")
+        ->check(wholeFrom(1, 100));
 }
 
 void addInOut(CLI::App& parser, CommonOptions& options) {
     addIn(parser, options);
     addOut(parser, options);
+    parser.add_flag("--strip", options.strip,
+                    "Leave out the photograph's metadata: EXIF, XMP and the colour profile");
 }
 
 void addGray(CLI::App& parser, CommonOptions& options) {

@@ -20,10 +20,10 @@ using Board = std::array<int, 2>;      // inner corners per row, per column
 // IN, the image file to read.
 void addIn(CLI::App& parser, CommonOptions& options);
 
-// -o, the image file for the result.
+// -o, the image file for the result, and --quality.
 void addOut(CLI::App& parser, CommonOptions& options);
 
-// Both, for commands that make one image of one.
+// Both, and --strip, for commands that make one image of one.
 void addInOut(CLI::App& parser, CommonOptions& options);
 
 // --gray.

@@ -4,12 +4,16 @@
 #include "host/command.h"
 #include "host/commands.h"
 #include "host/failure.h"
+#include "host/photograph_file.h"
 #include "host/saving.h"
+#include "platform/system/paths.h"
 
 #include <CLI/CLI.hpp>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <functional>
 #include <sstream>
 
@@ -47,10 +51,44 @@ int guarded(Output& output, const std::function<int()>& work) {
     }
 }
 
+// Writes the image. One that was made of one photograph keeps what that carries.
+void saveResult(const Command& command, const CommonOptions& options, const cv::Mat& image,
+                Output& output) {
+    Saving saving{.quality = options.quality};
+    PhotographFile file;
+    if (command.takes == Takes::OneImage) {
+        file = readPhotographFile(options.in);
+    }
+    if (!options.strip && !image.empty()) {
+        // The filters leave every pixel where it is, unless they cut.
+        const bool sameView = command.family == "filters" && command.name != "patch";
+        saving.metadata = metadataFor(file, image, sameView);
+    }
+    const std::vector<std::string> leftOut = saveImage(image, options.out, saving);
+    if (file.bits > 8) {
+        output.warn("'" + options.in + "' has " + std::to_string(file.bits) +
+                    " bits per sample; the result has 8");
+    }
+    for (const std::string& what : leftOut) {
+        output.warn("the file '" + options.out + "' cannot hold " + what + ", left out");
+    }
+}
+
+void refuseQualityOfOthers(const CommonOptions& options) {
+    std::string extension = tarvix::nameOf(tarvix::pathOf(options.out).extension());
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (options.quality != 0 && extension != ".jpg" && extension != ".jpeg" &&
+        extension != ".webp") {
+        throw BadUsage("--quality is for JPEG and WebP files, not for '" + options.out + "'");
+    }
+}
+
 void runAndWrite(const Command& command, const Job& job, Output& output) {
+    refuseQualityOfOthers(*job.options);
     const Result result = job.run(output);
     if (command.makes == Makes::Image || !result.image.empty()) {
-        saveImage(result.image, job.options->out);
+        saveResult(command, *job.options, result.image, output);
     }
     for (const std::string& sentence : result.warnings) {
         output.warn(sentence);

@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <random>
 
 namespace host {
@@ -55,23 +56,47 @@ void replaceFile(const std::string& path, const std::function<bool(const fs::pat
     }
 }
 
+std::string bytesOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+bool writeBytes(const fs::path& path, const std::string& bytes) {
+    std::ofstream file(path, std::ios::binary);
+    file << bytes;
+    file.close();
+    return file.good();
+}
+
 } // namespace
 
-void saveImage(const cv::Mat& image, const std::string& path) {
+std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path,
+                                   const Saving& saving) {
+    std::vector<int> parameters;
+    if (saving.quality > 0) {
+        parameters = {cv::IMWRITE_JPEG_QUALITY, saving.quality, cv::IMWRITE_WEBP_QUALITY,
+                      saving.quality};
+    }
+    std::vector<std::string> leftOut;
     replaceFile(path, [&](const fs::path& half) {
+        if (image.empty() || !cv::imwrite(nameOf(half), image, parameters)) {
+            return false;
+        }
+        if (!saving.metadata.empty()) {
+            const std::string whole =
+                withMetadata(bytesOf(half), saving.metadata, image.size(), leftOut);
+            if (!writeBytes(half, whole)) {
+                return false;
+            }
+        }
         // imwrite does not report a disk that filled up; an image that can be read back is whole.
-        return !image.empty() && cv::imwrite(nameOf(half), image) &&
-               !cv::imread(nameOf(half), cv::IMREAD_UNCHANGED).empty();
+        return !cv::imread(nameOf(half), cv::IMREAD_UNCHANGED).empty();
     });
+    return leftOut;
 }
 
 void saveText(const std::string& text, const std::string& path) {
-    replaceFile(path, [&](const fs::path& half) {
-        std::ofstream file(half, std::ios::binary);
-        file << text;
-        file.close();
-        return file.good();
-    });
+    replaceFile(path, [&](const fs::path& half) { return writeBytes(half, text); });
 }
 
 void makeFolder(const std::string& folder) {

@@ -2,16 +2,27 @@
 // and not finished is removed.
 #pragma once
 
+#include "host/containers.h"
+
 #include <opencv2/core/mat.hpp>
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace host {
 
-// Writes an image in the format that the name's extension asks for. Throws Failure if the image is
-// empty, the format unknown or the file cannot be written; an existing file is then unchanged.
-void saveImage(const cv::Mat& image, const std::string& path);
+// How an image is written.
+struct Saving {
+    int quality = 0;     // of JPEG and WebP, 1 to 100; 0: as OpenCV chooses
+    Metadata metadata{}; // goes into the file
+};
+
+// Writes an image in the format that the name's extension asks for. Returns what of the metadata
+// the format cannot hold, such as "XMP". Throws Failure if the image is empty, the format unknown
+// or the file cannot be written; an existing file is then unchanged.
+std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path,
+                                   const Saving& saving = {});
 
 // Writes the text as it is. Throws Failure if it cannot; an existing file is then unchanged.
 void saveText(const std::string& text, const std::string& path);

@@ -5,6 +5,7 @@
 #include "host/correction_file.h"
 #include "host/drawing.h"
 #include "host/failure.h"
+#include "host/photograph_file.h"
 
 #include <tarvix/tarvix.h>
 
@@ -52,12 +53,26 @@ cv::Size sizeOf(const CDib& dib) {
 struct KnownFocal {
     double mm = 0; // 0: not known
     std::string source = "searched";
+    bool cropped = false; // the file says it, but of an image that was cropped since
 };
+
+KnownFocal knownFocal(const StraighteningOptions& o, cv::Size image) {
+    if (o.focal) {
+        return *o.focal != 0 ? KnownFocal{*o.focal, "given"} : KnownFocal{};
+    }
+    const tarvix::ExifFacts exif = readPhotographFile(o.in).exif;
+    if (const auto mm = tarvix::focal35Of(exif, image, o.cropFactor)) {
+        return {*mm, "from the file"};
+    }
+    KnownFocal unknown;
+    unknown.cropped = (exif.focalMm || exif.focal35Mm) && tarvix::wasCropped(exif, image);
+    return unknown;
+}
 
 // A correction with the image that comes of it.
 struct Straightened {
     Correction correction{};
-    std::string focalSource{};
+    KnownFocal focal{};
     cv::Mat image{};
     Quad onCanvas{}; // where the corrected corners are on it
 };
@@ -77,7 +92,7 @@ Straightened searched(const StraighteningOptions& o, CDib& in, const Quad& marke
         return quadOf(corrected);
     };
     std::array<double, 12> found{};
-    Straightened s{.focalSource = focal.source, .image = converge(o.pitchOnly, found)};
+    Straightened s{.focal = focal, .image = converge(o.pitchOnly, found)};
     s.correction = {.image = sizeOf(in),
                     .marked = marked,
                     .corrected = correctedOf(found),
@@ -100,7 +115,7 @@ Straightened searched(const StraighteningOptions& o, CDib& in, const Quad& marke
 // A correction from a file, and the image at its own size.
 Straightened applied(const StraighteningOptions& o, CDib& in) {
     Straightened s{.correction = scaledTo(loadCorrection(o.apply), sizeOf(in), o.in),
-                   .focalSource = "from the correction"};
+                   .focal = {.source = "from the correction"}};
     Corners marked = arrayOf(s.correction.marked);
     Corners corrected = arrayOf(s.correction.corrected);
     s.image = take(tx_ConvergeScaled(in, marked.data(), corrected.data()), noBitmap);
@@ -155,14 +170,20 @@ ImageBeside overlay(const std::string& path, const cv::Mat& image, const Quad& c
 
 Json dataOf(const Straightened& s, const std::optional<std::string>& refusal) {
     const Correction& c = s.correction;
-    Json data = {{"pitch_deg", c.pitchDeg},       {"yaw_deg", c.yawDeg},
-                 {"roll_deg", c.rollDeg},         {"focal_mm", c.focalMm},
-                 {"focal_source", s.focalSource}, {"missed_right_angles_deg", c.missedDeg},
-                 {"marked", pointsOf(c.marked)},  {"corners", pointsOf(s.onCanvas)},
-                 {"width", s.image.cols},         {"height", s.image.rows},
+    Json data = {{"pitch_deg", c.pitchDeg},        {"yaw_deg", c.yawDeg},
+                 {"roll_deg", c.rollDeg},          {"focal_mm", c.focalMm},
+                 {"focal_source", s.focal.source}, {"missed_right_angles_deg", c.missedDeg},
+                 {"marked", pointsOf(c.marked)},   {"corners", pointsOf(s.onCanvas)},
+                 {"width", s.image.cols},          {"height", s.image.rows},
                  {"remarks", Json::array()}};
     if (refusal) {
         data["remarks"].push_back({{"code", "refused"}, {"text", *refusal}});
+    }
+    if (s.focal.cropped) {
+        data["remarks"].push_back(
+            {{"code", "focal-not-used"},
+             {"text", "the file states a focal length, but the image was cropped since, so it is "
+                      "searched"}});
     }
     for (const tarvix::Remark& remark : tarvix::remarksOn(c, s.onCanvas, s.image.size())) {
         data["remarks"].push_back({{"code", remark.code}, {"text", remark.text}});
@@ -186,11 +207,7 @@ Result straighten(const StraighteningOptions& o, CDib& in) {
         if (!o.asGiven) {
             marked = tarvix::sortedCorners(marked);
         }
-        KnownFocal focal;
-        if (o.focal && *o.focal != 0) {
-            focal = {*o.focal, "given"};
-        }
-        s = searched(o, in, marked, focal);
+        s = searched(o, in, marked, knownFocal(o, sizeOf(in)));
     } else {
         throw BadUsage("give the corners (--corners) or a correction (--apply)");
     }

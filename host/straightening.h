@@ -15,7 +15,8 @@ namespace host {
 struct StraighteningOptions : CommonOptions {
     std::optional<Corners> corners{}; // none if a correction is applied
     bool asGiven = false;             // do not sort or check the corners
-    std::optional<double> focal{};    // mm, 35-mm equivalent; 0: search it
+    std::optional<double> focal{};    // mm, 35-mm equivalent; 0: search it; none: as the file says
+    double cropFactor = 0;            // 35-mm equivalent per focal length of the lens; 0: not known
     double scale = 1;
     Point offset{};
     bool pitchOnly = false;

@@ -19,10 +19,15 @@ void addConvergeOptions(CLI::App& parser, StraighteningOptions& o) {
                   "Neither sort nor check the corners: the first two are the top edge, from left "
                   "to right, and the others follow clockwise")
         ->needs(corners);
-    CLI::Option* focal =
-        parser.add_option("--focal", o.focal,
-                          "Focal length (mm, 35-mm equivalent); 0 if unknown, then it is searched");
+    CLI::Option* focal = parser.add_option(
+        "--focal", o.focal,
+        "Focal length (mm, 35-mm equivalent), instead of the file's; 0: search it");
     focal->check(numberFrom(0, 1e4));
+    parser
+        .add_option("--crop-factor", o.cropFactor,
+                    "35-mm equivalent per mm of the lens, for files that state only the latter")
+        ->check(numberAbove(0))
+        ->excludes(focal);
     CLI::Option* scale =
         parser.add_option("--scale", o.scale, "Extra size factor")->check(numberAbove(0));
     scale->capture_default_str();
