@@ -33,7 +33,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS libopencv-dev) # to catch its exce
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "computer-vision operations on bitmaps - development files
 ${about}
 
-This package contains the headers, a CMake package and a pkg-config file.")
+This package contains the headers, a CMake package, a pkg-config file,
+examples, and pages about each function.")
 
 set(CPACK_DEBIAN_HOST_PACKAGE_NAME tarvix)
 set(CPACK_DEBIAN_HOST_PACKAGE_SECTION graphics)
@@ -50,7 +51,8 @@ a gallery that shows them all on photographs.")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers"
+                                                 "${PROJECT_BINARY_DIR}/debian/symbols") # complete.cmake writes it
 
 # The other contents of a Debian package.
 file(RELATIVE_PATH TARVIX_TO_SHARE "/${tarvix_host_dir}" "/share")

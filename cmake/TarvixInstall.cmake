@@ -33,6 +33,14 @@ if(TARGET tarvix-message-box)
   install(TARGETS tarvix-message-box RUNTIME DESTINATION "${CMAKE_INSTALL_LIBDIR}/tarvix" COMPONENT Runtime)
 endif()
 
+# What is installed is hardened as distributions do it: all symbols are resolved when it is loaded, and the tables of their
+# addresses cannot be written afterwards.
+foreach(target IN ITEMS ${tarvix_shared_libraries} tarvix-message-box tarvix_host)
+  if(TARGET ${target} AND CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
+    target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now)
+  endif()
+endforeach()
+
 install(EXPORT TarvixTargets NAMESPACE Tarvix:: DESTINATION "${tarvix_package_dir}" COMPONENT Development)
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/TarvixConfig.cmake.in"
                               "${PROJECT_BINARY_DIR}/TarvixConfig.cmake" INSTALL_DESTINATION "${tarvix_package_dir}")
@@ -53,6 +61,12 @@ if(NOT MSVC)
   list(JOIN pc_libraries " " pc_libraries)
   configure_file("${PROJECT_SOURCE_DIR}/cmake/tarvix.pc.in" "${PROJECT_BINARY_DIR}/tarvix.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/tarvix.pc" DESTINATION "${pc_dir}" COMPONENT Development)
+endif()
+
+if(NOT WIN32)
+  # The project that the pages show, to copy.
+  file(GLOB examples CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/examples/*")
+  install(FILES ${examples} DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/libtarvix-dev/examples" COMPONENT Development)
 endif()
 
 if(TARGET tarvix_host)

@@ -18,7 +18,7 @@ expect() {
   local component=$1
   shift
   printf './%s\n' "$@" | sort >"$work/wanted"
-  (cd "$work/$component" && find . ! -type d ! -name '*.h' ! -name 'TarvixTargets-*.cmake' | sort) |
+  (cd "$work/$component" && find . -path ./share/doc -prune -o ! -type d ! -name '*.h' ! -name 'TarvixTargets-*.cmake' -print | sort) |
     diff "$work/wanted" - || fail "component $component"
 }
 runtime=("$libdir/tarvix/tarvix-message-box")
@@ -38,7 +38,7 @@ mv "$work/installed" "$prefix"
 
 # find_package
 configure() { cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_PREFIX_PATH=$prefix" "${@:3}"; }
-quietly "find_package: configuring" configure "$source/docs/examples" "$work/examples" -DCMAKE_CXX_STANDARD=17 \
+quietly "find_package: configuring" configure "$prefix/share/doc/libtarvix-dev/examples" "$work/examples" -DCMAKE_CXX_STANDARD=17 \
   -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
 grep -e '-std=[a-z+]*2' "$work/examples/compile_commands.json" && fail "a host is raised above C++17"
 grep -qF "Tarvix_DIR:PATH=$prefix/$libdir/cmake/Tarvix" "$work/examples/CMakeCache.txt" || fail "another Tarvix was found"

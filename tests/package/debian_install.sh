@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# debian_install.sh PACKAGES SOURCE PHOTOGRAPH: installs the packages into this system as a user does, uses them and
+# debian_install.sh PACKAGES PHOTOGRAPH: installs the packages into this system as a user does, uses them and
 # purges them. Skipped (status 77) if that is not possible or would change somebody's installation.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-packages=$1 source=$2 photograph=$3
+packages=$1 photograph=$2
 skip() {
   echo "SKIPPED: $*"
   exit 77
@@ -30,12 +30,13 @@ tarvix --version || fail "tarvix --version"
 tarvix faces "$photograph" --draw faces.png || fail "tarvix faces"
 [ -s faces.png ] || fail "tarvix faces wrote nothing"
 
-quietly "a host by find_package: configuring" cmake -S "$source/docs/examples" -B examples -G Ninja
+examples=/usr/share/doc/libtarvix-dev/examples
+quietly "a host by find_package: configuring" cmake -S "$examples" -B examples -G Ninja
 grep -q '^Tarvix_DIR:PATH=/usr/lib/' examples/CMakeCache.txt || fail "another Tarvix was found"
 quietly "a host by find_package: building" cmake --build examples
 examples/example_edges "$photograph" >edges.txt || fail "the host fails"
 # shellcheck disable=SC2046
-c++ -o edges "$source/docs/examples/edges.cpp" $(pkg-config --cflags --libs tarvix) || fail "a host by pkg-config"
+c++ -o edges "$examples/edges.cpp" $(pkg-config --cflags --libs tarvix) || fail "a host by pkg-config"
 ./edges "$photograph" | cmp - edges.txt || fail "the two hosts differ"
 
 files=$(dpkg-query -L "${names[@]}" | grep -i tarvix)
