@@ -36,3 +36,8 @@ set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../../scripts/windo
 # assembler turns these into unaligned ones.
 string(APPEND CMAKE_C_FLAGS_INIT " -Wa,-muse-unaligned-vector-move")
 string(APPEND CMAKE_CXX_FLAGS_INIT " -Wa,-muse-unaligned-vector-move")
+
+# The same input makes the same bytes: no time of linking in the files.
+foreach(kind EXE MODULE SHARED)
+  string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT " -Wl,--no-insert-timestamp")
+endforeach()

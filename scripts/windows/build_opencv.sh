@@ -1,6 +1,6 @@
 #!/bin/bash
-# Cross-builds OpenCV (one world DLL, only the modules Tarvix uses), libjpeg-turbo and libpng from the
-# distribution's source packages into the cache; nothing is installed on the system.
+# Cross-builds OpenCV (one world DLL, only the modules Tarvix uses) with libjpeg-turbo, libpng, libtiff and libwebp from
+# the distribution's source packages into the cache; nothing is installed on the system.
 #
 #   build_opencv.sh [--jobs N | --print-prefix]
 set -euo pipefail
@@ -9,6 +9,8 @@ set -euo pipefail
 opencv_version=4.6.0
 jpeg_version=2.1.5
 png_version=1.6.39
+tiff_version=4.5.0
+webp_version=1.2.4
 begin_build opencv "${BASH_SOURCE[0]}" "" "$@"
 need_command nasm nasm
 need_command dpkg-source dpkg-dev
@@ -53,6 +55,7 @@ fetch_source() {
         if apt-get "${apt_options[@]}" source --download-only --only-source "$package=$version" >>"$log" 2>&1; then
             run_logged dpkg-source --no-check -x "${package}_${version#*:}.dsc" "$target"
             say "$package $version"
+            record_version "$package" "$version"
             return
         fi
         say "$package $version is listed but cannot be downloaded"
@@ -63,10 +66,14 @@ fetch_source() {
     mkdir -p "$target"
     run_logged tar -C "$target" --strip-components=1 -xf "$archive"
     say "$package $upstream, the upstream archive without the distribution's patches"
+    record_version "$package" "$upstream (upstream)"
 }
 fetch_source libjpeg-turbo "$jpeg_version" "$work/jpeg"
 fetch_source libpng1.6 "$png_version" "$work/png"
+fetch_source tiff "$tiff_version" "$work/tiff"
+fetch_source libwebp "$webp_version" "$work/webp"
 fetch_source opencv "$opencv_version" "$work/opencv"
+record_version zlib "$(dpkg-query -W -f '${Version}' libz-mingw-w64-dev)"
 cd "$work"
 
 # ---- build ----
@@ -75,16 +82,26 @@ zlib=("-DZLIB_INCLUDE_DIR=/usr/$triplet/include" "-DZLIB_LIBRARY=/usr/$triplet/l
 build libjpeg-turbo "$work/jpeg" -DENABLE_SHARED=OFF -DENABLE_STATIC=ON -DWITH_TURBOJPEG=OFF \
     -DCMAKE_ASM_NASM_COMPILER=nasm -DREQUIRE_SIMD=ON
 build libpng "$work/png" -DPNG_SHARED=OFF -DPNG_STATIC=ON -DPNG_TESTS=OFF "${zlib[@]}"
+# The compressions of TIFF that cameras and scanners write; no JBIG, LERC, LZMA, WebP and Zstandard inside TIFF.
+build libtiff "$work/tiff" -DBUILD_SHARED_LIBS=OFF -Dtiff-tools=OFF -Dtiff-tests=OFF -Dtiff-contrib=OFF -Dtiff-docs=OFF \
+    -Dcxx=OFF -Dlibdeflate=OFF -Djbig=OFF -Dlerc=OFF -Dlzma=OFF -Dwebp=OFF -Dzstd=OFF -Djpeg=ON -Dzlib=ON "${zlib[@]}" \
+    "-DJPEG_INCLUDE_DIR=$staging/include" "-DJPEG_LIBRARY=$staging/lib/libjpeg.a"
+build libwebp "$work/webp" -DBUILD_SHARED_LIBS=OFF -DWEBP_BUILD_ANIM_UTILS=OFF -DWEBP_BUILD_CWEBP=OFF \
+    -DWEBP_BUILD_DWEBP=OFF -DWEBP_BUILD_GIF2WEBP=OFF -DWEBP_BUILD_IMG2WEBP=OFF -DWEBP_BUILD_VWEBP=OFF \
+    -DWEBP_BUILD_WEBPINFO=OFF -DWEBP_BUILD_WEBPMUX=OFF -DWEBP_BUILD_EXTRAS=OFF
 # Cameras through DirectShow: the Media Foundation back end does not compile with these headers.
 build opencv "$work/opencv" \
     -DBUILD_LIST=world,core,imgproc,imgcodecs,photo,features2d,flann,calib3d,objdetect,videoio,highgui,stitching \
     -DBUILD_opencv_world=ON -DBUILD_SHARED_LIBS=ON \
     -DBUILD_TESTS=OFF -DBUILD_PERF_TESTS=OFF -DBUILD_EXAMPLES=OFF -DBUILD_DOCS=OFF -DBUILD_opencv_apps=OFF \
     -DBUILD_JAVA=OFF -DBUILD_opencv_python2=OFF -DBUILD_opencv_python3=OFF -DOPENCV_GENERATE_PKGCONFIG=OFF \
-    -DBUILD_ZLIB=OFF -DBUILD_JPEG=OFF -DBUILD_PNG=OFF "${zlib[@]}" \
+    -DBUILD_INFO_SKIP_EXTRA_FLAGS=ON -DBUILD_INFO_SKIP_SYSTEM_VERSION=ON -DBUILD_INFO_SKIP_TIMESTAMP=ON \
+    -DBUILD_ZLIB=OFF -DBUILD_JPEG=OFF -DBUILD_PNG=OFF -DBUILD_TIFF=OFF -DBUILD_WEBP=OFF "${zlib[@]}" \
     "-DJPEG_INCLUDE_DIR=$staging/include" "-DJPEG_LIBRARY=$staging/lib/libjpeg.a" \
     "-DPNG_PNG_INCLUDE_DIR=$staging/include" "-DPNG_LIBRARY=$staging/lib/libpng.a" \
-    -DWITH_JPEG=ON -DWITH_PNG=ON -DWITH_TIFF=OFF -DWITH_WEBP=OFF -DWITH_OPENEXR=OFF -DWITH_JASPER=OFF \
+    "-DTIFF_INCLUDE_DIR=$staging/include" "-DTIFF_LIBRARY=$staging/lib/libtiff.a;$staging/lib/libjpeg.a;${zlib[1]#*=}" \
+    "-DWEBP_INCLUDE_DIR=$staging/include" "-DWEBP_LIBRARY=$staging/lib/libwebp.a" \
+    -DWITH_JPEG=ON -DWITH_PNG=ON -DWITH_TIFF=ON -DWITH_WEBP=ON -DWITH_OPENEXR=OFF -DWITH_JASPER=OFF \
     -DWITH_OPENJPEG=OFF -DWITH_GDAL=OFF -DWITH_GDCM=OFF \
     -DWITH_FFMPEG=OFF -DWITH_GSTREAMER=OFF -DWITH_DSHOW=ON -DWITH_MSMF=OFF -DWITH_1394=OFF \
     -DWITH_OBSENSOR=OFF -DWITH_WIN32UI=ON -DWITH_GTK=OFF -DWITH_QT=OFF -DWITH_VTK=OFF -DWITH_OPENGL=OFF \
@@ -97,6 +114,8 @@ cp "$work/opencv/LICENSE" "$staging/licenses/opencv.txt"
 cp "$work/opencv/COPYRIGHT" "$staging/licenses/opencv-copyright.txt"
 cp "$work/jpeg/LICENSE.md" "$staging/licenses/libjpeg-turbo.md"
 cp "$work/png/LICENSE" "$staging/licenses/libpng.txt"
+cp "$work/tiff/LICENSE.md" "$staging/licenses/libtiff.md"
+cp "$work/webp/COPYING" "$staging/licenses/libwebp.txt"
 cp /usr/share/doc/libz-mingw-w64-dev/copyright "$staging/licenses/zlib.txt"
 cp "/usr/share/doc/gcc-mingw-w64-base/copyright" "$staging/licenses/gcc-runtime.txt" 2>/dev/null ||
     cp "/usr/share/doc/g++-mingw-w64-x86-64-posix/copyright" "$staging/licenses/gcc-runtime.txt"

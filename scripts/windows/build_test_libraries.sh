@@ -19,6 +19,8 @@ mkdir -p "$staging/share/cmake"
 cp -r /usr/include/CLI /usr/include/nlohmann "$staging/include/"
 cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$staging/share/cmake/"
 # The sample host contains both.
+record_version CLI11 "$(dpkg-query -W -f '${Version}' libcli11-dev)"
+record_version nlohmann-json "$(dpkg-query -W -f '${Version}' nlohmann-json3-dev)"
 cp /usr/share/doc/libcli11-dev/copyright "$staging/licenses/cli11.txt"
 cp /usr/share/doc/nlohmann-json3-dev/copyright "$staging/licenses/nlohmann-json.txt"
 finish_build

@@ -35,7 +35,9 @@ begin_build() {
     exec 9>"$tarvix_cache/$name-mingw.lock"
     flock 9 # two builds at once would do the same work twice
     is_complete && exit 0
-    work="$(mktemp -d "$tarvix_cache/$name-mingw-build.XXXXXX")"
+    work="$tarvix_cache/$name-mingw-build" # under the lock
+    rm -rf "$work"
+    mkdir "$work"
     trap 'rm -rf "$work"' EXIT
     log="$tarvix_cache/$name-mingw-build.log"
     : >"$log"
@@ -44,10 +46,12 @@ begin_build() {
     cmake_options=(-G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_TOOLCHAIN_FILE=$toolchain"
         "-DCMAKE_INSTALL_PREFIX=$staging" -DCMAKE_INSTALL_LIBDIR:STRING=lib
         "-DCMAKE_PREFIX_PATH=$staging" "-DTARVIX_WINDOWS_PREFIX=$staging")
-    if command -v ccache >/dev/null; then
-        cmake_options+=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-        export CCACHE_BASEDIR="$work"
-    fi
+    # The same sources make the same bytes, on every machine: no folder of this one, no date. The option is passed
+    # by a launcher, because OpenCV's build information lists the flags.
+    export SOURCE_DATE_EPOCH=315532800
+    printf '#!/bin/sh\nexec %s "$@" "-ffile-prefix-map=%s/="\n' "$(command -v ccache || true)" "$work" >"$work/launch"
+    chmod +x "$work/launch"
+    cmake_options+=("-DCMAKE_C_COMPILER_LAUNCHER=$work/launch" "-DCMAKE_CXX_COMPILER_LAUNCHER=$work/launch")
 }
 
 run_logged() { # run_logged COMMAND...: quiet while it works, the log's end when it fails
@@ -57,11 +61,17 @@ run_logged() { # run_logged COMMAND...: quiet while it works, the log's end when
     fi
 }
 
+record_version() { echo "$*" >>"$staging/versions.txt"; } # record_version NAME VERSION, for the archive, too
+
 build() { # build NAME SOURCE OPTION...
-    local name="$1" source="$2"
+    local name="$1" source="$2" file
     shift 2
     say "building $name"
     run_logged cmake -S "$source" -B "$work/build-$name" "${cmake_options[@]}" "$@"
+    # OpenCV compiles folders into its build information and into its search for data files.
+    while read -r file; do
+        sed -E -i -e '/Python \(for build\)/d' -e 's#/([^/ "]+/)+##g' "$file"
+    done < <(find "$work/build-$name" -name version_string.inc -o -name opencv_data_config.hpp)
     run_logged cmake --build "$work/build-$name" -j "$jobs"
     run_logged cmake --install "$work/build-$name" --strip
 }
