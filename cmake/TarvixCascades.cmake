@@ -1,16 +1,28 @@
 # Finds OpenCV's cascade files for the faces. The target tarvix_cascades copies them beside the host's executable;
 # TARVIX_CASCADES lists them for the installation. They are in the distribution's package opencv-data, on other
-# systems in OpenCV's own folder.
+# systems in OpenCV's own folder. Package managers that install neither leave OpenCV's source archive, which has them, and
+# also the photographs for the tests.
+set(TARVIX_OPENCV_SOURCE "" CACHE PATH "An unpacked source archive of OpenCV: for its cascades and photographs, where these are not installed")
 set(TARVIX_CASCADES)
+set(cascade_places "${OpenCV_DIR}" "${TARVIX_OPENCV_SOURCE}")
+set(cascade_advice "install the package opencv-data, or set")
+if(MSVC)
+  set(cascade_advice
+      "vcpkg does not install it. Download and unpack https://github.com/opencv/opencv/archive/${OpenCV_VERSION}.zip and pass "
+      "-DTARVIX_OPENCV_SOURCE=C:/.../opencv-${OpenCV_VERSION}, or set")
+  list(JOIN cascade_advice "" cascade_advice)
+else()
+  list(APPEND cascade_places /usr/share/opencv4)
+endif()
 function(tarvix_find_cascade variable folder file)
   find_path(
     ${variable} ${file}
-    HINTS "${OpenCV_DIR}" /usr/share/opencv4
-    PATH_SUFFIXES ${folder} etc/${folder}
+    HINTS ${cascade_places}
+    PATH_SUFFIXES ${folder} etc/${folder} data/${folder}
     DOC "Folder of OpenCV's ${folder}"
     NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
   if(NOT EXISTS "${${variable}}/${file}")
-    message(FATAL_ERROR "${file} is missing: install the package opencv-data, or set ${variable} to the folder that has it")
+    message(FATAL_ERROR "${file} is missing: ${cascade_advice} ${variable} to the folder that has it.")
   endif()
   list(APPEND TARVIX_CASCADES "${${variable}}/${file}")
   set(TARVIX_CASCADES "${TARVIX_CASCADES}" PARENT_SCOPE)

@@ -5,6 +5,8 @@
 // must be readable.
 #pragma once
 
+#include <afx.h> // the class library comes before anything that includes windows.h
+
 #include <MorvelDib.h>
 
 #include <tarvix/tarvix_export.h>

@@ -3,6 +3,7 @@
 
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 #include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
@@ -146,12 +147,13 @@ TEST(MatToDib, EmptyMatrixAsksForAnEmptyGreyBitmapWhichIsRefused) {
 }
 
 TEST(MatToDib, RefusedCreateFreesTheBitmapAndIsSilent) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     test::TestHost host;
     for (const int type : {CV_8UC1, CV_8UC3}) {
-        const long before = morvel_dib_testing::liveObjects();
-        morvel_dib_testing::failCreate(1);
+        const long before = test::liveBitmaps();
+        test::failBitmapCreate(1);
         EXPECT_EQ(MatToDib(cv::Mat(4, 5, type, cv::Scalar::all(1))), nullptr);
-        EXPECT_EQ(morvel_dib_testing::liveObjects(), before);
+        EXPECT_EQ(test::liveBitmaps(), before);
     }
     EXPECT_TRUE(host.messages.empty());
 }

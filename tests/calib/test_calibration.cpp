@@ -8,6 +8,7 @@
 #include "tests/support/images.h"
 #include "tests/support/lists.h"
 #include "tests/support/matrix_files.h"
+#include "tests/support/observed_bitmaps.h"
 
 #include <tarvix/tarvix.h>
 
@@ -304,6 +305,7 @@ TEST_F(Calibration, MapSamplesOfWideAndHighImages) {
 }
 
 TEST_F(Calibration, BitmapsThatCannotBeUndistorted) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     storeKnownCamera();
     float a = -1;
     float b = -1;
@@ -315,7 +317,7 @@ TEST_F(Calibration, BitmapsThatCannotBeUndistorted) {
     EXPECT_EQ(host.messages.size(), 5U);
     host.messages.clear();
     const Dib good = test::makeDib(64, 48, 24);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(undistort(*good, &a, &b), nullptr);
     EXPECT_TRUE(host.messages.empty());
     EXPECT_EQ(a, -1);

@@ -8,6 +8,7 @@
 #include "tests/support/images.h"
 #include "tests/support/lists.h"
 #include "tests/support/matrix_files.h"
+#include "tests/support/observed_bitmaps.h"
 
 #include <tarvix/tarvix.h>
 
@@ -296,13 +297,14 @@ TEST_F(Rectification, OneCamerasFilesServeThatCamera) {
 }
 
 TEST_F(Rectification, BitmapsThatCannotBeRectified) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     CDib never;
     EXPECT_EQ(rectified(never, 1), nullptr);
     EXPECT_EQ(rectified(*test::makeDib(64, 48, 32), 1), nullptr);
     EXPECT_EQ(host.messages.size(), 2U);
     host.messages.clear();
     const Dib good = test::makeDib(64, 48, 8);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(rectified(*good, 1), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }

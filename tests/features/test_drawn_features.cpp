@@ -6,6 +6,7 @@
 #include "tests/support/export_test.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
@@ -181,8 +182,9 @@ TEST_F(DetectorTest, OtherDepthsEndInOpenCvsMessage) {
 }
 
 TEST_F(DetectorTest, RefusedCreateGivesNullSilently) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = test::dibOf(sample(false));
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_DetectorTest(*source, 1), nullptr);
     EXPECT_THAT(host.messages, IsEmpty());
 }
@@ -355,10 +357,11 @@ TEST_F(MatchTest, NoKeypointsOnEitherSideGiveAnImageOrAMessage) {
 }
 
 TEST_F(MatchTest, RefusedCreateGivesNullSilently) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = test::dibOf(test::photo("box.png"));
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_MatchTest(*source, *source, 1, 0), nullptr);
-    morvel_dib_testing::failConstruction(1);
+    test::failBitmapConstruction(1);
     EXPECT_EQ(tx_MatchTest(*source, *source, 1, 0), nullptr);
     EXPECT_THAT(host.messages, IsEmpty());
 }

@@ -4,6 +4,7 @@
 #include "tests/support/export_test.h"
 #include "tests/support/files.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/calib3d.hpp>
@@ -194,11 +195,12 @@ TEST_F(Stitch, TinyAndExtremeImagesGiveNullWithOneMessageAtMost) {
 }
 
 TEST_F(Stitch, RefusedCreateGivesNullSilently) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const std::vector<std::string> files = overlapping();
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(run(files), nullptr);
     EXPECT_THAT(host.messages, IsEmpty());
-    morvel_dib_testing::failCreate(0);
+    test::failBitmapCreate(0);
 }
 
 } // namespace

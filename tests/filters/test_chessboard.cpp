@@ -6,6 +6,7 @@
 #include "tests/support/foreign_locale.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 #include "tests/support/pattern.h"
 
 #include <gmock/gmock.h>
@@ -214,8 +215,9 @@ TEST_F(FindChessboard, ImpossibleBoardsEndInAMessage) {
 }
 
 TEST_F(FindChessboard, RefusedCreateGivesNullSilentlyAndLeavesTheText) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = test::dibOf(test::photo("left01.jpg"));
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_FindChessboard(*source, 9, 6, text), nullptr);
     EXPECT_THAT(host.messages, IsEmpty());
     EXPECT_EQ(text, "before");

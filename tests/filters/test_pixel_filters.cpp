@@ -5,6 +5,7 @@
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
@@ -81,7 +82,8 @@ TEST_F(LoadFile, TruncatedPhotographGivesNullOrAWholeBitmap) {
 }
 
 TEST_F(LoadFile, RefusedCreateGivesNull) {
-    morvel_dib_testing::failCreate(1);
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_LoadFile(test::photoPath("home.jpg").c_str()), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }
@@ -139,8 +141,9 @@ TEST_F(Canny, OpenCvsExceptionPropagatesToTheHost) {
 }
 
 TEST_F(Canny, RefusedCreateGivesNull) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = test::makeDib(8, 8, 24);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_Canny(*source, 1, 2, 3, 0), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }
@@ -223,8 +226,9 @@ TEST_F(Denoise, TemplatesBeyondOpenCvsSumsAreRefusedWithAMessage) {
 }
 
 TEST_F(Denoise, RefusedCreateGivesNullSilently) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = test::makeDib(8, 8, 24);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_Denoise(*source, 3, 3, 3, 5), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }
@@ -340,8 +344,9 @@ TEST_F(GetRectSubPix, ImpossibleSizesEndInOpenCvsMessage) {
 }
 
 TEST_F(GetRectSubPix, RefusedCreateGivesNullSilently) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = test::makeDib(8, 8, 24);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_getRectSubPix(*source, 5, 5, 4, 4), nullptr);
     EXPECT_TRUE(host.messages.empty());
 }

@@ -1,7 +1,7 @@
 #include "tests/fuzz/fuzzing.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 
-#include <MorvelDibTesting.h>
 #include <opencv2/core.hpp>
 
 #include <array>
@@ -83,9 +83,9 @@ test::Dib smallBitmap(int width, int height, int bitCount, const std::string& co
 test::Outcome call(const char* name, test::Arguments& arguments) {
     static_cast<void>(workplace());
     const test::Export e = test::exportNamed(name);
-    const long before = morvel_dib_testing::liveObjects();
+    const long before = test::liveBitmaps();
     const test::Outcome outcome = test::run(e, arguments, e.passes & ~unsigned{test::passMemory});
-    if (morvel_dib_testing::liveObjects() != before) {
+    if (test::liveBitmaps() != before) {
         throw std::logic_error(std::string(name) + " left a bitmap behind");
     }
     return outcome;

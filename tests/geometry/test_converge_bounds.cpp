@@ -95,8 +95,8 @@ std::vector<View> manyViews() {
 }
 
 TEST(Bounds, NeverExceedTheError) {
-    long near = 0;
-    long far = 0;
+    long nearCount = 0;
+    long farCount = 0;
     double worstNear = 0.0;
     double worstFar = 0.0;
     for (const View& view : manyViews()) {
@@ -108,15 +108,15 @@ TEST(Bounds, NeverExceedTheError) {
         EXPECT_LE(seen.vanishingPoints(), seen.cosines() + 1e-10);
         const double excess = seen.cosines() - error;
         if (seen.isNear()) {
-            ++near;
+            ++nearCount;
             worstNear = std::max(worstNear, excess);
         } else {
-            ++far;
+            ++farCount;
             worstFar = std::max(worstFar, excess);
         }
     }
-    EXPECT_GT(near, 5000);
-    EXPECT_GT(far, 2000);
+    EXPECT_GT(nearCount, 5000);
+    EXPECT_GT(farCount, 2000);
     EXPECT_LT(worstNear, 1e-8); // far below the proven 2.8e-6
     EXPECT_LT(worstFar, 1e-8);  // far below the proven 1.4e-3
 }

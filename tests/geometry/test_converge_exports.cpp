@@ -5,6 +5,7 @@
 #include "tests/support/export_test.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 #include "tests/support/stored_rows.h"
 
 #include <tarvix/tarvix.h>
@@ -162,12 +163,13 @@ TEST_F(ConvergeExports, ANullResultIsAllowed) {
 }
 
 TEST_F(ConvergeExports, TheResultIsFilledEvenWhenTheFinalConversionFails) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = dibOf(test::scene(180, 240));
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_Converge(*source, corners.data(), 35.0, 1, 0, 0, 0, result.data()), nullptr);
     EXPECT_EQ(result[11], 35.0);
     EXPECT_NE(result[0], 0.0);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_ConvergeScaled(*source, corners.data(), corners.data()), nullptr);
 }
 
@@ -326,10 +328,11 @@ TEST_F(ConvergeExports, AlignEqualsTheWarpOfACopy) {
 }
 
 TEST_F(ConvergeExports, AlignFailuresLeaveNothingBehind) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib image = dibOf(test::scene(180, 240));
-    morvel_dib_testing::failConstruction(1);
+    test::failBitmapConstruction(1);
     EXPECT_EQ(tx_PerspAlign(*image, *image, corners.data(), corners.data(), 0, 0, 0), nullptr);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_PerspAlign(*image, *image, corners.data(), corners.data(), 0, 0, 0), nullptr);
     Points point{};
     EXPECT_THROW(tx_PerspAlign(*image, *image, point.data(), corners.data(), 0, 0, 0),

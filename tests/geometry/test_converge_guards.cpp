@@ -160,7 +160,7 @@ TEST(NearGuards, TheSmallestDepth) {
 }
 
 TEST(NearGuards, OfARowAreThoseOfItsCells) {
-    int near = 0;
+    int nearRows = 0;
     for (int pitch = -60; pitch <= 60; pitch += 4) {
         for (const double focalPx : {30.0, 100.0, 300.0, 500.0, 1000.0, 20000.0}) {
             const Seen<SearchRules> seen(
@@ -173,7 +173,7 @@ TEST(NearGuards, OfARowAreThoseOfItsCells) {
                 if (!seen.screen.isNear(seen.row, sines(from), sines(to), seen.focal)) {
                     continue;
                 }
-                ++near;
+                ++nearRows;
                 for (int yaw = from; yaw <= to; ++yaw) {
                     EXPECT_TRUE(seen.screen.isNear(seen.cellOf(yaw), seen.focal))
                         << pitch << " " << yaw << " " << focalPx;
@@ -181,7 +181,7 @@ TEST(NearGuards, OfARowAreThoseOfItsCells) {
             }
         }
     }
-    EXPECT_GT(near, 100);
+    EXPECT_GT(nearRows, 100);
 }
 
 TEST(FarGuards, TheSmallestDepthInFrontAndBehind) {

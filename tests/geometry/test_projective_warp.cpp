@@ -5,6 +5,7 @@
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
 #include "tests/support/memory.h"
+#include "tests/support/observed_bitmaps.h"
 
 #include <tarvix/tarvix.h>
 
@@ -149,11 +150,12 @@ TEST_F(Projective, UnsupportedBitmapsPassOpenCvsExceptionOut) {
 }
 
 TEST_F(Projective, RefusedCreateGivesNull) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     const Dib source = test::makeDib(8, 6, 24);
     Corners corners = box(0, 0, 8, 6);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_Projective(*source, corners.data(), corners.data()), nullptr);
-    morvel_dib_testing::failCreate(1);
+    test::failBitmapCreate(1);
     EXPECT_EQ(tx_GetProjectiveMask(*source, corners.data(), corners.data()), nullptr);
 }
 

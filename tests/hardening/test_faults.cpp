@@ -6,8 +6,8 @@
 #include "tests/support/fault_injection.h"
 #include "tests/support/file_size_limit.h"
 #include "tests/support/files.h"
+#include "tests/support/observed_bitmaps.h"
 
-#include <MorvelDibTesting.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -57,10 +57,10 @@ protected:
         for (const std::string& path : arguments.outputs) {
             test::writeBytes(path, earlier);
         }
-        const long dibs = morvel_dib_testing::liveObjects();
+        const long dibs = test::liveBitmaps();
         test::Outcome outcome;
         ASSERT_NO_THROW(outcome = test::run(e, arguments, e.passes, around));
-        EXPECT_EQ(morvel_dib_testing::liveObjects(), dibs);
+        EXPECT_EQ(test::liveBitmaps(), dibs);
         EXPECT_LE(outcome.messages, (e.passes & test::passOpenCv) != 0 ? 0 : 1);
         if (outcome.value != 0 && outcome.value != usual.value) {
             ADD_FAILURE() << "a result that is neither the usual one nor a failure";
@@ -138,17 +138,18 @@ TEST_P(Faults, WrittenFiles) {
 }
 
 TEST_P(Faults, Bitmaps) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
     for (long n = 1; n <= 3; ++n) {
         tryWith("create " + std::to_string(n), [&](const test::Call& call) {
-            morvel_dib_testing::failCreate(n);
+            test::failBitmapCreate(n);
             return call();
         });
-        morvel_dib_testing::failCreate(0);
+        test::failBitmapCreate(0);
         tryWith("construction " + std::to_string(n), [&](const test::Call& call) {
-            morvel_dib_testing::failConstruction(n);
+            test::failBitmapConstruction(n);
             return call();
         });
-        morvel_dib_testing::failConstruction(0);
+        test::failBitmapConstruction(0);
     }
 }
 

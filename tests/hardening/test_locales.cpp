@@ -12,7 +12,7 @@ namespace {
 
 class Locales : public testing::Test {
 protected:
-    const test::MessageCounter host;
+    const test::MessageCounter host{};
     const test::Workplace place;
     std::vector<test::Outcome> usual = outcomes();
 

@@ -41,7 +41,7 @@ constexpr long residentSlackKb = 4L * 1024;
 TEST(Soak, TheProcessStaysAsItIs) {
     const char* const wanted = std::getenv("TARVIX_SOAK");
     const long quickCalls = wanted == nullptr ? 200 : std::strtol(wanted, nullptr, 10);
-    const test::MessageCounter host;
+    const test::MessageCounter host{};
     const test::Workplace place;
     std::printf("%-22s %7s %9s %12s %12s %6s\n", "export", "calls", "ms each", "heap bytes",
                 "resident KB", "files");

@@ -13,7 +13,7 @@ constexpr std::size_t threadCount = 4;
 constexpr int quickCalls = 20; // of each export in each thread
 
 TEST(Threads, ExportsCalledAtOnceGiveWhatTheyGiveAlone) {
-    const test::MessageCounter host;
+    const test::MessageCounter host{};
     const test::Workplace place;
     const auto exports = test::allExports();
     std::vector<test::Outcome> alone;

@@ -1,33 +1,19 @@
-# cmake -DMODULE=... -DEXPECTED=... (-DNM=... | -DOBJDUMP=... -DCXXFILT=...) -P check_exports.cmake
-# Compares what the built module exports with the list, in both directions: the dynamic symbols that nm
-# shows, or a DLL's export table as objdump shows it.
+# cmake -DMODULE=... -DEXPECTED=... -DNM=... -P check_exports.cmake
+# Compares the dynamic symbols of the built module, as nm shows them, with the list, in both directions.
 set(found)
-if(OBJDUMP)
-  execute_process(COMMAND ${OBJDUMP} -p ${MODULE} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
-  string(REGEX REPLACE "^.*\\[Ordinal/Name Pointer\\] Table" "" output "${output}")
-  string(REGEX REPLACE "\n\n.*$" "\n" output "${output}") # up to the next table
-  string(REGEX MATCHALL "\\[ *[0-9]+\\][^\n]*\n" lines "${output}")
-  foreach(line IN LISTS lines)
-    string(REGEX REPLACE "^.* ([^ ]+)\n$" "\\1" name "${line}")
-    execute_process(COMMAND ${CXXFILT} "${name}" OUTPUT_VARIABLE name OUTPUT_STRIP_TRAILING_WHITESPACE
-                                                                 COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${NM} --dynamic --defined-only --demangle --format=posix ${MODULE}
+                OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE "\n$" "" output "${output}")
+string(REPLACE ";" "," output "${output}")
+string(REPLACE "\n" ";" lines "${output}")
+foreach(line IN LISTS lines)
+  # "name type value size", the name with its parameter list; the version node itself is not a symbol.
+  string(REGEX REPLACE " [A-Za-z] [0-9a-f]+( [0-9a-f]*)?$" "" name "${line}")
+  string(REGEX REPLACE "@.*$" "" name "${name}")
+  if(NOT name MATCHES "^TARVIX_[0-9]+$")
     list(APPEND found "${name}")
-  endforeach()
-else()
-  execute_process(COMMAND ${NM} --dynamic --defined-only --demangle --format=posix ${MODULE}
-                  OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
-  string(REGEX REPLACE "\n$" "" output "${output}")
-  string(REPLACE ";" "," output "${output}")
-  string(REPLACE "\n" ";" lines "${output}")
-  foreach(line IN LISTS lines)
-    # "name type value size", the name with its parameter list; the version node itself is not a symbol.
-    string(REGEX REPLACE " [A-Za-z] [0-9a-f]+( [0-9a-f]*)?$" "" name "${line}")
-    string(REGEX REPLACE "@.*$" "" name "${name}")
-    if(NOT name MATCHES "^TARVIX_[0-9]+$")
-      list(APPEND found "${name}")
-    endif()
-  endforeach()
-endif()
+  endif()
+endforeach()
 file(STRINGS ${EXPECTED} expected)
 list(REMOVE_DUPLICATES found)
 list(SORT found)

@@ -2,6 +2,7 @@
 #include <tarvix/tarvix.h>
 
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 #include "tests/support/test_host.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +23,7 @@ TEST(Boundary, OpenCvExceptionIsCaughtByItsTypeInTheHost) {
 }
 
 TEST(Boundary, ResultOutlivesEverythingAndIsDeletedByTheHost) {
-    const long before = morvel_dib_testing::liveObjects();
+    const long before = test::liveBitmaps();
     CDib* result = nullptr;
     {
         const test::Dib source = test::makeDib(9, 9, 24, 100);
@@ -31,7 +32,7 @@ TEST(Boundary, ResultOutlivesEverythingAndIsDeletedByTheHost) {
     ASSERT_NE(result, nullptr);
     EXPECT_EQ(test::matOf(*result).size(), cv::Size(9, 9));
     delete result;
-    EXPECT_EQ(morvel_dib_testing::liveObjects(), before);
+    EXPECT_EQ(test::liveBitmaps(), before);
 }
 
 } // namespace

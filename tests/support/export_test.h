@@ -2,6 +2,7 @@
 // behind.
 #pragma once
 
+#include "tests/support/observed_bitmaps.h"
 #include "tests/support/test_host.h"
 
 #include <gtest/gtest.h>
@@ -10,11 +11,11 @@ namespace test {
 
 class ExportTest : public testing::Test {
 protected:
-    void TearDown() override { EXPECT_EQ(morvel_dib_testing::liveObjects(), m_before); }
+    void TearDown() override { EXPECT_EQ(liveBitmaps(), m_before); }
     TestHost host;
 
 private:
-    long m_before = morvel_dib_testing::liveObjects();
+    long m_before = liveBitmaps();
 };
 
 // The same, for exports that show nothing.

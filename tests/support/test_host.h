@@ -2,7 +2,6 @@
 #pragma once
 
 #include <MorvelDib.h>
-#include <MorvelDibTesting.h>
 #include <afxwin.h>
 #include <opencv2/core.hpp>
 

@@ -1,5 +1,6 @@
 // For the tests of hosts and modules: what is alive, and failures on demand. Process-wide, callable
-// from any thread.
+// from any thread. Only the variant of the library in Tarvix's own build folder has them; neither
+// this header nor that variant is installed.
 #pragma once
 
 #include <MorvelDib.h>

@@ -1,33 +1,15 @@
 #include <MorvelDib.h>
-#include <MorvelDibTesting.h>
 
+#include "observed.h"
 #include "pixels.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
 #include <limits>
-#include <new>
 
 namespace {
-
-std::atomic<long> objects{0};
-std::atomic<long> bitmaps{0};
-std::atomic<long> createToFail{0};
-std::atomic<long> constructionToFail{0};
-
-// Counts down to 0 once. Returns true at the call that reaches it.
-bool isDue(std::atomic<long>& countdown) {
-    long left = countdown;
-    while (left > 0) {
-        if (countdown.compare_exchange_weak(left, left - 1)) {
-            return left == 1;
-        }
-    }
-    return false;
-}
 
 // Fills the header of such a bitmap. Returns false if there can be none.
 bool describe(BITMAPINFOHEADER& header, int width, int height, int bitCount) {
@@ -78,18 +60,15 @@ bool clip(std::int64_t& dest, std::int64_t& source, std::int64_t& extent, std::i
 } // namespace
 
 CDib::CDib() : m_bmi() {
-    if (isDue(constructionToFail)) {
-        throw std::bad_alloc();
-    }
-    ++objects;
+    morvel_dib::constructed();
 }
 
 CDib::~CDib() {
     if (m_hBitmap != nullptr) {
         morvel_dib::freePixels({m_hBitmap, m_pBits});
-        --bitmaps;
+        morvel_dib::pixelsFreed();
     }
-    --objects;
+    morvel_dib::destroyed();
 }
 
 int CDib::CreateGray(int width, int height) {
@@ -98,7 +77,7 @@ int CDib::CreateGray(int width, int height) {
 
 int CDib::Create(int width, int height, int bitCount, RGBQUAD* palette, CDib* paletteSource) {
     morvel_dib::BitmapInfo info{};
-    if (isDue(createToFail) || !describe(info.bmiHeader, width, height, bitCount)) {
+    if (morvel_dib::createFails() || !describe(info.bmiHeader, width, height, bitCount)) {
         return 0;
     }
     if (bitCount <= 8) {
@@ -119,12 +98,12 @@ int CDib::Create(int width, int height, int bitCount, RGBQUAD* palette, CDib* pa
     }
     if (m_hBitmap != nullptr) {
         morvel_dib::freePixels({m_hBitmap, m_pBits});
-        --bitmaps;
+        morvel_dib::pixelsFreed();
     }
     m_hBitmap = pixels.handle;
     m_pBits = pixels.bits;
     m_bmi = info;
-    ++bitmaps;
+    morvel_dib::pixelsMade();
     return 1;
 }
 
@@ -149,20 +128,3 @@ int CDib::BitBlt(HWND window, int xDest, int yDest, int width, int height, int x
                   : morvel_dib::Blit{},
         rop);
 }
-
-namespace morvel_dib_testing {
-
-long liveObjects() {
-    return objects;
-}
-long liveBitmaps() {
-    return bitmaps;
-}
-void failCreate(long nth) {
-    createToFail = nth;
-}
-void failConstruction(long nth) {
-    constructionToFail = nth;
-}
-
-} // namespace morvel_dib_testing

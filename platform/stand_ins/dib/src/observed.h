@@ -1,0 +1,23 @@
+// What the tests' variant of the library is told and asked. In the library that is installed,
+// nothing.
+#pragma once
+
+namespace morvel_dib {
+
+#if defined(MORVEL_DIB_OBSERVED)
+void constructed(); // throws std::bad_alloc if that is due
+void destroyed();
+void pixelsMade();
+void pixelsFreed();
+bool createFails();
+#else
+inline void constructed() {}
+inline void destroyed() {}
+inline void pixelsMade() {}
+inline void pixelsFreed() {}
+inline bool createFails() {
+    return false;
+}
+#endif
+
+} // namespace morvel_dib

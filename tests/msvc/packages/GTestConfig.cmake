@@ -1,0 +1,7 @@
+include("${CMAKE_CURRENT_LIST_DIR}/headers.cmake")
+tarvix_header_folder(folder gtest/gtest.h)
+tarvix_header_folder(folder gmock/gmock.h)
+foreach(name IN ITEMS gtest gmock gtest_main gmock_main)
+  add_library(GTest::${name} INTERFACE IMPORTED)
+  set_target_properties(GTest::${name} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${folder}")
+endforeach()

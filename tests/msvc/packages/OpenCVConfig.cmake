@@ -1,0 +1,6 @@
+include("${CMAKE_CURRENT_LIST_DIR}/headers.cmake")
+tarvix_header_folder(OpenCV_INCLUDE_DIRS opencv2/core.hpp opencv4)
+set(OpenCV_VERSION "${PACKAGE_VERSION}")
+add_library(opencv_core INTERFACE IMPORTED)
+set_target_properties(opencv_core PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${OpenCV_INCLUDE_DIRS}")
+set(OpenCV_LIBS opencv_core)

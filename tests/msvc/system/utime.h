@@ -1,0 +1,1 @@
+#error Visual Studio has no <utime.h>

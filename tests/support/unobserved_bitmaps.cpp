@@ -1,0 +1,31 @@
+#include "tests/support/observed_bitmaps.h"
+
+#include <stdexcept>
+
+namespace test {
+
+namespace {
+
+[[noreturn]] void refuse() {
+    throw std::logic_error("the host's own bitmap library does not fail on demand");
+}
+
+} // namespace
+
+bool bitmapsAreObserved() {
+    return false;
+}
+
+long liveBitmaps() {
+    return 0;
+}
+
+void failBitmapCreate(long /*nth*/) {
+    refuse();
+}
+
+void failBitmapConstruction(long /*nth*/) {
+    refuse();
+}
+
+} // namespace test
