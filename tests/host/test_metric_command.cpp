@@ -126,7 +126,8 @@ TEST(MetricCommand, MillimetresThatAreNoneAreRefused) {
 
 TEST(MetricCommand, AWholeFolderOfPhotographsNamesWhatItLeavesOut) {
     const test::TempFolder folder;
-    const std::string photos = std::filesystem::path(test::photoPath("left01.jpg")).parent_path();
+    const std::string photos =
+        std::filesystem::path(test::photoPath("left01.jpg")).parent_path().string();
     const ProgramResult run = tarvix(words({photos}, {"--metric", "-o", folder / "set", "--json"}));
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.err, HasSubstr("/left.jpg': no board of 9 x 6 inner corners"));
