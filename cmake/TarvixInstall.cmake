@@ -29,6 +29,11 @@ install(
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development)
+if(MSVC) # their symbols, for debuggers
+  foreach(library IN LISTS tarvix_shared_libraries)
+    install(FILES "$<TARGET_PDB_FILE:${library}>" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Development OPTIONAL)
+  endforeach()
+endif()
 if(TARGET tarvix-message-box)
   install(TARGETS tarvix-message-box RUNTIME DESTINATION "${CMAKE_INSTALL_LIBDIR}/tarvix" COMPONENT Runtime)
 endif()

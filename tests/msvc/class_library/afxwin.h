@@ -1,4 +1,4 @@
-// The class library's application object and message box in shape only.
+// The class library's application object, message box, document and view in shape only.
 #pragma once
 
 #include <afx.h>
@@ -17,6 +17,29 @@ public:
     explicit CWinApp(LPCTSTR name = NULL);
     virtual ~CWinApp();
     virtual int DoMessageBox(LPCTSTR prompt, UINT type, UINT promptId);
+};
+
+class AFX_DECLARATIONS CDC : public CObject {};
+class CView;
+
+class AFX_DECLARATIONS CDocument : public CCmdTarget {
+public:
+    CDocument();
+    virtual ~CDocument();
+    virtual void SetModifiedFlag(BOOL modified = TRUE);
+    void UpdateAllViews(CView* sender, LPARAM hint = 0L, CObject* hintObject = NULL);
+};
+
+class AFX_DECLARATIONS CWnd : public CCmdTarget {};
+
+class AFX_DECLARATIONS CView : public CWnd {
+public:
+    CDocument* GetDocument() const;
+
+protected:
+    CView();
+    virtual ~CView();
+    virtual void OnDraw(CDC* context) = 0;
 };
 
 CWinApp* __stdcall AfxGetApp();
