@@ -2,6 +2,7 @@
 
 #include "assist/canvas.h"
 #include "assist/correction.h"
+#include "assist/proposals.h"
 #include "host/correction_file.h"
 #include "host/drawing.h"
 #include "host/failure.h"
@@ -12,7 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iomanip>
-#include <locale>
+#include <memory>
 #include <sstream>
 
 namespace host {
@@ -157,6 +158,30 @@ void fit(CDib& in, Straightened& s) {
     putOnCanvas(in, s, canvas->size, tarvix::outlineOf(c.image), canvas->outline);
 }
 
+// The segments by which facades are proposed.
+std::vector<cv::Vec4i> segmentsOf(CDib& in) {
+    POINT* ends = nullptr;
+    const int count = tx_FindLines(in, ends);
+    const std::unique_ptr<POINT[]> owned(ends);
+    std::vector<cv::Vec4i> segments;
+    for (int i = 0; i < count; ++i) {
+        const POINT& a = ends[2 * i];
+        const POINT& b = ends[2 * i + 1];
+        segments.emplace_back(a.x, a.y, b.x, b.y);
+    }
+    return segments;
+}
+
+Json proposalsOf(const std::vector<tarvix::Proposal>& proposals) {
+    Json list = Json::array();
+    for (const tarvix::Proposal& proposal : proposals) {
+        list.push_back({{"kind", proposal.kind},
+                        {"score", proposal.score},
+                        {"corners", pointsOf(proposal.corners)}});
+    }
+    return list;
+}
+
 // The image with its corners, as a file of that name.
 ImageBeside overlay(const std::string& path, const cv::Mat& image, const Quad& corners,
                     const cv::Scalar& colour) {
@@ -195,6 +220,7 @@ Json dataOf(const Straightened& s, const std::optional<std::string>& refusal) {
 
 Result straighten(const StraighteningOptions& o, CDib& in) {
     std::optional<std::string> refusal;
+    std::vector<tarvix::Proposal> found;
     Straightened s;
     if (!o.apply.empty()) {
         s = applied(o, in);
@@ -208,8 +234,15 @@ Result straighten(const StraighteningOptions& o, CDib& in) {
             marked = tarvix::sortedCorners(marked);
         }
         s = searched(o, in, marked, knownFocal(o, sizeOf(in)));
+    } else if (o.automatic) {
+        found = tarvix::proposals(toMatrix(in), segmentsOf(in));
+        if (found.empty()) {
+            throw Failure("no rectangle stands out in '" + o.in +
+                          "'; give the corners (--corners)");
+        }
+        s = searched(o, in, found.front().corners, knownFocal(o, sizeOf(in)));
     } else {
-        throw BadUsage("give the corners (--corners) or a correction (--apply)");
+        throw BadUsage("give the corners (--corners), --auto or a correction (--apply)");
     }
     if (o.crop) {
         crop(o, in, s);
@@ -220,6 +253,9 @@ Result straighten(const StraighteningOptions& o, CDib& in) {
         saveCorrection(s.correction, o.save);
     }
     Result result{.image = s.image, .data = dataOf(s, refusal)};
+    if (o.automatic) {
+        result.data["proposals"] = proposalsOf(found);
+    }
     if (!o.overlay.empty()) {
         result.beside = {overlay(o.overlay[0], toMatrix(in), s.correction.marked, {40, 40, 235}),
                          overlay(o.overlay[1], result.image, s.onCanvas, {60, 190, 30})};
@@ -242,6 +278,16 @@ std::string straighteningAsText(const Json& data) {
         }
     }
     text << '\n';
+    if (data.contains("proposals")) {
+        for (const Json& proposal : data.at("proposals")) {
+            text << "proposed as a " << proposal.at("kind").get<std::string>() << ", score "
+                 << proposal.at("score").get<double>() << ':';
+            for (const Json& corner : proposal.at("corners")) {
+                text << ' ' << corner[0].get<double>() << ',' << corner[1].get<double>();
+            }
+            text << '\n';
+        }
+    }
     for (const Json& remark : data.at("remarks")) {
         text << "note: " << remark.at("text").get<std::string>() << '\n';
     }

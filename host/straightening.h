@@ -14,6 +14,7 @@ namespace host {
 
 struct StraighteningOptions : CommonOptions {
     std::optional<Corners> corners{}; // none if a correction is applied
+    bool automatic = false;           // take the best proposal
     bool asGiven = false;             // do not sort or check the corners
     std::optional<double> focal{};    // mm, 35-mm equivalent; 0: search it; none: as the file says
     double cropFactor = 0;            // 35-mm equivalent per focal length of the lens; 0: not known

@@ -14,6 +14,10 @@ void addConvergeOptions(CLI::App& parser, StraighteningOptions& o) {
     addGray(parser, o);
     CLI::Option* corners = addCorners(parser, "--corners", o.corners,
                                       "The marked corners of the rectangle, in any order");
+    CLI::Option* automatic =
+        parser.add_flag("--auto", o.automatic,
+                        "Look for a sheet or a facade, print what is proposed, and take the best");
+    automatic->excludes(corners);
     parser
         .add_flag("--as-given", o.asGiven,
                   "Neither sort nor check the corners: the first two are the top edge, from left "
@@ -48,6 +52,7 @@ void addConvergeOptions(CLI::App& parser, StraighteningOptions& o) {
                     "Apply the correction of this file, also to another resolution, instead of "
                     "searching one")
         ->excludes(corners)
+        ->excludes(automatic)
         ->excludes(focal)
         ->excludes(scale)
         ->excludes(offset)
@@ -86,7 +91,17 @@ Command converge() {
                                   "--corners", "73,85.5", "491,69.5", "520,520.5", "35.5,515.5",
                                   "--overlay", "OUT/sheet-marked.png", "OUT/sheet-corrected.png"},
                       .before = {"OUT/sheet-marked.png"},
-                      .after = {"OUT/sheet-corrected.png"}}}},
+                      .after = {"OUT/sheet-corrected.png"}},
+                     {.title = "A sheet found and cut out",
+                      .text = "Nothing is marked: the program looks for a rectangle, says what it "
+                              "proposes, and cuts that out in its true proportions.",
+                      .lookFor = "The red outline around the grid and its heading; in the result, "
+                                 "nothing but these, with straight edges.",
+                      .command = {"converge", "PHOTOS/sudoku.png", "-o", "OUT/cut-out.png",
+                                  "--auto", "--crop", "--overlay", "OUT/cut-out-marked.png",
+                                  "OUT/cut-out-corners.png"},
+                      .before = {"OUT/cut-out-marked.png"},
+                      .after = {"OUT/cut-out.png"}}}},
         addConvergeOptions, straighten);
 }
 

@@ -289,6 +289,31 @@ TEST_F(Converge, WhatIsNotACorrectionIsRefused) {
     EXPECT_THAT(unsaved.err, HasSubstr("are not saved"));
 }
 
+TEST_F(Converge, AutoProposesScoresAndCutsOut) {
+    const json data = dataOf({"converge", sudoku, "-o", out, "--auto", "--crop"});
+    const json& proposals = data.at("proposals");
+    ASSERT_FALSE(proposals.empty());
+    EXPECT_EQ(data.at("marked"), proposals[0].at("corners"));
+    EXPECT_GT(proposals[0].at("score"), 0.7);
+    // The grid's lower corners, as they are marked by hand. Above the upper ones is a heading.
+    for (const std::size_t i : {2U, 3U}) {
+        const json& corner = data.at("marked")[i];
+        EXPECT_LE(cv::norm(cv::Point2d(corner[0], corner[1]) - sheet[i]), 0.02 * 793);
+    }
+    EXPECT_EQ(result().cols, data.at("width"));
+    const ProgramResult text = inProcess({"converge", sudoku, "-o", out, "--auto"});
+    EXPECT_THAT(text.out, HasSubstr("\nproposed as a "));
+}
+
+TEST_F(Converge, AutoWithoutARectangleIsAFailure) {
+    cv::imwrite(folder / "noise.png", test::noise(120, 160, CV_8UC3));
+    const ProgramResult run = inProcess({"converge", folder / "noise.png", "-o", out, "--auto"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("no rectangle stands out in '"));
+    EXPECT_FALSE(std::filesystem::exists(out));
+    EXPECT_EQ(inProcess(words(sudoku, sheet, {"--auto"})).status, 2);
+}
+
 TEST_F(Converge, ContradictionsAreBadUsage) {
     const std::string file = folder / "sheet.json";
     for (const std::vector<std::string>& line :

@@ -52,7 +52,7 @@ cv::Mat blocks() {
 
 class Metadata : public testing::Test {
 protected:
-    static bool hasExiv2() { return test::runProgram(TARVIX_EXIV2, {"--version"}).status == 0; }
+    static bool hasExiv2() { return std::filesystem::exists(TARVIX_EXIV2); }
 
     // A file of that kind with metadata that exiv2 wrote.
     [[nodiscard]] std::string marked(const std::string& extension) const {
