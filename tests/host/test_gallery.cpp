@@ -8,7 +8,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
 
 namespace {
 
@@ -44,15 +43,18 @@ TEST_F(Gallery, ShowsEveryEntry) {
     EXPECT_THAT(html, testing::Not(HasSubstr("<b>failed</b>")));
     EXPECT_THAT(html, HasSubstr("tarvix canny photos/home.jpg -o results/canny.png"));
     EXPECT_THAT(html, testing::Not(HasSubstr(folder / "gallery")));
-    EXPECT_THAT(html, testing::ContainsRegex("distance to the true image: .* a gain of [0-9]"));
+    EXPECT_THAT(html, HasSubstr("distance to the true image: 22.5 dB before, 26."));
     EXPECT_THAT(html, HasSubstr("pitch -3.95"));
     // Everything that it links is there.
-    const std::regex link("href=\"([^#\"]+)\"");
+    const std::string link = "href=\"";
     int links = 0;
-    for (std::sregex_iterator it(html.begin(), html.end(), link), end; it != end; ++it, ++links) {
-        EXPECT_TRUE(
-            std::filesystem::exists(std::filesystem::path(folder / "gallery") / (*it)[1].str()))
-            << (*it)[1];
+    for (std::size_t at = 0; (at = html.find(link, at)) != std::string::npos;) {
+        at += link.size();
+        const std::string name = html.substr(at, html.find('"', at) - at);
+        if (name.front() != '#') {
+            ++links;
+            EXPECT_TRUE(std::filesystem::exists(folder / ("gallery/" + name))) << name;
+        }
     }
     EXPECT_GT(links, 40);
 }
