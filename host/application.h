@@ -16,9 +16,20 @@ public:
     [[nodiscard]] bool messageShown() const { return m_messageShown; }
     void forgetMessages() { m_messageShown = false; }
 
+    // Show what OpenCV and other libraries say to the letter.
+    void setVerbose(bool verbose) { m_verbose = verbose; }
+    [[nodiscard]] bool verbose() const { return m_verbose; }
+    [[nodiscard]] std::string sentence(const std::string& message) const;
+
+    // Notes a sentence about an image that was read, once. The command's end prints them.
+    void note(const std::string& sentence);
+    [[nodiscard]] std::vector<std::string> takeNotes();
+
 private:
     friend class HeldMessages;
     bool m_messageShown = false;
+    bool m_verbose = false;
+    std::vector<std::string> m_notes;
     std::vector<std::string>* m_held = nullptr;
 };
 

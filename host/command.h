@@ -78,6 +78,7 @@ struct Command {
     AsText text{};                       // of its data; without one, only JSON shows the data
     std::vector<std::string> example{};  // words that run it, without -o; IN is an image file
     std::vector<GalleryEntry> gallery{}; // empty if the page does not show it
+    std::string work{};                  // what it does while it runs, if that may take long
     std::string family{};                // set by commands()
     std::function<Job()> newJob{};       // set by imageCommand() and command()
 };

@@ -4,6 +4,7 @@
 #include "host/failure.h"
 #include "host/photograph_file.h"
 #include "platform/system/paths.h"
+#include "platform/system/stray_lines.h"
 
 #include <tarvix/tarvix.h>
 
@@ -25,6 +26,17 @@ unsigned char* line(const CDib& dib, int fromTop) {
     return dib.m_pBits + stored * stride;
 }
 
+// Decoders say on standard error what is wrong with a file, and give what they could read.
+void noteDamage(const std::string& path) {
+    for (const std::string& line : tarvix::takeStrayLines()) {
+        if (!line.starts_with("[")) { // as OpenCV's log does
+            application().note("'" + path + "' is damaged; the part that can be read is used (" +
+                               line + ")");
+            return;
+        }
+    }
+}
+
 } // namespace
 
 Bitmap loadImage(const std::string& path, bool gray) {
@@ -32,10 +44,15 @@ Bitmap loadImage(const std::string& path, bool gray) {
     if (!std::filesystem::exists(tarvix::pathOf(path), ignored)) {
         throw Failure("no such file: '" + path + "'");
     }
+    if (std::filesystem::is_directory(tarvix::pathOf(path), ignored)) {
+        throw Failure("'" + path + "' is a folder; name an image file in it");
+    }
+    tarvix::takeStrayLines(); // those of earlier files
     Bitmap image(tx_LoadFile(path.c_str()));
     if (image == nullptr) {
         throw Failure("not an image that can be read: '" + path + "'");
     }
+    noteDamage(path);
     const PhotographFile file = readPhotographFile(path);
     if (!decoderTurns(file)) {
         image = toBitmap(upright(toMatrix(*image), file.exif.orientation));

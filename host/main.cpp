@@ -1,11 +1,13 @@
 #include "host/application.h"
 #include "host/run_command.h"
+#include "platform/system/stray_lines.h"
 #include "platform/system/terminal.h"
 
 #include <iostream>
 
 int main(int argc, char** argv) {
-    host::application(); // exists before any export is called, as in a real host
-    host::Output output(std::cout, std::cerr, tarvix::isOutputTerminal());
+    const tarvix::StrayLines strayLines; // what is printed is ours
+    host::application();                 // exists before any export is called, as in a real host
+    host::Output output(std::cout, tarvix::standardError(), tarvix::isOutputTerminal());
     return host::runCommand({argv + 1, argv + argc}, output);
 }

@@ -3,8 +3,8 @@
 set -euo pipefail
 program=$1 version=$2
 
-# A help text as roff: headings, and a tagged paragraph for each "  name   text". Under a command, the option --help is
-# not repeated. Lines are matched as the program prints them and escaped where they are printed.
+# A help text as roff: headings, and a tagged paragraph for each "  name   text". The options of all commands are
+# not repeated under each. Lines are matched as the program prints them and escaped where they are printed.
 as_roff() {
   awk -v level="$1" '
     function roff(text) {
@@ -14,7 +14,7 @@ as_roff() {
     }
     /^Usage: / { print ".P\n.B " roff(substr($0, 8)); next }
     /^(Options|Positionals|Subcommands):$/ { print (level == "command" ? ".P" : ".SH " toupper(substr($0, 1, length - 1))); next }
-    /^Exit status: / || (level == "command" && /^  -h,--help/) || /^$/ { next }
+    /^Exit status: / || (level == "command" && /^  (-h,--help|--verbose)/) || /^$/ { next }
     /^  [^ ]/ {
       text = substr($0, 3)
       gap = match(text, /   *[^ ]/)
@@ -55,7 +55,7 @@ cat <<'END'
 .SH EXIT STATUS
 .TP
 .B 0
-The operation was done.
+The operation was done. If it found nothing, a line on standard error says so.
 .TP
 .B 1
 It failed; one line on standard error says why.
@@ -67,7 +67,7 @@ The cascade files of the face detection,
 .I haarcascade_frontalface_alt.xml
 and
 .IR lbpcascade_frontalface.xml ,
-lie beside the program.
+are beside the program.
 .SH EXAMPLES
 .nf
 tarvix canny photo.jpg \-o edges.png \-\-low 80 \-\-high 200

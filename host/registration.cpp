@@ -33,6 +33,14 @@ public:
         : m_pattern(std::move(folderOrPattern)),
           m_digits(std::max<std::size_t>(2, std::to_string(count == 0 ? 0 : count - 1).size())) {
         if (m_pattern.find("{}") == std::string::npos) {
+            const fs::path path = pathOf(m_pattern);
+            std::error_code ignored;
+            if (cv::haveImageWriter(m_pattern) && !fs::is_directory(path, ignored)) {
+                throw BadUsage("-o names a folder or numbered files, not one image: write '" +
+                               nameOf(path.parent_path() / path.stem()) + "-{}" +
+                               nameOf(path.extension()) + "' or a folder instead of '" + m_pattern +
+                               "'");
+            }
             m_pattern = nameOf(pathOf(m_pattern) / "registered-{}.png");
         }
         if (nameOf(folder()).find("{}") != std::string::npos) {

@@ -4,9 +4,13 @@
 #include "host/command.h"
 #include "host/commands.h"
 #include "host/failure.h"
+#include "host/options.h"
 #include "host/photograph_file.h"
+#include "host/progress.h"
 #include "host/saving.h"
+#include "host/sentences.h"
 #include "platform/system/paths.h"
+#include "platform/system/stray_lines.h"
 
 #include <CLI/CLI.hpp>
 #include <opencv2/core.hpp>
@@ -15,6 +19,7 @@
 #include <cctype>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <sstream>
 
 namespace host {
@@ -47,7 +52,7 @@ int guarded(Output& output, const std::function<int()>& work) {
         // The class library's exceptions are pointers to objects it keeps.
         return failed("the module refused an index or an argument", output);
     } catch (const std::exception& e) { // Failure, cv::Exception and what else there is
-        return failed(e.what(), output);
+        return failed(application().sentence(e.what()), output);
     }
 }
 
@@ -84,9 +89,37 @@ void refuseQualityOfOthers(const CommonOptions& options) {
     }
 }
 
+// Prints what was noted about images, and on request what the libraries printed.
+void showNotes(Output& output) {
+    for (const std::string& sentence : application().takeNotes()) {
+        output.warn(sentence);
+    }
+    for (const std::string& line : tarvix::takeStrayLines()) {
+        if (application().verbose()) {
+            output.warn("a library says: " + line);
+        }
+    }
+}
+
+// What a command of which nothing but an image comes says in JSON; an empty object if none does.
+Json writtenAsJson(const cv::Mat& image, const std::string& path) {
+    if (image.empty()) {
+        return Json::object();
+    }
+    return {{"output", path}, {"size", {image.cols, image.rows}}, {"channels", image.channels()}};
+}
+
 void runAndWrite(const Command& command, const Job& job, Output& output) {
     refuseQualityOfOthers(*job.options);
+    if (!job.options->out.empty()) {
+        requireWritable(job.options->out); // before long work
+    }
+    std::optional<Progress> progress;
+    if (!command.work.empty() && output.isTerminal()) {
+        progress.emplace(output, command.work);
+    }
     const Result result = job.run(output);
+    progress.reset();
     if (command.makes == Makes::Image || !result.image.empty()) {
         saveResult(command, *job.options, result.image, output);
     }
@@ -95,6 +128,8 @@ void runAndWrite(const Command& command, const Job& job, Output& output) {
     }
     if (!result.data.is_null()) {
         output.print(result.data, command.text);
+    } else if (output.json()) {
+        output.print(writtenAsJson(result.image, job.options->out), {});
     }
     for (const ImageBeside& image : result.beside) {
         saveImage(image.draw(), image.path);
@@ -108,11 +143,56 @@ int perform(const Command& command, const Job& job, Output& output) {
         output.useJson();
     }
     application().forgetMessages();
-    return guarded(output, [&] {
+    const int status = guarded(output, [&] {
         runAndWrite(command, job, output);
         return application().messageShown() ? 1 : 0;
     });
+    showNotes(output);
+    return status;
 }
+
+namespace {
+
+// Throws BadUsage, with the nearest name, for a command or an option that does not exist. The
+// parser would only say that something is missing, or that something is too much.
+void requireKnownNames(const CLI::App& app, const std::vector<std::string>& words) {
+    if (words.empty()) {
+        throw BadUsage("no command was given; tarvix --help lists them");
+    }
+    if (words[0].starts_with("-")) {
+        return; // the program's own options
+    }
+    std::vector<std::string> names;
+    for (const Command& command : commands()) {
+        names.push_back(command.name);
+    }
+    if (std::find(names.begin(), names.end(), words[0]) == names.end()) {
+        throw BadUsage("there is no command '" + words[0] + "'" + suggestion(words[0], names));
+    }
+    const CLI::App* const parser = app.get_subcommand(words[0]);
+    for (std::size_t i = 1; i < words.size() && words[i] != "--"; ++i) {
+        const std::string& word = words[i];
+        const bool isLong = word.starts_with("--");
+        if (!isLong && (word.size() < 2 || word[0] != '-' ||
+                        std::isalpha(static_cast<unsigned char>(word[1])) == 0)) {
+            continue; // a file, a number, a point
+        }
+        const std::string name = isLong ? word.substr(0, word.find('=')) : word.substr(0, 2);
+        if (parser->get_option_no_throw(name) != nullptr) {
+            continue;
+        }
+        std::vector<std::string> options;
+        for (const CLI::Option* option : parser->get_options()) {
+            for (const std::string& known : option->get_lnames()) {
+                options.push_back("--" + known);
+            }
+        }
+        throw BadUsage("'" + words[0] + "' has no option '" + name + "'" +
+                       suggestion(name, options));
+    }
+}
+
+} // namespace
 
 int runCommand(std::vector<std::string> words, Output& output) {
     CLI::App app("Tarvix's sample host: one sub-command for each operation of the module.",
@@ -122,12 +202,22 @@ int runCommand(std::vector<std::string> words, Output& output) {
     app.set_version_flag("--version", std::string("Tarvix " TARVIX_VERSION ", OpenCV ") +
                                           cv::getVersionString() + "\n" TARVIX_BUILD);
     app.footer("Exit status: 0 done, 1 the operation failed (one line says why), 2 bad usage.");
+    bool verbose = false;
+    const auto addVerbose = [&verbose](CLI::App& parser) {
+        parser.add_flag("--verbose", verbose,
+                        "Also show what libraries print, and their messages to the letter");
+    };
+    addVerbose(app);
     const Command* command = nullptr;
     Job job;
     for (const Command& row : commands()) {
         CLI::App* parser = app.add_subcommand(row.name, row.help);
         const Job rowsJob = row.newJob();
         rowsJob.addOptions(*parser);
+        if (parser->get_option_no_throw("--json") == nullptr) {
+            addJson(*parser, *rowsJob.options);
+        }
+        addVerbose(*parser);
         parser->callback([&command, &job, &row, rowsJob] {
             command = &row;
             job = rowsJob;
@@ -135,6 +225,7 @@ int runCommand(std::vector<std::string> words, Output& output) {
     }
 
     return guarded(output, [&] {
+        requireKnownNames(app, words);
         try {
             std::reverse(words.begin(), words.end()); // CLI11 takes the last word first
             app.parse(std::move(words));
@@ -144,6 +235,7 @@ int runCommand(std::vector<std::string> words, Output& output) {
             output.say(asked.str());
             return status;
         }
+        application().setVerbose(verbose);
         return perform(*command, job, output);
     });
 }

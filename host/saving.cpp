@@ -1,14 +1,17 @@
 #include "host/saving.h"
 
+#include "host/application.h"
 #include "host/failure.h"
 #include "platform/system/paths.h"
 
 #include <opencv2/imgcodecs.hpp>
 
+#include <cerrno>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <random>
+#include <system_error>
 
 namespace host {
 
@@ -20,6 +23,11 @@ namespace {
 
 [[noreturn]] void cannotWrite(const std::string& path, const std::string& reason) {
     throw Failure("cannot write '" + path + "'" + (reason.empty() ? "" : ": ") + reason);
+}
+
+// Why the system refused the last call.
+std::string systemReason() {
+    return std::generic_category().message(errno);
 }
 
 // Gives a finished file the name `path`, which may exist.
@@ -39,14 +47,14 @@ void replaceFile(const std::string& path, const std::function<bool(const fs::pat
     half.replace_filename(fs::path(".half-") += target.filename());
     try {
         bool whole = false;
-        std::string reason;
+        std::string reason = std::ofstream(half).good() ? "" : systemReason();
         try {
             whole = write(half);
         } catch (const cv::Exception& e) {
-            reason = e.what();
+            reason = application().sentence(e.what());
         }
         if (!whole) {
-            cannotWrite(path, reason);
+            cannotWrite(path, reason.empty() ? "the disk may be full" : reason);
         }
         moveTo(half, path);
     } catch (...) {
@@ -70,8 +78,29 @@ bool writeBytes(const fs::path& path, const std::string& bytes) {
 
 } // namespace
 
+void requireWritable(const std::string& path) {
+    const fs::path target = pathOf(path);
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    std::error_code ignored;
+    if (!fs::is_directory(folder, ignored)) {
+        cannotWrite(path, "there is no folder '" + nameOf(folder) + "'");
+    }
+    if (fs::is_directory(target, ignored)) {
+        cannotWrite(path, "a folder has that name");
+    }
+    if (!cv::haveImageWriter(path)) {
+        const std::string extension = nameOf(target.extension());
+        cannotWrite(path, (extension.empty() ? "its name has no extension"
+                                             : "'" + extension + "' is not an image format") +
+                              "; use .png, .jpg, .bmp or .tif");
+    }
+}
+
 std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path,
                                    const Saving& saving) {
+    if (image.empty()) {
+        cannotWrite(path, "the result has no pixels");
+    }
     std::vector<int> parameters;
     if (saving.quality > 0) {
         parameters = {cv::IMWRITE_JPEG_QUALITY, saving.quality, cv::IMWRITE_WEBP_QUALITY,
@@ -79,7 +108,7 @@ std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path
     }
     std::vector<std::string> leftOut;
     replaceFile(path, [&](const fs::path& half) {
-        if (image.empty() || !cv::imwrite(nameOf(half), image, parameters)) {
+        if (!cv::imwrite(nameOf(half), image, parameters)) {
             return false;
         }
         if (!saving.metadata.empty()) {

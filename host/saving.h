@@ -24,6 +24,10 @@ struct Saving {
 std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path,
                                    const Saving& saving = {});
 
+// Throws Failure, with the reason, if no image can be written there: the folder is missing, a
+// folder has that name, or the extension is not a format that can be written.
+void requireWritable(const std::string& path);
+
 // Writes the text as it is. Throws Failure if it cannot; an existing file is then unchanged.
 void saveText(const std::string& text, const std::string& path);
 

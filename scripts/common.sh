@@ -24,6 +24,18 @@ quietly() {
   rm -f "$log"
 }
 
+# The same for what may take minutes: a dot every two seconds shows that it lives.
+patiently() {
+  local status=0 dots
+  (while sleep 2; do printf .; done) &
+  dots=$!
+  quietly "$@" || status=$?
+  kill "$dots" 2>/dev/null
+  wait "$dots" 2>/dev/null || true
+  printf '\n'
+  return $status
+}
+
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; elif command -v sudo >/dev/null; then sudo "$@"
   else die "installing packages needs root: run as root or install sudo"; fi
@@ -46,11 +58,11 @@ install_packages() {
   fi
   [ -z "${TARVIX_NO_INSTALL:-}" ] || die "these packages are missing and --no-install was given: ${missing[*]}"
   say "packages: installing ${missing[*]}"
-  quietly as_root apt-get update || die "apt-get update failed: is the network there?"
+  patiently as_root apt-get update || die "apt-get update failed: is the network there?"
   for package in "${missing[@]}"; do
     apt-cache show "$package" >/dev/null 2>&1 || die "no package '$package' in this system's archives (Debian 12 and 13 have it)"
   done
-  quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}" ||
+  patiently as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}" ||
     die "apt-get could not install: ${missing[*]}"
 }
 

@@ -6,6 +6,8 @@
 
 #include <tarvix/tarvix.h>
 
+#include <opencv2/videoio.hpp>
+
 #include <sstream>
 
 namespace host {
@@ -59,6 +61,9 @@ Command faces() {
                                                 {"right", face.right},
                                                 {"top", face.top}});
             }
+            if (frames.empty()) {
+                result.warnings.push_back("no faces were found in '" + o.in + "'");
+            }
             if (!o.out.empty()) {
                 result.image = withFrames(toMatrix(in), frames);
             }
@@ -70,9 +75,13 @@ Command track() {
     return command<CommonOptions>(
         {.name = "track",
          .help = "Show camera 0 with the largest face framed, until a key is pressed in the "
-                 "window; ends at once if there is no camera"},
+                 "window"},
         [](CLI::App&, CommonOptions&) {},
         [](const CommonOptions&, Output&) {
+            // The export ends at once without a camera, and does not tell.
+            if (!cv::VideoCapture(0).isOpened()) {
+                throw Failure("there is no camera 0, or it cannot be opened");
+            }
             if (tx_TrackFace(nullptr) == 0) {
                 throw Failure(alreadyShown);
             }

@@ -111,7 +111,8 @@ Command registerSet() {
                       .command = {"register", "PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg", "-o",
                                   "OUT/aloe-{}.png", "--overlay", "OUT/aloe-overlay.png"},
                       .before = {"PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg"},
-                      .after = {"OUT/aloe-overlay.png"}}}},
+                      .after = {"OUT/aloe-overlay.png"}}},
+         .work = "registering"},
         [](CLI::App& parser, RegisterOptions& o) {
             parser.add_option("IN", o.images, "Image files to read, the reference first")
                 ->required();
@@ -157,7 +158,8 @@ Command stitch() {
                                     "The views are synthetic: rendered from building.jpg as a "
                                     "camera would see it that turns by 13 degrees to either side,"),
                                view(1, 0, 0.92, "the middle one 8 per cent darker,"),
-                               view(2, 13, 1.05, "the last one 5 per cent brighter.")}}}},
+                               view(2, 13, 1.05, "the last one 5 per cent brighter.")}}},
+         .work = "joining"},
         [](CLI::App& parser, Options& o) {
             parser.add_option("IN", o.images, "Image files to read, two at least")->required();
             addOut(parser, o);

@@ -95,7 +95,8 @@ Command denoise() {
                                        "grey levels was added to fruits.jpg, so the true image is "
                                        "known.",
                                 .make = [](const cv::Mat& m) { return withGrain(m, 20.0); }}},
-                      .truth = "PHOTOS/fruits.jpg"}}},
+                      .truth = "PHOTOS/fruits.jpg"}},
+         .work = "denoising"},
         [](CLI::App& parser, Options& o) {
             addInOut(parser, o);
             addGray(parser, o);
@@ -201,6 +202,9 @@ Command lines() {
                 const POINT& b = ends[2 * i + 1];
                 segments.emplace_back(a.x, a.y, b.x, b.y);
                 result.data["segments"].push_back({a.x, a.y, b.x, b.y});
+            }
+            if (segments.empty()) {
+                result.warnings.push_back("no straight segments were found in '" + o.in + "'");
             }
             if (!o.out.empty()) {
                 result.image = withSegments(toMatrix(in), segments);

@@ -5,13 +5,13 @@
 #include "host/run_command.h"
 #include "host/saving.h"
 #include "platform/system/paths.h"
+#include "platform/system/stray_lines.h"
 
 #include <opencv2/imgcodecs.hpp>
 
 #include <chrono>
 #include <filesystem>
 #include <iomanip>
-#include <iostream>
 #include <sstream>
 
 namespace host {
@@ -85,7 +85,7 @@ int show(const GalleryEntry& entry, GalleryPage& page, Output& output) {
          << " s\n";
     output.say(line.str());
     if (run.status != 0) {
-        std::cerr << run.errors;
+        tarvix::standardError() << run.errors;
     }
     page.add(entry, run);
     return run.status;
