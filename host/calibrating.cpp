@@ -39,7 +39,6 @@ cv::Mat_<double> readBack(const std::string& folder, const StoredMatrix& stored)
 } // namespace
 
 void addCalibrationOptions(CLI::App& parser, CalibrationOptions& options) {
-    constexpr int smallestBoard = 3; // inner corners each way, for OpenCV
     addBoard(parser, options.board, smallestBoard);
     parser
         .add_option("-o,--folder", options.folder,
@@ -57,6 +56,10 @@ void addCalibrationOptions(CLI::App& parser, CalibrationOptions& options) {
                     "Leave out the worst photographs until no error (rms) is above this, in pixels")
         ->type_name("PX")
         ->check(numberAbove(0));
+    parser
+        .add_option("--report", options.report,
+                    "HTML file to write: a page that shows how good the calibration is")
+        ->type_name("FILE");
     parser.add_flag("--preview", options.preview,
                     "Show each photograph with its corners in a window");
     addJson(parser, options);
@@ -126,6 +129,25 @@ void requireEnough(const tarvix::Refit& refit) {
                       std::to_string(tarvix::fewestKept) +
                       " photographs: take better ones, or ask for less");
     }
+}
+
+std::vector<std::string> commandOf(const std::string& name, const CalibrationOptions& o,
+                                   const std::vector<std::string>& more) {
+    std::vector<std::string> words{name};
+    words.insert(words.end(), o.photos.begin(), o.photos.end());
+    words.insert(words.end(), more.begin(), more.end());
+    words.insert(words.end(),
+                 {"--board", std::to_string(o.board[0]) + "x" + std::to_string(o.board[1])});
+    if (o.drop.worst > 0) {
+        words.insert(words.end(), {"--drop-worst", std::to_string(o.drop.worst)});
+    }
+    if (o.drop.maxRms) {
+        std::ostringstream limit;
+        limit << *o.drop.maxRms;
+        words.insert(words.end(), {"--max-rms", limit.str()});
+    }
+    words.insert(words.end(), {"-o", o.folder, "--report", o.report});
+    return words;
 }
 
 Json readMatrices(const std::string& folder, const std::vector<StoredMatrix>& set) {

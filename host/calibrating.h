@@ -20,6 +20,7 @@ struct CalibrationOptions : CommonOptions {
     std::string folder;              // for the calibration files
     Board board{};
     tarvix::DropRule drop;
+    std::string report; // HTML file; empty: none
     bool strict = false;
     bool preview = false;
 };
@@ -53,8 +54,16 @@ Json readMatrices(const std::string& folder, const std::vector<StoredMatrix>& se
 
 std::string matricesAsText(const Json& matrices, const std::vector<StoredMatrix>& set);
 
+// The command line, for the page that a report is.
+std::vector<std::string> commandOf(const std::string& name, const CalibrationOptions& options,
+                                   const std::vector<std::string>& more);
+
+struct CameraOptions : CalibrationOptions {
+    std::string exported; // file for other tools; empty: none
+};
+
 // The command calib: the photographs that can be used, the export, and what is to be said of it.
-Result calibrateCamera(const CalibrationOptions& options, const std::vector<StoredMatrix>& files,
+Result calibrateCamera(const CameraOptions& options, const std::vector<StoredMatrix>& files,
                        Output& output);
 
 } // namespace host

@@ -1,7 +1,10 @@
 // The command calib.
 #include "assist/calibration_quality.h"
 #include "host/calibrating.h"
+#include "host/calibration_folder.h"
 #include "host/calibration_json.h"
+#include "host/calibration_report.h"
+#include "host/camera_exchange.h"
 #include "host/photographs.h"
 
 #include <tarvix/tarvix.h>
@@ -21,9 +24,12 @@ std::vector<Item> chosen(const std::vector<Item>& all, const std::vector<std::si
 
 } // namespace
 
-Result calibrateCamera(const CalibrationOptions& o, const std::vector<StoredMatrix>& stored,
+Result calibrateCamera(const CameraOptions& o, const std::vector<StoredMatrix>& stored,
                        Output& output) {
     const cv::Size pattern(o.board[0], o.board[1]);
+    if (!o.exported.empty()) {
+        formatOf(o.exported); // a name that asks for none is refused before the work
+    }
     // As tx_Calib searches them: the same corners give the same camera, and it can be judged here.
     const CalibrationSet set = searchSet(
         photographsOf(o.photos),
@@ -50,7 +56,21 @@ Result calibrateCamera(const CalibrationOptions& o, const std::vector<StoredMatr
     data["leftOut"] = leftOutAsJson(set.leftOut);
     data["dropped"] = droppedAsJson(refit, set.files);
     data.update(cameraAsJson(quality, boards, files));
-    return {.data = data, .warnings = leftOutAsSentences(set.leftOut)};
+    Result result{.data = data, .warnings = leftOutAsSentences(set.leftOut)};
+    if (!o.report.empty()) {
+        result.texts.push_back({o.report, [data, words = commandOf("calib", o, {})] {
+                                    return cameraReport(data, words);
+                                }});
+    }
+    if (!o.exported.empty()) {
+        result.texts.push_back(
+            {o.exported, [file = o.exported, folder = o.folder, size = quality.camera.imageSize] {
+                 ExchangedCamera camera{size, {}, {}};
+                 readCamera(folder, camera.matrix, camera.distortion);
+                 return cameraFileText(camera, formatOf(file));
+             }});
+    }
+    return result;
 }
 
 } // namespace host

@@ -17,6 +17,9 @@ using Point = std::array<double, 2>;   // x, y
 using Corners = std::array<double, 8>; // four points x0, y0, ..., x3, y3, as the exports take them
 using Board = std::array<int, 2>;      // inner corners per row, per column
 
+// Inner corners that OpenCV needs each way to find a board.
+inline constexpr int smallestBoard = 3;
+
 // IN, the image file to read.
 void addIn(CLI::App& parser, CommonOptions& options);
 

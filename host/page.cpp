@@ -89,7 +89,7 @@ body { font: 16px/1.5 system-ui, sans-serif; margin: 0 auto; max-width: 1180px; 
 h1 { font-size: 2rem; margin: 0 0 .3rem; } h2 { font-size: 1.25rem; margin: 0 0 .2rem; }
 a { color: var(--link); }
 section { background: var(--card); border: 1px solid var(--line); border-radius: 10px;
-          padding: 1.1rem 1.3rem; margin: 1.4rem 0; }
+          padding: 1.1rem 1.3rem; margin: 1.4rem 0; overflow-x: auto; }
 p { margin: .2rem 0 .7rem; max-width: 52rem; }
 pre { background: var(--code); color: var(--on-code); padding: .6rem .8rem; border-radius: 6px;
       font-size: .8rem; white-space: pre-wrap; overflow-wrap: anywhere; margin: 0 0 1rem;
@@ -104,8 +104,8 @@ figcaption, .figures { color: var(--soft); font-size: .85rem; overflow-wrap: any
 .figures { margin: .6rem 0 0; }
 table { border-collapse: collapse; width: 100%; font-size: .9rem; margin: 0 0 .8rem; }
 th, td { text-align: left; padding: .2rem .8rem .2rem 0; border-bottom: 1px solid var(--line);
-         vertical-align: top; overflow-wrap: anywhere; }
-td.number { font-variant-numeric: tabular-nums; white-space: nowrap; }
+         vertical-align: top; overflow-wrap: break-word; }
+td.number { font-variant-numeric: tabular-nums; }
 ul.findings { list-style: none; padding: 0; margin: 0 0 .8rem; }
 ul.findings li { padding: .3rem .7rem; margin: .3rem 0; border-left: 4px solid #2f9e5f;
                  background: var(--good-back); }

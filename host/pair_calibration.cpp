@@ -4,6 +4,7 @@
 #include "assist/pair_findings.h"
 #include "host/calibration_folder.h"
 #include "host/calibration_json.h"
+#include "host/calibration_report.h"
 #include "host/failure.h"
 #include "host/photographs.h"
 #include "host/progress.h"
@@ -12,6 +13,8 @@
 
 #include <algorithm>
 #include <optional>
+#include <sstream>
+#include <utility>
 
 namespace host {
 
@@ -157,6 +160,28 @@ Json calibrateWithExport(const Pairs& pairs, const PairOptions& o, Output& outpu
     return data;
 }
 
+// The command line, for the report.
+std::vector<std::string> wordsOf(const PairOptions& o) {
+    std::vector<std::string> words;
+    for (const auto& [option, files] :
+         {std::pair{"--left", o.left}, std::pair{"--right", o.right}}) {
+        if (!files.empty()) {
+            words.emplace_back(option);
+            words.insert(words.end(), files.begin(), files.end());
+        }
+    }
+    std::ostringstream square;
+    square << o.square;
+    words.insert(words.end(), {"--square", square.str()});
+    if (o.metric) {
+        words.emplace_back("--metric");
+    }
+    if (o.refine) {
+        words.emplace_back("--refine");
+    }
+    return commandOf("stereo-calib", o, words);
+}
+
 } // namespace
 
 Result calibratePair(const PairOptions& o, const std::vector<StoredMatrix>& stored,
@@ -194,6 +219,10 @@ Result calibratePair(const PairOptions& o, const std::vector<StoredMatrix>& stor
     result.warnings.insert(result.warnings.end(), doubts.begin(), doubts.end());
     if (!o.metric) {
         result.warnings.push_back(notMetric(Metric::No, o.folder));
+    }
+    if (!o.report.empty()) {
+        result.texts.push_back(
+            {o.report, [data, words = wordsOf(o)] { return pairReport(data, words); }});
     }
     return result;
 }

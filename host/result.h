@@ -22,11 +22,18 @@ struct ImageBeside {
     std::function<cv::Mat()> draw; // may throw Failure
 };
 
+// A text file beside the result, such as a report. It is made and written last, too.
+struct TextBeside {
+    std::string path;
+    std::function<std::string()> make; // may throw Failure
+};
+
 struct Result {
     cv::Mat image{};                     // goes to -o; empty if there is none
     Json data{};                         // what was found; null if there is nothing to print
     std::vector<std::string> warnings{}; // whole sentences for the user
     std::vector<ImageBeside> beside{};
+    std::vector<TextBeside> texts{};
 };
 
 } // namespace host

@@ -134,6 +134,9 @@ void runAndWrite(const Command& command, const Job& job, Output& output) {
     for (const ImageBeside& image : result.beside) {
         saveImage(image.draw(), image.path);
     }
+    for (const TextBeside& text : result.texts) {
+        saveText(text.make(), text.path);
+    }
 }
 
 } // namespace

@@ -22,7 +22,7 @@ public:
 
     // `anchor`: start, middle or end.
     void text(cv::Point2d at, const std::string& words, double size, const std::string& anchor,
-              const std::string& colour = "#1d2733");
+              const std::string& colour = "currentColor");
 
     // An image, from a data URL.
     void image(cv::Rect2d r, const std::string& url);

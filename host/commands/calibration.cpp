@@ -1,7 +1,12 @@
 #include "host/calibrating.h"
+#include "host/calibration_folder.h"
 #include "host/calibration_text.h"
+#include "host/camera_exchange.h"
 #include "host/commands.h"
+#include "host/numbers.h"
 #include "host/options.h"
+#include "host/printed_board.h"
+#include "host/saving.h"
 
 #include <tarvix/tarvix.h>
 
@@ -15,23 +20,26 @@ const std::vector<StoredMatrix> files = {
 };
 
 Command calib() {
-    return command<CalibrationOptions>(
+    return command<CameraOptions>(
         {.name = "calib",
          .help = "Calibrate a camera from photographs of a chessboard and print what was found",
          .takes = Takes::ImageSet,
          .makes = Makes::Files,
          .text = [](const Json& data) { return matricesAsText(data, files) + cameraAsText(data); },
          .example = {"IN", "IN", "--board", "9x6"}},
-        [](CLI::App& parser, CalibrationOptions& o) {
+        [](CLI::App& parser, CameraOptions& o) {
             parser
                 .add_option("PHOTOS", o.photos,
                             "Photographs, or folders of them; those without a board are left out")
                 ->required();
             addCalibrationOptions(parser, o);
+            parser
+                .add_option("--export", o.exported,
+                            "File for other tools, too: .yml for OpenCV, .yaml for ROS "
+                            "(camera_info), .txt for COLMAP (a line of cameras.txt)")
+                ->type_name("FILE");
         },
-        [](const CalibrationOptions& o, Output& output) {
-            return calibrateCamera(o, files, output);
-        });
+        [](const CameraOptions& o, Output& output) { return calibrateCamera(o, files, output); });
 }
 
 // The calibration that the page's entry uses, made before it.
@@ -41,7 +49,8 @@ std::vector<std::string> galleryCalibration() {
          {"01", "02", "03", "04", "05", "06", "07", "08", "09", "11", "12", "13", "14"}) {
         words.push_back("PHOTOS/left" + std::string(n) + ".jpg");
     }
-    words.insert(words.end(), {"--board", "9x6", "-o", "OUT/calibration"});
+    words.insert(words.end(),
+                 {"--board", "9x6", "-o", "OUT/calibration", "--report", "OUT/calibration.html"});
     return words;
 }
 
@@ -61,7 +70,8 @@ Command undistort() {
                                   "--calib", "OUT/calibration"},
                       .before = {"PHOTOS/left12.jpg"},
                       .after = {"OUT/undistorted.png"},
-                      .prepare = {galleryCalibration()}}}},
+                      .prepare = {galleryCalibration()},
+                      .pages = {"OUT/calibration.html"}}}},
         [](CLI::App& parser, Options& o) {
             addInOut(parser, o);
             addGray(parser, o);
@@ -74,10 +84,73 @@ Command undistort() {
         });
 }
 
+Command importCalib() {
+    struct Options : CommonOptions {
+        std::string file, folder;
+    };
+    return command<Options>(
+        {.name = "import-calib",
+         .help = "Make a calibration folder of a camera that OpenCV or ROS has stored as YAML",
+         .makes = Makes::Files,
+         .text = [](const Json& data) { return matricesAsText(data, files); }},
+        [](CLI::App& parser, Options& o) {
+            parser
+                .add_option("FILE", o.file,
+                            "YAML file with camera_matrix and distortion_coefficients")
+                ->required();
+            parser
+                .add_option("-o,--folder", o.folder,
+                            "Folder for the calibration files; made if missing, old files replaced")
+                ->required();
+            addJson(parser, o);
+        },
+        [](const Options& o, Output&) {
+            const ExchangedCamera camera = readCameraFile(o.file);
+            writeCamera(o.folder, camera.matrix, camera.distortion);
+            return Result{.data = readMatrices(o.folder, files)};
+        });
+}
+
+Command board() {
+    struct Options : CommonOptions {
+        Board board{};
+        double square = 25;
+        std::string file;
+    };
+    return command<Options>(
+        {.name = "board",
+         .help = "Make a chessboard to print in true size, with its sizes on it",
+         .makes = Makes::Files,
+         .text =
+             [](const Json& data) {
+                 return data.at("paper").get<std::string>() + ": " +
+                        data.at("label").get<std::string>() + "\n";
+             }},
+        [](CLI::App& parser, Options& o) {
+            addBoard(parser, o.board, smallestBoard);
+            parser.add_option("--square", o.square, "Edge of a square, mm")
+                ->check(numberAbove(0))
+                ->capture_default_str();
+            parser.add_option("-o,--out", o.file, "File to write: .pdf or .svg")->required();
+            addJson(parser, o);
+        },
+        [](const Options& o, Output&) {
+            const PrintedBoard printed = layOutBoard(o.board, o.square);
+            saveText(boardAsFile(printed, o.file), o.file);
+            Result result{.data = {{"paper", printed.paper}, {"label", printed.label}}};
+            if (o.board[0] % 2 == o.board[1] % 2) {
+                result.warnings.emplace_back(
+                    "the board looks the same upside down, so the two photographs of a pair may "
+                    "disagree about its first corner; take one odd and one even number");
+            }
+            return result;
+        });
+}
+
 } // namespace
 
 std::vector<Command> calibrationCommands() {
-    return {calib(), undistort()};
+    return {calib(), undistort(), importCalib(), board()};
 }
 
 } // namespace host

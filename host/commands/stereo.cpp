@@ -64,7 +64,8 @@ std::vector<std::string> galleryCalibration() {
         words.push_back("PHOTOS/left" + std::string(n) + ".jpg");
         words.push_back("PHOTOS/right" + std::string(n) + ".jpg");
     }
-    words.insert(words.end(), {"--board", "9x6", "--square", "25", "--metric", "-o", "OUT/stereo"});
+    words.insert(words.end(), {"--board", "9x6", "--square", "25", "--metric", "-o", "OUT/stereo",
+                               "--report", "OUT/stereo.html"});
     return words;
 }
 
@@ -93,7 +94,8 @@ Command rectify() {
                                   "-o", "OUT/rectified.png", "--calib", "OUT/stereo"},
                       .before = {"PHOTOS/left01.jpg", "PHOTOS/right01.jpg"},
                       .after = {"OUT/rectified.png"},
-                      .prepare = {galleryCalibration()}}}},
+                      .prepare = {galleryCalibration()},
+                      .pages = {"OUT/stereo.html"}}}},
         [](CLI::App& parser, Options& o) {
             addInOut(parser, o);
             addGray(parser, o);

@@ -45,6 +45,8 @@ TEST_F(Gallery, ShowsEveryEntry) {
     EXPECT_THAT(html, testing::Not(HasSubstr(folder / "gallery")));
     EXPECT_THAT(html, HasSubstr("distance to the true image: 22.5 dB before, 26."));
     EXPECT_THAT(html, HasSubstr("pitch -3.95"));
+    EXPECT_THAT(html, HasSubstr("href=\"results/calibration.html\""));
+    EXPECT_THAT(html, HasSubstr("href=\"results/stereo.html\""));
     // Everything that it links is there.
     const std::string link = "href=\"";
     int links = 0;
