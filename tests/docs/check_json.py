@@ -40,9 +40,10 @@ LINES = {
     "keypoints": "home.jpg -o out.png",
     "match": "box.png home.jpg -o out.png",
     "register": "aloeL.jpg aloeR.jpg -o set",
+    "board": "--board 9x6 --square 25 -o board.svg",
     "stitch": "view1.png view2.png -o out.png",
 }
-NOT_RUN = {"track", "gallery"}  # a camera, minutes
+NOT_RUN = {"track", "gallery", "import-calib"}  # a camera, minutes, a file of another tool
 # The same command line, finding nothing.
 EMPTY = {"lines": "grey.png", "faces": "grey.png"}
 
