@@ -27,6 +27,7 @@ else()
   # OpenCV's messages name our source: as filters/lines.cpp, without the folder of the machine that built it.
   # ccache passes that folder relative to the build folder.
   file(RELATIVE_PATH from_build "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
+  string(REGEX REPLACE "/$" "" from_build "${from_build}")
   foreach(folder IN ITEMS "${PROJECT_SOURCE_DIR}" "${from_build}")
     target_compile_options(tarvix_options INTERFACE "-fmacro-prefix-map=${folder}/=")
   endforeach()
