@@ -51,10 +51,9 @@ private:
 };
 
 double medianRms(const std::vector<ViewEstimate>& views) {
-    std::vector<double> values;
-    for (const ViewEstimate& view : views) {
-        values.push_back(view.rms);
-    }
+    std::vector<double> values(views.size());
+    std::transform(views.begin(), views.end(), values.begin(),
+                   [](const ViewEstimate& view) { return view.rms; });
     std::nth_element(values.begin(),
                      values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
     return values[values.size() / 2];

@@ -15,6 +15,7 @@ constexpr double weakestEdge = 5;    // grey levels per pixel, after smoothing
 constexpr double straightest = 0.85; // cosine between the gradient and the normal of a side
 constexpr double endsLeftOut = 0.04; // of a side: corners are rounded by the smoothing
 constexpr int nearPx = 2;            // an edge so far from the side carries it
+constexpr double offsetStep = 0.5;   // pixels, between the places where an edge is looked for
 
 struct Line {
     cv::Point2d at;
@@ -74,8 +75,8 @@ double EdgeMap::across(const cv::Point2d& point, const cv::Point2d& normal) cons
     if (c < 0 || r < 0 || c >= m_gradientX.cols || r >= m_gradientX.rows) {
         return 0;
     }
-    const double x = static_cast<double>(m_gradientX.at<float>(r, c));
-    const double y = static_cast<double>(m_gradientY.at<float>(r, c));
+    const auto x = static_cast<double>(m_gradientX.at<float>(r, c));
+    const auto y = static_cast<double>(m_gradientY.at<float>(r, c));
     const double g = x * normal.x + y * normal.y;
     return g * g >= straightest * straightest * (x * x + y * y) ? g : 0;
 }
@@ -119,7 +120,9 @@ Quad EdgeMap::refined(const Quad& corners, double reach) const {
             const double t = endsLeftOut + (1 - 2 * endsLeftOut) * (i + 0.5) / samples;
             cv::Point2d mostAt, leastAt;
             double most = weakestEdge, least = -weakestEdge;
-            for (double offset = -reach; offset <= reach; offset += 0.5) {
+            const int steps = static_cast<int>(2 * reach / offsetStep);
+            for (int step = 0; step <= steps; ++step) {
+                const double offset = step * offsetStep - reach;
                 const cv::Point2d point = from + side * t + normal * offset;
                 const double g = across(point, normal);
                 if (g > most) {
