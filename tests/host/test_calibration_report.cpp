@@ -74,7 +74,8 @@ TEST_F(CalibrationReport, OfACameraShowsEveryImage) {
     ASSERT_EQ(run.status, 0) << run.err;
     const std::string html = test::bytesOf(page);
     expectSoundPage(html);
-    for (const json& image : json::parse(run.out).at("images")) {
+    const json answer = json::parse(run.out);
+    for (const json& image : answer.at("images")) {
         const std::string name =
             std::filesystem::path(image.at("file").get<std::string>()).filename().string();
         EXPECT_THAT(html, HasSubstr(name == "a&b.jpg" ? "a&amp;b.jpg: rms" : name + ": rms"));

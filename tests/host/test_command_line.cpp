@@ -18,7 +18,7 @@ namespace {
 using test::expectOneLine;
 using test::ProgramResult;
 using test::tarvix;
-using testing::ContainsRegex;
+using testing::AnyOf;
 using testing::HasSubstr;
 
 class CommandLine : public testing::Test {
@@ -46,7 +46,7 @@ TEST_F(CommandLine, HelpAndVersion) {
     }
     const ProgramResult one = tarvix({"canny", "--help"});
     EXPECT_EQ(one.status, 0);
-    EXPECT_THAT(one.out, ContainsRegex(R"((=50|\[50\]))")); // defaults, as CLI11 shows them
+    EXPECT_THAT(one.out, AnyOf(HasSubstr("=50"), HasSubstr("[50]"))); // as CLI11 shows defaults
     const ProgramResult version = tarvix({"--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_THAT(version.out, HasSubstr("Tarvix "));

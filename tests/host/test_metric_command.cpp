@@ -130,7 +130,7 @@ TEST(MetricCommand, AWholeFolderOfPhotographsNamesWhatItLeavesOut) {
         std::filesystem::path(test::photoPath("left01.jpg")).parent_path().string();
     const ProgramResult run = tarvix(words({photos}, {"--metric", "-o", folder / "set", "--json"}));
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("/left.jpg': no board of 9 x 6 inner corners"));
+    EXPECT_THAT(run.err, HasSubstr("left.jpg': no board of 9 x 6 inner corners"));
     EXPECT_THAT(run.err, HasSubstr("home.jpg"));
     const json data = json::parse(run.out);
     EXPECT_EQ(data.at("pairs").size(), 13U);
