@@ -92,10 +92,9 @@ std::vector<cv::Vec3d> linesOf(const std::vector<Segment>& segments) {
     std::stable_sort(lines.begin(), lines.end(),
                      [](const Weighted& x, const Weighted& y) { return x.length > y.length; });
     lines.resize(std::min(lines.size(), mostLines));
-    std::vector<cv::Vec3d> result;
-    for (const Weighted& weighted : lines) {
-        result.push_back(weighted.line);
-    }
+    std::vector<cv::Vec3d> result(lines.size());
+    std::transform(lines.begin(), lines.end(), result.begin(),
+                   [](const Weighted& weighted) { return weighted.line; });
     return result;
 }
 

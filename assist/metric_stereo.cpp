@@ -29,7 +29,7 @@ void rectify(MetricPair& pair, cv::Size imageSize) {
     pair.isSideBySide = std::abs(pair.translation[0]) >= std::abs(pair.translation[1]);
     pair.isSwapped = pair.translation[0] > 0;
     // tx_Meas3D takes the disparity as a distance, so depth must grow from positive ones.
-    double& perDisparity = pair.rectifying.reprojection.at<double>(3, 2);
+    auto& perDisparity = pair.rectifying.reprojection.at<double>(3, 2);
     perDisparity = std::abs(perDisparity);
 }
 

@@ -29,7 +29,7 @@ using tarvix::pathOf;
 
 cv::Mat_<double> readBack(const std::string& folder, const StoredMatrix& stored) {
     const std::filesystem::path path = pathOf(folder) / stored.file;
-    const cv::Mat matrix = tarvix::readMatrix(path, nameOf(path), stored.key);
+    cv::Mat matrix = tarvix::readMatrix(path, nameOf(path), stored.key);
     if (matrix.empty()) {
         throw Failure("cannot read '" + nameOf(path) + "' back");
     }
@@ -95,6 +95,23 @@ void calibrate(const CalibrationOptions& options, const std::vector<std::string>
                       : "the module found no board in one of the photographs; did one change?");
 }
 
+namespace {
+
+std::string oneLeftOut(const std::string& file, const std::string& reason) {
+    return "left out '" + file + "': " + reason;
+}
+
+std::string severalLeftOut(const std::vector<std::string>& files, const std::string& reason) {
+    std::string names;
+    for (const std::string& file : files) {
+        names += names.empty() ? "" : ", ";
+        names += nameOf(pathOf(file).filename());
+    }
+    return "left out " + std::to_string(files.size()) + " photographs, " + reason + ": " + names;
+}
+
+} // namespace
+
 std::vector<std::string> leftOutAsSentences(const std::vector<LeftOut>& leftOut) {
     constexpr std::size_t most = 5; // sentences with the same reason
     std::vector<std::string> reasons;
@@ -107,17 +124,13 @@ std::vector<std::string> leftOutAsSentences(const std::vector<LeftOut>& leftOut)
     }
     std::vector<std::string> sentences;
     for (const std::string& reason : reasons) {
-        std::string names;
-        for (const std::string& file : files[reason]) {
-            if (files[reason].size() <= most) {
-                sentences.push_back("left out '" + file + "': " + reason);
-            } else {
-                names += (names.empty() ? "" : ", ") + nameOf(pathOf(file).filename());
-            }
+        const std::vector<std::string>& these = files[reason];
+        if (these.size() > most) {
+            sentences.push_back(severalLeftOut(these, reason));
+            continue;
         }
-        if (!names.empty()) {
-            sentences.push_back("left out " + std::to_string(files[reason].size()) +
-                                " photographs, " + reason + ": " + names);
+        for (const std::string& file : these) {
+            sentences.push_back(oneLeftOut(file, reason));
         }
     }
     return sentences;

@@ -63,7 +63,7 @@ struct CameraOptions : CalibrationOptions {
 };
 
 // The command calib: the photographs that can be used, the export, and what is to be said of it.
-Result calibrateCamera(const CameraOptions& options, const std::vector<StoredMatrix>& files,
+Result calibrateCamera(const CameraOptions& o, const std::vector<StoredMatrix>& stored,
                        Output& output);
 
 } // namespace host

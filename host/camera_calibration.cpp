@@ -16,6 +16,7 @@ namespace {
 template <class Item>
 std::vector<Item> chosen(const std::vector<Item>& all, const std::vector<std::size_t>& positions) {
     std::vector<Item> items;
+    items.reserve(positions.size());
     for (const std::size_t position : positions) {
         items.push_back(all.at(position));
     }
