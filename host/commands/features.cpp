@@ -37,7 +37,7 @@ Command keypoints() {
          .example = {"IN"},
          .gallery = {{.title = "Keypoints",
                       .text = "What a detector would recognise in another photograph: AKAZE's "
-                              "keypoints. To compare seven detectors on images of one's own.",
+                              "keypoints. To compare five detectors on images of one's own.",
                       .lookFor = "Circles on corners and ornaments, none on the plain sky.",
                       .command = {"keypoints", "PHOTOS/building.jpg", "-o", "OUT/keypoints.png",
                                   "--detector", "akaze"},
