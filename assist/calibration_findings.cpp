@@ -1,13 +1,13 @@
 // The sentences of calibration_quality.h. Every limit here is a rule of thumb, named with what it
 // guards against; docs/calibration.md has the table.
 #include "calibration_quality.h"
+#include "fixed_number.h"
 
 #include <opencv2/core.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <sstream>
 
 namespace tarvix {
 
@@ -26,15 +26,6 @@ constexpr double vagueFocal = 0.005;   // deviation of the focal length, relativ
 constexpr double unequalFocals = 0.02; // fx to fy; sensors with square pixels have the same
 constexpr double overfitFactor = 1.5;  // the other half's rms over the fit's
 constexpr double vaguePixels = 1;      // deviation of a projected point
-
-std::string number(double value, int digits) {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.setf(std::ios::fixed);
-    text.precision(digits);
-    text << value;
-    return text.str();
-}
 
 class Findings {
 public:
@@ -64,21 +55,21 @@ void judgeFit(const CalibrationQuality& quality, const std::vector<std::string>&
     const CameraEstimate& camera = quality.camera;
     const double median = medianRms(camera.views);
     findings.mindIf(camera.rms > usualRms,
-                    "the corners are " + number(camera.rms, 2) +
+                    "the corners are " + fixedNumber(camera.rms, 2) +
                         " pixels (rms) off the estimate; below 0.5 is usual for sharp photographs "
                         "of a flat board");
     for (std::size_t i = 0; i < camera.views.size(); ++i) {
         const double rms = camera.views[i].rms;
         findings.mindIf(rms > strayRms && rms > strayFactor * median,
-                        "'" + names.at(i) + "' does not fit the others: " + number(rms, 2) +
-                            " pixels rms, where the median is " + number(median, 2));
+                        "'" + names.at(i) + "' does not fit the others: " + fixedNumber(rms, 2) +
+                            " pixels rms, where the median is " + fixedNumber(median, 2));
     }
     if (quality.crossValidation) {
         const CrossValidation& cross = *quality.crossValidation;
         findings.mindIf(cross.otherRms > overfitFactor * cross.fitRms,
                         "half of the images predict the other half only to " +
-                            number(cross.otherRms, 2) + " pixels rms, themselves to " +
-                            number(cross.fitRms, 2) + ": more images would change the result");
+                            fixedNumber(cross.otherRms, 2) + " pixels rms, themselves to " +
+                            fixedNumber(cross.fitRms, 2) + ": more images would change the result");
     }
 }
 
@@ -93,7 +84,7 @@ void judgeViews(const CalibrationQuality& quality, Findings& findings) {
                         (views == 1 ? "" : std::to_string(views) + " images are") +
                         " too few to trust: take ten to twenty");
     findings.mindIf(mostTilted < flatTiltDeg,
-                    "no image tilts the board by more than " + number(mostTilted, 0) +
+                    "no image tilts the board by more than " + fixedNumber(mostTilted, 0) +
                         " degrees: focal length and distance cannot be told apart");
     findings.mindIf(views > 1 && mostTilted >= flatTiltDeg &&
                         std::min(spread.aboutXDeg, spread.aboutYDeg) < oneSidedDeg,
@@ -124,17 +115,18 @@ void judgeParameters(const CalibrationQuality& quality, Findings& findings) {
     const double fx = quality.camera.parameters[0];
     const double fy = quality.camera.parameters[1];
     findings.mindIf(std::abs(fx - fy) > unequalFocals * std::max(fx, fy),
-                    "fx and fy differ by " + number(100 * std::abs(fx / fy - 1), 1) +
+                    "fx and fy differ by " + fixedNumber(100 * std::abs(fx / fy - 1), 1) +
                         " %: most cameras have square pixels, where they are the same");
     const double vague =
         std::max(quality.camera.deviations[0] / fx, quality.camera.deviations[1] / fy);
-    findings.mindIf(vague > vagueFocal, "the focal length is known to " + number(100 * vague, 1) +
+    findings.mindIf(vague > vagueFocal, "the focal length is known to " +
+                                            fixedNumber(100 * vague, 1) +
                                             " % only (one standard deviation)");
     double most = 0;
     cv::minMaxLoc(quality.deviation, nullptr, &most);
     findings.mindIf(most > vaguePixels,
-                    "somewhere in the image, where a point appears is known to " + number(most, 1) +
-                        " pixels only (one standard deviation)");
+                    "somewhere in the image, where a point appears is known to " +
+                        fixedNumber(most, 1) + " pixels only (one standard deviation)");
 }
 
 } // namespace

@@ -1,10 +1,9 @@
 #include "correction.h"
+#include "fixed_number.h"
 
 #include <algorithm>
 #include <cmath>
-#include <locale>
 #include <numbers>
-#include <sstream>
 
 namespace tarvix {
 
@@ -16,15 +15,6 @@ constexpr double shortestFocalMm = 1.0;
 constexpr double frameMm = 36.0;         // the longer side of the 35-mm frame
 constexpr double toleratedMissDeg = 2.0; // of good marks on a photograph without much distortion
 constexpr double openFocalRatio = 1.0 / 3.0;
-
-std::string shown(double number, int decimals) {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.setf(std::ios::fixed);
-    text.precision(decimals);
-    text << number;
-    return text.str();
-}
 
 // How far the farthest corner is outside the canvas, pixels; 0 if all are on it.
 double outside(const Quad& corners, cv::Size canvas) {
@@ -135,12 +125,12 @@ std::vector<Remark> remarksOn(const Correction& correction, const Quad& onCanvas
     if (!(correction.missedDeg <= toleratedMissDeg)) { // true for what is not a number, too
         remarks.push_back({"not-a-rectangle",
                            "no rectangle explains these corners: the right angles are missed by " +
-                               shown(correction.missedDeg, 1) +
+                               fixedNumber(correction.missedDeg, 1) +
                                " degrees in sum; check the corners and the focal length"});
     }
     if (const double pixels = outside(onCanvas, canvas); pixels > 1.0) {
         remarks.push_back({"cut-off", "the corrected corners leave the image by " +
-                                          shown(pixels, 0) +
+                                          fixedNumber(pixels, 0) +
                                           " pixels, and what is there is cut off"});
     }
     return remarks;

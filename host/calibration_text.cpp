@@ -3,8 +3,6 @@
 #include "platform/system/paths.h"
 
 #include <algorithm>
-#include <locale>
-#include <sstream>
 #include <vector>
 
 namespace host {
@@ -45,15 +43,6 @@ std::string range(const Json& images, const char* key, int digits) {
 }
 
 } // namespace
-
-std::string fixedNumber(double value, int digits) {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.setf(std::ios::fixed);
-    text.precision(digits);
-    text << value;
-    return text.str();
-}
 
 std::string cameraAsText(const Json& camera) {
     const Json& images = camera.at("images");

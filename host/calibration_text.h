@@ -1,6 +1,7 @@
 // What the calibrations print for a reader.
 #pragma once
 
+#include "assist/fixed_number.h"
 #include "host/result.h"
 
 #include <string>
@@ -13,7 +14,6 @@ std::string cameraAsText(const Json& camera);
 // Of a pair's data.
 std::string pairAsText(const Json& pair);
 
-// Numbers as people read them, with a point in every locale.
-std::string fixedNumber(double value, int digits);
+using tarvix::fixedNumber; // the pages print the same numbers
 
 } // namespace host
