@@ -60,7 +60,7 @@ std::string boardAsPdf(const PrintedBoard& board) {
     HPDF_Page_TextOut(page, points(board.labelAt.x), points(board.page.height - board.labelAt.y),
                       board.label.c_str());
     HPDF_Page_EndText(page);
-    const std::string bytes = bytesOf(document.get());
+    std::string bytes = bytesOf(document.get());
     if (HPDF_GetError(document.get()) != HPDF_OK || bytes.empty()) {
         throw Failure("no PDF could be made: libharu's error " +
                       std::to_string(HPDF_GetError(document.get())));

@@ -30,8 +30,8 @@ unsigned char* line(const CDib& dib, int fromTop) {
 void noteDamage(const std::string& path) {
     for (const std::string& line : tarvix::takeStrayLines()) {
         if (!line.starts_with("[")) { // as OpenCV's log does
-            application().note("'" + path + "' is damaged; the part that can be read is used (" +
-                               line + ")");
+            std::string note = "'" + path + "' is damaged; the part that can be read is used (";
+            application().note(note.append(line).append(")"));
             return;
         }
     }

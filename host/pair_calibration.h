@@ -17,7 +17,7 @@ struct PairOptions : CalibrationOptions {
 
 // Calibrates from the pairs that can be used and says what is to be said of it. Throws Failure, and
 // BadUsage for options that do not go together.
-Result calibratePair(const PairOptions& options, const std::vector<StoredMatrix>& files,
+Result calibratePair(const PairOptions& options, const std::vector<StoredMatrix>& stored,
                      Output& output);
 
 } // namespace host

@@ -79,7 +79,7 @@ std::string boardAsSvg(const PrintedBoard& board) {
     };
     const std::string width = number(board.page.width);
     const std::string height = number(board.page.height);
-    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + width +
+    std::string svg = R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" + width +
                       "mm\" height=\"" + height + "mm\" viewBox=\"0 0 " + width + " " + height +
                       "\" shape-rendering=\"crispEdges\">\n"
                       "<style>@page { size: " +
@@ -88,7 +88,7 @@ std::string boardAsSvg(const PrintedBoard& board) {
         svg += rectangle(square);
     }
     return svg + rectangle(board.ruler) + "<text x=\"" + number(board.labelAt.x) + "\" y=\"" +
-           number(board.labelAt.y) + "\" font-family=\"sans-serif\" font-size=\"3.5\">" +
+           number(board.labelAt.y) + R"(" font-family="sans-serif" font-size="3.5">)" +
            board.label + "</text>\n</svg>\n";
 }
 

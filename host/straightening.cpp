@@ -164,9 +164,9 @@ std::vector<cv::Vec4i> segmentsOf(CDib& in) {
     const int count = tx_FindLines(in, ends);
     const std::unique_ptr<POINT[]> owned(ends);
     std::vector<cv::Vec4i> segments;
-    for (int i = 0; i < count; ++i) {
-        const POINT& a = ends[2 * i];
-        const POINT& b = ends[2 * i + 1];
+    for (std::ptrdiff_t i = 0; i < 2 * std::ptrdiff_t{count}; i += 2) {
+        const POINT& a = ends[i];
+        const POINT& b = ends[i + 1];
         segments.emplace_back(a.x, a.y, b.x, b.y);
     }
     return segments;

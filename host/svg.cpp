@@ -21,7 +21,7 @@ Svg::Svg(cv::Rect2d viewBox, const std::string& label) {
     m_content.imbue(std::locale::classic());
     m_content << "<svg viewBox=\"" << rounded(viewBox.x) << ' ' << rounded(viewBox.y) << ' '
               << rounded(viewBox.width) << ' ' << rounded(viewBox.height)
-              << "\" role=\"img\" aria-label=\"" << escapeHtml(label) << "\">";
+              << R"(" role="img" aria-label=")" << escapeHtml(label) << "\">";
 }
 
 void Svg::line(cv::Point2d from, cv::Point2d to, const std::string& colour, double width) {

@@ -41,7 +41,7 @@ void showKept() {
 
 void atAbort(int number) {
     showKept();
-    std::signal(number, SIG_DFL); // and then abort() ends the process
+    (void)std::signal(number, SIG_DFL); // and then abort() ends the process
 }
 
 // A file that has no name any more.
@@ -67,7 +67,7 @@ StrayLines::StrayLines() {
         return;
     }
     taken = 0;
-    std::signal(SIGABRT, atAbort);
+    (void)std::signal(SIGABRT, atAbort);
     if (__sanitizer_set_death_callback != nullptr) {
         __sanitizer_set_death_callback(showKept);
     }
@@ -77,7 +77,7 @@ StrayLines::~StrayLines() {
     if (kept < 0) {
         return;
     }
-    std::signal(SIGABRT, SIG_DFL);
+    (void)std::signal(SIGABRT, SIG_DFL);
     dup2(errors, STDERR_FILENO);
     close(errors);
     close(kept);
