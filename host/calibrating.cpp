@@ -12,6 +12,7 @@
 
 #include <tarvix/tarvix.h>
 
+#include <CLI/App.hpp>
 #include <opencv2/core.hpp>
 
 #include <filesystem>

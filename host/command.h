@@ -9,13 +9,16 @@
 #include "host/output.h"
 #include "host/result.h"
 
-#include <CLI/App.hpp>
-
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+// Only sources that add options include CLI11: it takes longer to compile than most of them.
+namespace CLI {
+class App;
+}
 
 namespace host {
 

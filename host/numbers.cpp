@@ -1,5 +1,7 @@
 #include "host/numbers.h"
 
+#include <CLI/App.hpp>
+
 #include <charconv>
 #include <cmath>
 #include <functional>

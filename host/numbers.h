@@ -1,10 +1,12 @@
 // Numbers as options take them. One that makes no sense is bad usage, before anything runs.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <limits>
 #include <string>
+
+namespace CLI {
+class Validator;
+}
 
 namespace host {
 

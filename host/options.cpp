@@ -3,6 +3,7 @@
 #include "host/failure.h"
 #include "host/numbers.h"
 
+#include <CLI/App.hpp>
 #include <functional>
 #include <vector>
 

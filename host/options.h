@@ -4,12 +4,15 @@
 
 #include "host/command.h"
 
-#include <CLI/App.hpp>
-
 #include <array>
 #include <limits>
 #include <optional>
 #include <string>
+
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
 
 namespace host {
 

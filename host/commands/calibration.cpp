@@ -10,6 +10,8 @@
 
 #include <tarvix/tarvix.h>
 
+#include <CLI/App.hpp>
+
 namespace host {
 
 namespace {

@@ -6,6 +6,7 @@
 
 #include <tarvix/tarvix.h>
 
+#include <CLI/App.hpp>
 #include <charconv>
 #include <iomanip>
 #include <sstream>

@@ -7,6 +7,7 @@
 #include "platform/system/paths.h"
 #include "platform/system/stray_lines.h"
 
+#include <CLI/App.hpp>
 #include <opencv2/imgcodecs.hpp>
 
 #include <chrono>

@@ -3,6 +3,7 @@
 
 #include <tarvix/tarvix.h>
 
+#include <CLI/App.hpp>
 #include <array>
 
 namespace host {

@@ -10,6 +10,7 @@
 
 #include <tarvix/tarvix.h>
 
+#include <CLI/App.hpp>
 #include <optional>
 #include <sstream>
 

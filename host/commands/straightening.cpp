@@ -5,6 +5,8 @@
 
 #include <tarvix/tarvix.h>
 
+#include <CLI/App.hpp>
+
 namespace host {
 
 namespace {

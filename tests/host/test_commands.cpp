@@ -6,6 +6,7 @@
 #include "tests/support/files.h"
 #include "tests/support/images.h"
 
+#include <CLI/App.hpp>
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
 

@@ -4,6 +4,7 @@
 #include "tests/support/files.h"
 #include "tests/support/images.h"
 
+#include <CLI/App.hpp>
 #include <gmock/gmock.h>
 
 #include <filesystem>
