@@ -14,7 +14,8 @@ int Application::DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) {
         m_held->push_back(sentence(text));
         return IDOK;
     }
-    tarvix::standardError() << "tarvix: " << sentence(text) << '\n';
+    std::ostream& errors = m_errors == nullptr ? tarvix::standardError() : *m_errors;
+    errors << "tarvix: " << sentence(text) << '\n';
     m_messageShown = true;
     return IDOK;
 }

@@ -3,6 +3,7 @@
 
 #include <afxwin.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,10 @@ class Application : public CWinApp {
 public:
     int DoMessageBox(LPCSTR text, UINT type, UINT helpId) override;
     [[nodiscard]] bool messageShown() const { return m_messageShown; }
+
+    // Where messages are shown from now on; null: on standard error, as at the beginning. The
+    // stream must outlive its use.
+    void showMessagesOn(std::ostream* errors) { m_errors = errors; }
     void forgetMessages() { m_messageShown = false; }
 
     // Show what OpenCV and other libraries say to the letter.
@@ -29,6 +34,7 @@ private:
     friend class HeldMessages;
     bool m_messageShown = false;
     bool m_verbose = false;
+    std::ostream* m_errors = nullptr;
     std::vector<std::string> m_notes;
     std::vector<std::string>* m_held = nullptr;
 };

@@ -82,6 +82,7 @@ struct Command {
     std::vector<std::string> example{};  // words that run it, without -o; IN is an image file
     std::vector<GalleryEntry> gallery{}; // empty if the page does not show it
     std::string work{};                  // what it does while it runs, if that may take long
+    bool internal = false;               // for programs: --help does not list it
     std::string family{};                // set by commands()
     std::function<Job()> newJob{};       // set by imageCommand() and command()
 };

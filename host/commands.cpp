@@ -14,7 +14,8 @@ std::vector<Command> collected() {
          {Family{"filters", filterCommands}, Family{"faces", faceCommands},
           Family{"geometry", straighteningCommands}, Family{"geometry", geometryCommands},
           Family{"calib", calibrationCommands}, Family{"calib", stereoCommands},
-          Family{"features", featureCommands}, Family{"gallery", galleryCommands}}) {
+          Family{"features", featureCommands}, Family{"gallery", galleryCommands},
+          Family{"workers", workerCommands}}) {
         for (Command& command : commands()) {
             command.family = name;
             all.push_back(std::move(command));

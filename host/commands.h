@@ -20,5 +20,6 @@ std::vector<Command> calibrationCommands();
 std::vector<Command> stereoCommands();
 std::vector<Command> featureCommands();
 std::vector<Command> galleryCommands();
+std::vector<Command> workerCommands();
 
 } // namespace host

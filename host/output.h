@@ -4,8 +4,11 @@
 
 #include "host/result.h"
 
+#include <cstddef>
+#include <functional>
 #include <ostream>
 #include <string>
+#include <utility>
 
 namespace host {
 
@@ -27,6 +30,17 @@ public:
     // JSON is UTF-8; what a file name has of anything else becomes U+FFFD.
     void print(const Json& data, const AsText& text);
 
+    // Gets how far a long list of steps is: how many are done, of how many, and the last one's
+    // name. For programs; people read what say() shows.
+    using OnStep =
+        std::function<void(std::size_t done, std::size_t total, const std::string& what)>;
+    void watchSteps(OnStep onStep) { m_onStep = std::move(onStep); }
+    void step(std::size_t done, std::size_t total, const std::string& what) {
+        if (m_onStep) {
+            m_onStep(done, total, what);
+        }
+    }
+
     void warn(const std::string& sentence);
     void fail(const std::string& reason);
 
@@ -38,6 +52,7 @@ private:
     std::ostream& m_errors;
     bool m_terminal;
     bool m_json = false;
+    OnStep m_onStep;
 };
 
 // The text on one line: OpenCV's messages span several.

@@ -221,6 +221,9 @@ int runCommand(std::vector<std::string> words, Output& output) {
             addJson(*parser, *rowsJob.options);
         }
         addVerbose(*parser);
+        if (row.internal) {
+            parser->group("");
+        }
         parser->callback([&command, &job, &row, rowsJob] {
             command = &row;
             job = rowsJob;

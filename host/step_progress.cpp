@@ -18,6 +18,7 @@ StepProgress::~StepProgress() {
 
 void StepProgress::done(const std::string& name, const std::string& result) {
     ++m_done;
+    m_output.step(m_done, m_steps, name);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - m_start;
     const std::size_t left = m_steps - std::min(m_done, m_steps);
     const auto seconds =

@@ -42,7 +42,8 @@ TEST_F(CommandLine, HelpAndVersion) {
     const ProgramResult help = tarvix({"--help"});
     EXPECT_EQ(help.status, 0);
     for (const host::Command& command : host::commands()) {
-        EXPECT_THAT(help.out, HasSubstr("  " + command.name + " "));
+        EXPECT_EQ(help.out.find("  " + command.name + " ") == std::string::npos, command.internal)
+            << command.name;
     }
     const ProgramResult one = tarvix({"canny", "--help"});
     EXPECT_EQ(one.status, 0);

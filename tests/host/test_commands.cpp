@@ -66,6 +66,7 @@ TEST(CommandTable, EveryRowIsComplete) {
         EXPECT_EQ(command.help.find('\n'), std::string::npos);
         EXPECT_FALSE(command.family.empty());
         EXPECT_EQ(command.example.empty(), command.takes == host::Takes::Nothing);
+        EXPECT_TRUE(!command.internal || command.gallery.empty());
         for (const host::GalleryEntry& entry : command.gallery) {
             EXPECT_EQ(entry.command.at(0), command.name);
         }

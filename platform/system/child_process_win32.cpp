@@ -1,0 +1,294 @@
+#include "platform/system/child_process.h"
+
+#include "platform/system/paths.h"
+
+#include <windows.h>
+// after windows.h
+#include <psapi.h>
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <stdexcept>
+#include <utility>
+
+namespace tarvix {
+
+namespace {
+
+// A handle of the system, closed at the end.
+class Handle {
+public:
+    Handle() = default;
+    explicit Handle(HANDLE handle) : m_handle(handle) {}
+    Handle(Handle&& other) noexcept : m_handle(std::exchange(other.m_handle, nullptr)) {}
+    Handle& operator=(Handle&& other) noexcept {
+        std::swap(m_handle, other.m_handle);
+        return *this;
+    }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    ~Handle() {
+        if (m_handle != nullptr && m_handle != INVALID_HANDLE_VALUE) {
+            CloseHandle(m_handle);
+        }
+    }
+    [[nodiscard]] HANDLE get() const { return m_handle; }
+
+private:
+    HANDLE m_handle = nullptr;
+};
+
+[[noreturn]] void cannotStart(const std::string& program) {
+    throw std::runtime_error("the program '" + program + "' cannot be started: error " +
+                             std::to_string(GetLastError()));
+}
+
+HANDLE handleOf(const PipeEnd& end) {
+    return reinterpret_cast<HANDLE>(end.native());
+}
+
+PipeEnd endOf(HANDLE handle) {
+    return PipeEnd(reinterpret_cast<PipeEnd::Native>(handle));
+}
+
+// Reading and writing end. A started program gets an end only if it is named for it.
+std::pair<PipeEnd, PipeEnd> pipe(const std::string& program) {
+    HANDLE reading = nullptr;
+    HANDLE writing = nullptr;
+    if (CreatePipe(&reading, &writing, nullptr, 0) == 0) {
+        cannotStart(program);
+    }
+    return {endOf(reading), endOf(writing)};
+}
+
+// One word as the run-time library of the started program splits the command line.
+std::wstring asWord(const std::wstring& word) {
+    std::wstring out = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t c : word) {
+        if (c == L'\\') {
+            ++backslashes;
+            continue;
+        }
+        // Backslashes count double before a quote only.
+        out.append(c == L'"' ? 2 * backslashes + 1 : backslashes, L'\\');
+        backslashes = 0;
+        out += c;
+    }
+    out.append(2 * backslashes, L'\\');
+    return out + L'"';
+}
+
+// The list of handles that a started program inherits.
+class Inherited {
+public:
+    explicit Inherited(std::array<HANDLE, 3>& handles) {
+        SIZE_T size = 0;
+        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        m_bytes.resize(size);
+        if (InitializeProcThreadAttributeList(list(), 1, 0, &size) == 0) {
+            throw std::runtime_error("no list of inherited handles can be made");
+        }
+        for (HANDLE handle : handles) {
+            SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+        }
+        UpdateProcThreadAttribute(list(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
+                                  handles.size() * sizeof(HANDLE), nullptr, nullptr);
+    }
+    ~Inherited() { DeleteProcThreadAttributeList(list()); }
+    Inherited(const Inherited&) = delete;
+    Inherited& operator=(const Inherited&) = delete;
+    LPPROC_THREAD_ATTRIBUTE_LIST list() {
+        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_bytes.data());
+    }
+
+private:
+    std::vector<char> m_bytes;
+};
+
+// The processes of a job end when its last handle is closed, which the system does at our end.
+Handle jobThatEndsWithUs() {
+    Handle job(CreateJobObjectW(nullptr, nullptr));
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    return job;
+}
+
+HANDLE openNothing(DWORD access) {
+    return CreateFileW(L"NUL", access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+HANDLE duplicateOf(HANDLE handle) {
+    HANDLE copy = INVALID_HANDLE_VALUE;
+    DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, FALSE,
+                    DUPLICATE_SAME_ACCESS);
+    return copy;
+}
+
+} // namespace
+
+PipeEnd& PipeEnd::operator=(PipeEnd&& other) noexcept {
+    if (this != &other) {
+        close();
+        m_native = other.release();
+    }
+    return *this;
+}
+
+std::size_t PipeEnd::read(char* to, std::size_t size) {
+    DWORD count = 0;
+    const BOOL good = ReadFile(handleOf(*this), to, static_cast<DWORD>(size), &count, nullptr);
+    return good != 0 ? count : 0;
+}
+
+bool PipeEnd::write(const std::string& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        DWORD count = 0;
+        if (WriteFile(handleOf(*this), text.data() + done, static_cast<DWORD>(text.size() - done),
+                      &count, nullptr) == 0) {
+            return false;
+        }
+        done += count;
+    }
+    return true;
+}
+
+void PipeEnd::close() {
+    if (m_native != none) {
+        CloseHandle(handleOf(*this));
+        m_native = none;
+    }
+}
+
+PipeEnd::Native PipeEnd::release() {
+    return std::exchange(m_native, none);
+}
+
+struct ChildProcess::State {
+    PipeEnd in;
+    PipeEnd out;
+    Handle process;
+    Handle job;
+    std::atomic<bool> endedByUs = false;
+};
+
+ChildProcess::ChildProcess(const std::vector<std::string>& words, Errors errors)
+    : m_state(std::make_unique<State>()) {
+    auto [theirIn, in] = pipe(words.at(0));
+    auto [out, theirOut] = pipe(words.at(0));
+    const Handle err(errors == Errors::Dropped ? openNothing(GENERIC_WRITE)
+                                               : duplicateOf(GetStdHandle(STD_ERROR_HANDLE)));
+    std::array<HANDLE, 3> streams = {handleOf(theirIn), handleOf(theirOut), err.get()};
+    Inherited inherited(streams);
+    STARTUPINFOEXW start{};
+    start.StartupInfo.cb = sizeof start;
+    start.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+    start.StartupInfo.hStdInput = streams[0];
+    start.StartupInfo.hStdOutput = streams[1];
+    start.StartupInfo.hStdError = streams[2];
+    start.lpAttributeList = inherited.list();
+    const std::wstring program = pathOf(words[0]).make_preferred().wstring();
+    std::wstring line = asWord(program);
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        line.append(L" ").append(asWord(pathOf(words[i]).wstring()));
+    }
+    m_state->job = jobThatEndsWithUs();
+    PROCESS_INFORMATION started{};
+    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                       CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | CREATE_NO_WINDOW |
+                           EXTENDED_STARTUPINFO_PRESENT,
+                       nullptr, nullptr, &start.StartupInfo, &started) == 0) {
+        cannotStart(words[0]);
+    }
+    m_state->process = Handle(started.hProcess);
+    const Handle thread(started.hThread);
+    AssignProcessToJobObject(m_state->job.get(), started.hProcess);
+    ResumeThread(thread.get());
+    m_state->in = std::move(in);
+    m_state->out = std::move(out);
+}
+
+ChildProcess::~ChildProcess() {
+    end();
+    static_cast<void>(wait());
+}
+
+PipeEnd& ChildProcess::input() {
+    return m_state->in;
+}
+
+PipeEnd& ChildProcess::output() {
+    return m_state->out;
+}
+
+void ChildProcess::end() {
+    constexpr UINT killed = 1;
+    if (!hasEnded()) {
+        m_state->endedByUs = true;
+        TerminateJobObject(m_state->job.get(), killed);
+        TerminateProcess(m_state->process.get(), killed); // if it is in no job
+    }
+}
+
+bool ChildProcess::hasEnded() const {
+    return WaitForSingleObject(m_state->process.get(), 0) == WAIT_OBJECT_0;
+}
+
+std::string ChildProcess::wait() {
+    WaitForSingleObject(m_state->process.get(), INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(m_state->process.get(), &code);
+    if (m_state->endedByUs) {
+        return "was ended";
+    }
+    constexpr DWORD crashed = 0x80000000U; // the system's own codes are above
+    std::array<char, 40> text{};
+    static_cast<void>(
+        std::snprintf(text.data(), text.size(),
+                      code >= crashed ? "ended with status 0x%08lX" : "ended with status %lu",
+                      static_cast<unsigned long>(code)));
+    return text.data();
+}
+
+std::uint64_t ChildProcess::memory() const {
+    PROCESS_MEMORY_COUNTERS counters{};
+    GetProcessMemoryInfo(m_state->process.get(), &counters, sizeof counters);
+    return counters.WorkingSetSize;
+}
+
+std::uint64_t ChildProcess::peakMemory() const {
+    PROCESS_MEMORY_COUNTERS counters{};
+    GetProcessMemoryInfo(m_state->process.get(), &counters, sizeof counters);
+    return counters.PeakWorkingSetSize;
+}
+
+void ChildProcess::forgetPeakMemory() {}
+
+std::string ownProgram() {
+    constexpr std::size_t longest = 32768;
+    std::wstring path(longest, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return nameOf(path);
+}
+
+StandardStreams takeStandardStreams() {
+    constexpr int input = 0;
+    constexpr int output = 1;
+    constexpr int errors = 2;
+    StandardStreams streams{endOf(duplicateOf(GetStdHandle(STD_INPUT_HANDLE))),
+                            endOf(duplicateOf(GetStdHandle(STD_OUTPUT_HANDLE)))};
+    const int nothing = _wopen(L"NUL", _O_RDONLY);
+    _dup2(nothing, input);
+    _close(nothing);
+    _dup2(errors, output);
+    return streams;
+}
+
+} // namespace tarvix

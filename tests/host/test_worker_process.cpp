@@ -1,0 +1,113 @@
+// The process of a worker: command lines as requests.
+#include "host/worker_process.h"
+#include "tests/support/files.h"
+#include "tests/support/images.h"
+#include "workers/worker.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+
+#include <filesystem>
+
+namespace {
+
+using host::Json;
+using tarvix::Outcome;
+using tarvix::Reply;
+using tarvix::requestOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::string program = std::filesystem::absolute(TARVIX_PROGRAM).string();
+
+class WorkerProcess : public testing::Test {
+protected:
+    // The answer to a command line.
+    Json run(const std::vector<std::string>& words) {
+        const Reply reply = worker.ask(requestOf(words));
+        EXPECT_EQ(reply.outcome, Outcome::Answered) << reply.why;
+        return reply.answer;
+    }
+
+    test::TempFolder folder;
+    std::string out = folder / "out.png";
+    std::string home = test::photoPath("home.jpg");
+    tarvix::Worker worker{{program, "worker"}};
+};
+
+TEST_F(WorkerProcess, RunsCommandLinesOneAfterTheOther) {
+    const Json edges = run({"canny", home, "-o", out, "--json"});
+    EXPECT_EQ(edges.at("status"), 0);
+    EXPECT_EQ(edges.at("data").at("output"), out);
+    EXPECT_EQ(edges.at("text"), "");
+    EXPECT_THAT(edges.at("messages"), IsEmpty());
+    EXPECT_GT(edges.at("seconds"), 0);
+    EXPECT_GT(edges.at("cpuSeconds"), 0);
+    EXPECT_FALSE(cv::imread(out).empty());
+
+    const Json bad = run({"cany", home});
+    EXPECT_EQ(bad.at("status"), 2);
+    EXPECT_TRUE(bad.at("data").is_null());
+    EXPECT_THAT(bad.at("messages").at(0), HasSubstr("did you mean 'canny'"));
+
+    const Json text = run({"lines", home});
+    EXPECT_EQ(text.at("status"), 0);
+    EXPECT_THAT(text.at("text"), HasSubstr("\n"));
+    EXPECT_TRUE(text.at("data").is_null());
+    EXPECT_FALSE(run({"lines", home, "--json"}).at("data").at("segments").empty());
+}
+
+TEST_F(WorkerProcess, AMessageOfTheModuleIsInTheAnswer) {
+    const Json refused = run({"denoise", home, "-o", out, "--gray"});
+    EXPECT_EQ(refused.at("status"), 1);
+    ASSERT_EQ(refused.at("messages").size(), 1U);
+    EXPECT_THAT(refused.at("messages").at(0), HasSubstr("CV_8UC3"));
+    EXPECT_EQ(run({"load", home, "-o", out}).at("status"), 0) << "it does not stick";
+}
+
+TEST_F(WorkerProcess, WhatIsWrongWithAFileIsInTheAnswer) {
+    std::string bytes = test::bytesOf(home);
+    bytes.resize(bytes.size() / 2);
+    test::writeBytes(folder / "cut.jpg", bytes);
+    const Json damaged = run({"load", folder / "cut.jpg", "-o", out});
+    EXPECT_EQ(damaged.at("status"), 0);
+    EXPECT_THAT(damaged.at("messages").at(0), HasSubstr("is damaged"));
+    EXPECT_EQ(run({"load", folder / "missing.jpg", "-o", out}).at("messages").at(0),
+              "no such file: '" + folder.path() + "/missing.jpg'");
+}
+
+TEST_F(WorkerProcess, ABadRequestIsAnswered) {
+    EXPECT_EQ(run({}).at("status"), 2);
+    EXPECT_EQ(run({"worker"}).at("status"), 2) << "it would wait for requests of its own";
+    const Reply reply = worker.ask({{"sentence", "hello"}});
+    ASSERT_EQ(reply.outcome, Outcome::Answered);
+    EXPECT_EQ(reply.answer.at("status"), 2);
+    EXPECT_THAT(reply.answer.at("messages").at(0), HasSubstr("a request is an object"));
+    EXPECT_EQ(run({"--version"}).at("status"), 0);
+}
+
+TEST_F(WorkerProcess, LongWorkTellsItsSteps) {
+    std::vector<std::string> words = {"calib", "--board", "9x6", "-o", folder.path()};
+    for (const char* name : {"left01.jpg", "left02.jpg", "left03.jpg", "left04.jpg"}) {
+        words.push_back(test::photoPath(name));
+    }
+    std::vector<Json> steps;
+    const Reply reply =
+        worker.ask(requestOf(words), [&](const Json& step) { steps.push_back(step); });
+    ASSERT_EQ(reply.outcome, Outcome::Answered) << reply.why;
+    ASSERT_FALSE(steps.empty()) << reply.answer.dump();
+    EXPECT_EQ(steps.back().at("done"), steps.size());
+    EXPECT_EQ(steps.back().at("total"), 4);
+    EXPECT_THAT(steps.back().at("what"), HasSubstr("left04.jpg"));
+}
+
+#if __has_include(<sys/wait.h>) // where a file's name is any bytes
+TEST_F(WorkerProcess, AFilesNameIsAnyBytes) {
+    const std::string strange = folder / "gr\xfc\xdf\n.png";
+    EXPECT_EQ(run({"load", home, "-o", strange}).at("status"), 0);
+    EXPECT_TRUE(std::filesystem::exists(strange));
+}
+#endif
+
+} // namespace

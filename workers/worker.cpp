@@ -1,0 +1,254 @@
+#include "workers/worker.h"
+
+#include "platform/system/child_process.h"
+#include "workers/line_reader.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <sstream>
+#include <thread>
+
+namespace tarvix {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A start loads some hundred libraries, on a machine that may be busy. This only ends a hang.
+constexpr std::chrono::seconds longestStart{120};
+constexpr std::chrono::milliseconds memoryPeriod{20};
+
+std::string shown(double value) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << value;
+    return text.str();
+}
+
+} // namespace
+
+struct Worker::State {
+    State(std::vector<std::string> programWords, Limits requestLimits, bool errorsShown)
+        : words(std::move(programWords)), limits(requestLimits),
+          errors(errorsShown ? Errors::Shown : Errors::Dropped) {}
+
+    // Ends the process because of what is wrong with the running request. Needs the lock.
+    void endAs(Outcome reason) {
+        if (!ended) {
+            ended = reason;
+            child->end();
+        }
+    }
+    void watch();
+    std::uint64_t watchMemory();
+    void begin(std::optional<Clock::time_point> until, bool withMemory);
+    void finish(Reply& reply);
+    [[nodiscard]] std::string sentence(Outcome outcome) const;
+
+    const std::vector<std::string> words;
+    const Limits limits;
+    const Errors errors;
+    std::unique_ptr<ChildProcess> child; // replaced by the asking thread only
+    std::unique_ptr<LineReader> lines;
+    std::uint64_t id = 0;
+
+    std::mutex mutex; // of what follows, and of the pointer to the child
+    std::condition_variable wake;
+    bool asking = false;
+    bool stopAsked = false;
+    bool ending = false;
+    bool memoryWatched = false;
+    std::optional<Clock::time_point> deadline;
+    std::optional<Outcome> ended; // by us
+    std::uint64_t mostSeen = 0;   // bytes of memory during the request
+    std::thread watchdog;
+};
+
+std::uint64_t Worker::State::watchMemory() {
+    const std::uint64_t bytes = child->memory();
+    mostSeen = std::max(mostSeen, bytes);
+    return bytes;
+}
+
+void Worker::State::watch() {
+    std::unique_lock lock(mutex);
+    while (!ending) {
+        if (!asking || ended || (!deadline && !memoryWatched)) {
+            wake.wait(lock);
+        } else if (deadline && Clock::now() >= *deadline) {
+            endAs(Outcome::TimedOut);
+        } else if (memoryWatched && watchMemory() > limits.memory) {
+            endAs(Outcome::TooMuchMemory);
+        } else if (!memoryWatched) {
+            wake.wait_until(lock, *deadline);
+        } else {
+            const Clock::time_point next = Clock::now() + memoryPeriod;
+            wake.wait_until(lock, deadline ? std::min(next, *deadline) : next);
+        }
+    }
+}
+
+// From here on the child can be ended by us.
+void Worker::State::begin(std::optional<Clock::time_point> until, bool withMemory) {
+    {
+        const std::lock_guard lock(mutex);
+        asking = true;
+        deadline = until;
+        memoryWatched = withMemory;
+        mostSeen = 0;
+        if (stopAsked) {
+            endAs(Outcome::Stopped);
+        }
+        if (!watchdog.joinable()) {
+            watchdog = std::thread([this] { watch(); });
+        }
+    }
+    wake.notify_all();
+}
+
+std::string Worker::State::sentence(Outcome outcome) const {
+    constexpr double mebi = 1024.0 * 1024.0;
+    switch (outcome) {
+    case Outcome::TimedOut:
+        return "it took longer than " + shown(limits.seconds) + " s";
+    case Outcome::TooMuchMemory:
+        return "it took more than " + shown(static_cast<double>(limits.memory) / mebi) +
+               " MiB of memory";
+    default:
+        return "it was stopped";
+    }
+}
+
+// Says how the request came out, and drops a process that is of no more use.
+void Worker::State::finish(Reply& reply) {
+    const std::lock_guard lock(mutex);
+    asking = false;
+    reply.peakMemory = std::max(child->peakMemory(), mostSeen);
+    if (reply.outcome == Outcome::Answered && !ended) {
+        return;
+    }
+    child->end();
+    const std::string how = child->wait();
+    if (ended && reply.outcome != Outcome::Answered) {
+        reply.outcome = *ended;
+        reply.why = sentence(*ended);
+    } else if (reply.why.empty()) {
+        reply.why = "the worker process " + how;
+    }
+    lines.reset();
+    child.reset();
+}
+
+Worker::Worker(std::vector<std::string> words, Limits limits, bool showErrors)
+    : m_state(std::make_unique<State>(std::move(words), limits, showErrors)) {}
+
+Worker::~Worker() {
+    {
+        const std::lock_guard lock(m_state->mutex);
+        m_state->ending = true;
+    }
+    m_state->wake.notify_all();
+    if (m_state->watchdog.joinable()) {
+        m_state->watchdog.join();
+    }
+}
+
+void Worker::stop() {
+    const std::lock_guard lock(m_state->mutex);
+    m_state->stopAsked = true;
+    if (m_state->asking) {
+        m_state->endAs(Outcome::Stopped);
+    }
+}
+
+void Worker::forgetStop() {
+    const std::lock_guard lock(m_state->mutex);
+    m_state->stopAsked = false;
+}
+
+namespace {
+
+constexpr const char* noAnswer = "the worker process wrote what is not an answer";
+
+// Reads until a line that is no progress of the request `id`. Null at the end of the pipe, a
+// discarded value for what does not belong here.
+std::optional<Json> answerTo(std::uint64_t id, LineReader& lines, const OnProgress& onProgress) {
+    for (std::string line; lines.read(line);) {
+        Json answer = Json::parse(line, nullptr, false);
+        if (!answer.is_object() || !answer.contains("id") || answer["id"] != id) {
+            return Json(Json::value_t::discarded);
+        }
+        if (!answer.contains("progress")) {
+            return answer;
+        }
+        if (onProgress) {
+            onProgress(answer["progress"]);
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+Reply Worker::ask(const Json& request, const OnProgress& onProgress) {
+    State& state = *m_state;
+    Reply reply;
+    bool started = false;
+    {
+        const std::lock_guard lock(state.mutex);
+        state.ended.reset();
+        if (state.child && state.child->hasEnded()) { // while it had nothing to do
+            state.lines.reset();
+            state.child.reset();
+        }
+        if (!state.child) {
+            try {
+                state.child = std::make_unique<ChildProcess>(state.words, state.errors);
+            } catch (const std::exception& e) {
+                reply.why = e.what();
+                return reply;
+            }
+            state.lines = std::make_unique<LineReader>(state.child->output());
+            started = true;
+        }
+    }
+    if (started) {
+        state.begin(Clock::now() + longestStart, false);
+        std::string line;
+        const bool answers = state.lines->read(line);
+        const Json ready = Json::parse(line, nullptr, false);
+        if (!answers || !ready.is_object() || !ready.contains("ready")) {
+            reply.why = answers ? noAnswer : "";
+            state.finish(reply);
+            return reply;
+        }
+    }
+    state.child->forgetPeakMemory();
+    const Clock::time_point begun = Clock::now();
+    std::optional<Clock::time_point> deadline;
+    if (state.limits.seconds > 0) {
+        deadline = begun + std::chrono::duration_cast<Clock::duration>(
+                               std::chrono::duration<double>(state.limits.seconds));
+    }
+    state.begin(deadline, state.limits.memory > 0);
+    Json sent = request;
+    sent["id"] = ++state.id;
+    if (state.child->input().write(sent.dump() + '\n')) {
+        std::optional<Json> answer = answerTo(state.id, *state.lines, onProgress);
+        if (answer && answer->is_discarded()) {
+            reply.why = noAnswer;
+        } else if (answer) {
+            reply.outcome = Outcome::Answered;
+            answer->erase("id");
+            reply.answer = std::move(*answer);
+        }
+    }
+    reply.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
+    state.finish(reply);
+    return reply;
+}
+
+} // namespace tarvix
