@@ -54,12 +54,14 @@ struct GalleryEntry {
 // The options that all commands share. A command offers those that it knows (options.h); its own
 // struct of options derives from this one.
 struct CommonOptions {
-    std::string in;     // image file to read
-    std::string out;    // image file for the result
-    bool gray = false;  // hand the export an 8-bit bitmap instead of a 24-bit one
-    bool json = false;  // print JSON instead of text
-    int quality = 0;    // of the file for the result, 1 to 100; 0: as OpenCV chooses
-    bool strip = false; // leave the photograph's metadata out of it
+    std::string in;                // image file to read
+    std::string out;               // image file for the result
+    std::string format;            // of a result for standard output: png, jpg ...
+    bool gray = false;             // hand the export an 8-bit bitmap instead of a 24-bit one
+    bool json = false;             // print JSON instead of text
+    int quality = 0;               // of the file for the result, 1 to 100; 0: as OpenCV chooses
+    bool strip = false;            // leave the photograph's metadata out of it
+    bool toStandardOutput = false; // which `out` stands for (piped_images.h)
 };
 
 // A command with options of its own, all at their defaults. A parser fills them, or whoever runs

@@ -3,6 +3,7 @@
 #include "host/application.h"
 #include "host/failure.h"
 #include "host/photograph_file.h"
+#include "host/piped_images.h"
 #include "platform/system/paths.h"
 #include "platform/system/stray_lines.h"
 
@@ -39,10 +40,11 @@ void noteDamage(const std::string& path) {
 
 } // namespace
 
-Bitmap loadImage(const std::string& path, bool gray) {
+Bitmap loadImage(const std::string& name, bool gray) {
+    const std::string path = PipedImages::fileBehind(name);
     std::error_code ignored;
     if (!std::filesystem::exists(tarvix::pathOf(path), ignored)) {
-        throw Failure("no such file: '" + path + "'");
+        throw Failure("no such file: '" + name + "'");
     }
     if (std::filesystem::is_directory(tarvix::pathOf(path), ignored)) {
         throw Failure("'" + path + "' is a folder; name an image file in it");
@@ -50,9 +52,9 @@ Bitmap loadImage(const std::string& path, bool gray) {
     tarvix::takeStrayLines(); // those of earlier files
     Bitmap image(tx_LoadFile(path.c_str()));
     if (image == nullptr) {
-        throw Failure("not an image that can be read: '" + path + "'");
+        throw Failure("not an image that can be read: '" + name + "'");
     }
-    noteDamage(path);
+    noteDamage(name);
     const PhotographFile file = readPhotographFile(path);
     if (!decoderTurns(file)) {
         image = toBitmap(upright(toMatrix(*image), file.exif.orientation));

@@ -14,7 +14,8 @@ using Bitmap = std::unique_ptr<CDib>;
 
 // Loads an image file as a bitmap of 24 bits, or of 8 if `gray` is set. It is upright: the file's
 // orientation is applied, also where OpenCV's decoder does not. Throws Failure, naming the file.
-Bitmap loadImage(const std::string& path, bool gray);
+//   name  the file, or `-` if a command line reads standard input
+Bitmap loadImage(const std::string& name, bool gray);
 
 // A copy of a 24-bit bitmap in 8 bits of grey. Throws Failure if no such bitmap can be made.
 Bitmap toGray(const CDib& dib);

@@ -73,5 +73,6 @@ are beside the program.
 tarvix canny photo.jpg \-o edges.png \-\-low 80 \-\-high 200
 tarvix calib photos/ \-\-board 9x6 \-o calibration
 tarvix undistort photo.jpg \-o flat.png \-\-calib calibration
+curl \-s https://example.org/photo.jpg | tarvix canny \- \-o \- | display
 .fi
 END

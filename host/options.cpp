@@ -38,19 +38,35 @@ Board parseBoard(const std::string& text, int smallest) {
 } // namespace
 
 void addIn(CLI::App& parser, CommonOptions& options) {
-    parser.add_option("IN", options.in, "Image file to read")->required();
+    parser.add_option("IN", options.in, "Image file to read; - is standard input")->required();
 }
+
+namespace {
+
+void addFormat(CLI::App& parser, CommonOptions& options) {
+    parser.add_option("--format", options.format,
+                      "With -o -: the format (png, jpg, bmp, tif ...; otherwise png)");
+}
+
+} // namespace
 
 void addOut(CLI::App& parser, CommonOptions& options) {
     parser
         .add_option("-o,--out", options.out,
                     "Image file to write; the extension chooses the format (png, jpg, bmp, tif "
-                    "...)")
+                    "...); - is standard output")
         ->required();
+    addFormat(parser, options);
     parser
         .add_option("--quality", options.quality,
                     "Quality of a JPEG or WebP file: 1 to 100 (otherwise 95, and WebP lossless)")
         ->check(wholeFrom(1, 100));
+}
+
+void addDrawing(CLI::App& parser, CommonOptions& options, const std::string& names,
+                const std::string& help) {
+    parser.add_option(names, options.out, help + "; - is standard output");
+    addFormat(parser, options);
 }
 
 void addInOut(CLI::App& parser, CommonOptions& options) {

@@ -23,11 +23,17 @@ using Board = std::array<int, 2>;      // inner corners per row, per column
 // Inner corners that OpenCV needs each way to find a board.
 inline constexpr int smallestBoard = 3;
 
-// IN, the image file to read.
+// IN, the image file to read, or - for standard input.
 void addIn(CLI::App& parser, CommonOptions& options);
 
-// -o, the image file for the result, and --quality.
+// -o, the image file for the result, --format and --quality.
 void addOut(CLI::App& parser, CommonOptions& options);
+
+// The same for commands that make an image only on request.
+//   names  such as "-o,--out"
+//   help   what the image shows
+void addDrawing(CLI::App& parser, CommonOptions& options, const std::string& names,
+                const std::string& help);
 
 // Both, and --strip, for commands that make one image of one.
 void addInOut(CLI::App& parser, CommonOptions& options);

@@ -4,15 +4,15 @@ namespace host {
 
 void Output::say(const std::string& text) {
     if (!m_json) {
-        m_out << text << std::flush;
+        *m_out << text << std::flush;
     }
 }
 
 void Output::print(const Json& data, const AsText& text) {
     if (m_json) {
-        m_out << data.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+        *m_out << data.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
     } else if (text) {
-        m_out << text(data);
+        *m_out << text(data);
     }
 }
 
@@ -25,7 +25,7 @@ void Output::fail(const std::string& reason) {
 }
 
 bool Output::flush() {
-    return static_cast<bool>(m_out.flush());
+    return static_cast<bool>(m_out->flush());
 }
 
 std::string oneLine(const std::string& text) {

@@ -17,7 +17,13 @@ public:
     // The streams must outlive the object. It prints text until useJson() is called. `terminal`:
     // a person sees `out` in a terminal, where a line can be rewritten.
     Output(std::ostream& out, std::ostream& errors, bool terminal = false)
-        : m_out(out), m_errors(errors), m_terminal(terminal) {}
+        : m_out(&out), m_errors(errors), m_terminal(terminal) {}
+
+    // Leaves standard output to an image: text and JSON go to standard error from here on.
+    void keepForImage() {
+        m_out = &m_errors;
+        m_terminal = false;
+    }
 
     void useJson() { m_json = true; }
     [[nodiscard]] bool json() const { return m_json; }
@@ -48,7 +54,7 @@ public:
     [[nodiscard]] bool flush();
 
 private:
-    std::ostream& m_out;
+    std::ostream* m_out;
     std::ostream& m_errors;
     bool m_terminal;
     bool m_json = false;

@@ -1,5 +1,6 @@
 #include "host/photograph_file.h"
 
+#include "host/piped_images.h"
 #include "platform/system/paths.h"
 
 #include <opencv2/core.hpp>
@@ -67,8 +68,8 @@ bool tryDecoder(Container container, int orientation) {
 
 } // namespace
 
-PhotographFile readPhotographFile(const std::string& path) {
-    std::ifstream stream(tarvix::pathOf(path), std::ios::binary);
+PhotographFile readPhotographFile(const std::string& name) {
+    std::ifstream stream(tarvix::pathOf(PipedImages::fileBehind(name)), std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(stream)),
                             std::istreambuf_iterator<char>());
     PhotographFile file{.container = containerOf(bytes),

@@ -18,7 +18,8 @@ struct PhotographFile {
 };
 
 // Reads the file; nothing is known of one that cannot be read.
-PhotographFile readPhotographFile(const std::string& path);
+//   name  the file, or `-` if a command line reads standard input
+PhotographFile readPhotographFile(const std::string& name);
 
 // The metadata for an image made of that photograph: upright, of its size, with a profile only if
 // it is for as many channels.

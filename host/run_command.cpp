@@ -6,9 +6,11 @@
 #include "host/failure.h"
 #include "host/options.h"
 #include "host/photograph_file.h"
+#include "host/piped_images.h"
 #include "host/progress.h"
 #include "host/saving.h"
 #include "host/sentences.h"
+#include "platform/system/binary_streams.h"
 #include "platform/system/paths.h"
 #include "platform/system/stray_lines.h"
 
@@ -69,18 +71,30 @@ void saveResult(const Command& command, const CommonOptions& options, const cv::
         const bool sameView = command.family == "filters" && command.name != "patch";
         saving.metadata = metadataFor(file, image, sameView);
     }
-    const std::vector<std::string> leftOut = saveImage(image, options.out, saving);
+    std::vector<std::string> leftOut;
+    if (options.toStandardOutput) {
+        const std::string bytes = encodeImage(image, options.format, saving, leftOut);
+        if (!tarvix::writeStandardOutput(bytes)) {
+            throw Failure("standard output cannot be written");
+        }
+    } else {
+        leftOut = saveImage(image, options.out, saving);
+    }
     if (file.bits > 8) {
         output.warn("'" + options.in + "' has " + std::to_string(file.bits) +
                     " bits per sample; the result has 8");
     }
     for (const std::string& what : leftOut) {
-        output.warn("the file '" + options.out + "' cannot hold " + what + ", left out");
+        output.warn((options.toStandardOutput ? "a file of the format " + options.format
+                                              : "the file '" + options.out + "'") +
+                    " cannot hold " + what + ", left out");
     }
 }
 
 void refuseQualityOfOthers(const CommonOptions& options) {
-    std::string extension = tarvix::nameOf(tarvix::pathOf(options.out).extension());
+    std::string extension = options.toStandardOutput
+                                ? "." + options.format
+                                : tarvix::nameOf(tarvix::pathOf(options.out).extension());
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     if (options.quality != 0 && extension != ".jpg" && extension != ".jpeg" &&
@@ -111,7 +125,7 @@ Json writtenAsJson(const cv::Mat& image, const std::string& path) {
 
 void runAndWrite(const Command& command, const Job& job, Output& output) {
     refuseQualityOfOthers(*job.options);
-    if (!job.options->out.empty()) {
+    if (!job.options->out.empty() && !job.options->toStandardOutput) {
         requireWritable(job.options->out); // before long work
     }
     std::optional<Progress> progress;
@@ -195,6 +209,17 @@ void requireKnownNames(const CLI::App& app, const std::vector<std::string>& word
     }
 }
 
+// Throws BadUsage if several files are to go to standard output.
+void requireFilesNamed(const CLI::App& app, const Command& command) {
+    const CLI::Option* const out = app.get_subcommand(command.name)->get_option_no_throw("-o");
+    if (command.makes == Makes::Files && out != nullptr && out->count() > 0 &&
+        isPiped(out->results().front())) {
+        throw BadUsage("'" + command.name +
+                       "' writes files, and none to standard output; name them after -o (./- is "
+                       "a file of that name)");
+    }
+}
+
 } // namespace
 
 int runCommand(std::vector<std::string> words, Output& output) {
@@ -242,6 +267,8 @@ int runCommand(std::vector<std::string> words, Output& output) {
             return status;
         }
         application().setVerbose(verbose);
+        requireFilesNamed(app, *command);
+        const PipedImages piped(*job.options, output);
         return perform(*command, job, output);
     });
 }

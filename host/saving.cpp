@@ -96,16 +96,39 @@ void requireWritable(const std::string& path) {
     }
 }
 
+namespace {
+
+constexpr const char* noPixels = "the result has no pixels";
+
+std::vector<int> parametersOf(const Saving& saving) {
+    if (saving.quality <= 0) {
+        return {};
+    }
+    return {cv::IMWRITE_JPEG_QUALITY, saving.quality, cv::IMWRITE_WEBP_QUALITY, saving.quality};
+}
+
+} // namespace
+
+std::string encodeImage(const cv::Mat& image, const std::string& format, const Saving& saving,
+                        std::vector<std::string>& leftOut) {
+    if (image.empty()) {
+        throw Failure(noPixels);
+    }
+    std::vector<unsigned char> bytes;
+    if (!cv::imencode("." + format, image, bytes, parametersOf(saving))) {
+        throw Failure("the image cannot be written as " + format);
+    }
+    const std::string file(bytes.begin(), bytes.end());
+    return saving.metadata.empty() ? file
+                                   : withMetadata(file, saving.metadata, image.size(), leftOut);
+}
+
 std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path,
                                    const Saving& saving) {
     if (image.empty()) {
-        cannotWrite(path, "the result has no pixels");
+        cannotWrite(path, noPixels);
     }
-    std::vector<int> parameters;
-    if (saving.quality > 0) {
-        parameters = {cv::IMWRITE_JPEG_QUALITY, saving.quality, cv::IMWRITE_WEBP_QUALITY,
-                      saving.quality};
-    }
+    const std::vector<int> parameters = parametersOf(saving);
     std::vector<std::string> leftOut;
     replaceFile(path, [&](const fs::path& half) {
         if (!cv::imwrite(nameOf(half), image, parameters)) {

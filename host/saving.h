@@ -24,6 +24,10 @@ struct Saving {
 std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path,
                                    const Saving& saving = {});
 
+// The bytes of the file that saveImage() would write with the extension `.format`.
+std::string encodeImage(const cv::Mat& image, const std::string& format, const Saving& saving,
+                        std::vector<std::string>& leftOut);
+
 // Throws Failure, with the reason, if no image can be written there: the folder is missing, a
 // folder has that name, or the extension is not a format that can be written.
 void requireWritable(const std::string& path);

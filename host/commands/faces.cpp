@@ -41,7 +41,7 @@ Command faces() {
                       .after = {"OUT/faces.png"}}}},
         [](CLI::App& parser, CommonOptions& o) {
             addIn(parser, o);
-            parser.add_option("-o,--out,--draw", o.out, "Write the image with the faces framed");
+            addDrawing(parser, o, "-o,--out,--draw", "Write the image with the faces framed");
             addJson(parser, o);
         },
         [](const CommonOptions& o, CDib& in) {

@@ -79,7 +79,10 @@ Command match() {
                       .before = {"PHOTOS/rubberwhale1.png", "PHOTOS/rubberwhale2.png"},
                       .after = {"OUT/match.png"}}}},
         [](CLI::App& parser, Options& o) {
-            parser.add_option("FIRST", o.in, "Image whose keypoints look for a match")->required();
+            parser
+                .add_option("FIRST", o.in,
+                            "Image whose keypoints look for a match; - is standard input")
+                ->required();
             parser.add_option("SECOND", o.second, "Image they are looked for in")->required();
             addOut(parser, o);
             addGray(parser, o);

@@ -189,7 +189,7 @@ Command lines() {
                       .after = {"OUT/lines.png"}}}},
         [](CLI::App& parser, CommonOptions& o) {
             addIn(parser, o);
-            parser.add_option("-o,--out", o.out, "Write the image with the segments drawn");
+            addDrawing(parser, o, "-o,--out", "Write the image with the segments drawn");
             addJson(parser, o);
         },
         [](const CommonOptions& o, CDib& in) {
@@ -264,7 +264,7 @@ Command chessboard() {
         [](CLI::App& parser, Options& o) {
             addIn(parser, o);
             addBoard(parser, o.board);
-            parser.add_option("-o,--out", o.out, "Write the image with the corners drawn");
+            addDrawing(parser, o, "-o,--out", "Write the image with the corners drawn");
             addGray(parser, o);
             addJson(parser, o);
         },

@@ -39,7 +39,7 @@ Command align() {
                       .before = {"PHOTOS/graf3.png", "PHOTOS/graf1.png"},
                       .after = {"OUT/align.png"}}}},
         [](CLI::App& parser, Options& o) {
-            parser.add_option("IN", o.in, "Image file to draw")->required();
+            parser.add_option("IN", o.in, "Image file to draw; - is standard input")->required();
             parser.add_option("REFERENCE", o.reference, "Image file that gives the frame")
                 ->required();
             addOut(parser, o);

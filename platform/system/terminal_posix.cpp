@@ -4,6 +4,10 @@
 
 namespace tarvix {
 
+bool isInputTerminal() {
+    return isatty(STDIN_FILENO) != 0;
+}
+
 bool isOutputTerminal() {
     return isatty(STDOUT_FILENO) != 0;
 }

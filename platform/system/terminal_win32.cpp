@@ -4,9 +4,21 @@
 
 namespace tarvix {
 
-bool isOutputTerminal() {
+namespace {
+
+bool isConsole(DWORD handle) {
     DWORD mode = 0; // only a console has one
-    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+    return GetConsoleMode(GetStdHandle(handle), &mode) != 0;
+}
+
+} // namespace
+
+bool isInputTerminal() {
+    return isConsole(STD_INPUT_HANDLE);
+}
+
+bool isOutputTerminal() {
+    return isConsole(STD_OUTPUT_HANDLE);
 }
 
 } // namespace tarvix

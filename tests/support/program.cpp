@@ -21,26 +21,34 @@ std::string quoted(const std::string& word) {
 }
 
 int runFromShell(const std::string& program, const std::vector<std::string>& arguments,
-                 const std::string& out, const std::string& err) {
+                 const std::string& in, const std::string& out, const std::string& err) {
     std::string line = "timeout 900 " + quoted(program);
     for (const std::string& argument : arguments) {
         line += ' ' + quoted(argument);
     }
-    line += " >" + quoted(out) + " 2>" + quoted(err) + " </dev/null";
+    line += " >" + quoted(out) + " 2>" + quoted(err) + " <" + quoted(in);
     // NOLINTNEXTLINE(cert-env33-c): every word is quoted
     return std::system(line.c_str());
 }
 
 } // namespace
 
-ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments) {
+ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments,
+                         const Redirected& redirected) {
     const TempFolder folder;
-    const std::string out = folder / "out", err = folder / "err";
-    const std::optional<int> served = runFromServer(program, arguments, out, err);
-    const int status = served ? *served : runFromShell(program, arguments, out, err);
+    const std::string err = folder / "err";
+    const std::string in = redirected.in.empty() ? "/dev/null" : redirected.in;
+    const std::string out = redirected.out.empty() ? folder / "out" : redirected.out;
+    std::optional<int> served;
+    if (redirected.in.empty()) {
+        served = runFromServer(program, arguments, out, err);
+    }
+    const int status = served ? *served : runFromShell(program, arguments, in, out, err);
     ProgramResult result;
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = bytesOf(out);
+    if (redirected.out.empty()) {
+        result.out = bytesOf(out);
+    }
     result.err = bytesOf(err);
     return result;
 }

@@ -67,8 +67,10 @@ HANDLE openInherited(const std::string& path, DWORD access, DWORD disposition) {
 
 } // namespace
 
-ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments) {
+ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments,
+                         const Redirected& redirected) {
     const TempFolder folder;
+    const std::string output = redirected.out.empty() ? folder / "out" : redirected.out;
     std::string path = program;
     std::replace(path.begin(), path.end(), '/', '\\');
     std::string line = asWord(path);
@@ -77,8 +79,9 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
     }
     ProgramResult result;
     {
-        const Handle in(openInherited("NUL", GENERIC_READ, OPEN_EXISTING));
-        const Handle out(openInherited(folder / "out", GENERIC_WRITE, CREATE_ALWAYS));
+        const Handle in(openInherited(redirected.in.empty() ? "NUL" : redirected.in, GENERIC_READ,
+                                      OPEN_EXISTING));
+        const Handle out(openInherited(output, GENERIC_WRITE, CREATE_ALWAYS));
         const Handle err(openInherited(folder / "err", GENERIC_WRITE, CREATE_ALWAYS));
         STARTUPINFOA start{};
         start.cb = sizeof start;
@@ -107,7 +110,9 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
         GetExitCodeProcess(process, &code);
         result.status = code >= 0x80000000U ? kCrashed : static_cast<int>(code);
     }
-    result.out = slurp(folder / "out");
+    if (redirected.out.empty()) {
+        result.out = slurp(output);
+    }
     result.err = slurp(folder / "err");
     return result;
 }

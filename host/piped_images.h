@@ -1,0 +1,34 @@
+// `-` in place of an image file: standard input as IN, standard output after -o. Only a command
+// line means that by it; for jobs that are run in another way, it is a name as any other.
+#pragma once
+
+#include "host/command.h"
+
+#include <memory>
+#include <string>
+
+namespace host {
+
+// What a command line names by `-`, while it runs.
+class PipedImages {
+public:
+    // Reads standard input to its end if IN is `-`. If -o is, sends everything else that is printed
+    // to standard error. Throws BadUsage if it is a terminal, or if the format does not fit.
+    PipedImages(CommonOptions& options, Output& output);
+    ~PipedImages();
+    PipedImages(const PipedImages&) = delete;
+    PipedImages& operator=(const PipedImages&) = delete;
+
+    // The file to read for that name: what came from standard input for `-`, or the name itself.
+    static std::string fileBehind(const std::string& name);
+
+private:
+    struct Input;
+    std::unique_ptr<Input> m_input;
+    PipedImages* m_outer; // of a command within which this one runs
+};
+
+// Whether a command line names an image by `-`.
+bool isPiped(const std::string& name);
+
+} // namespace host
