@@ -164,7 +164,7 @@ TEST_F(PipedImages, NothingStaysInTheTemporaryFolder) {
         R"((TMPDIR="$1" "$0" load - -o - <"$2"; echo "status $?" >&2) | true)";
     const ProgramResult piped =
         test::runProgram("/bin/bash", {"-c", script, TARVIX_PROGRAM, folder.path(), home});
-    EXPECT_THAT(piped.err, testing::AnyOf(HasSubstr("status 0"), HasSubstr("status 1")));
+    EXPECT_THAT(piped.err, testing::AnyOf(HasSubstr("status 0\n"), HasSubstr("status 1\n")));
     EXPECT_THAT(test::namesIn(folder.path()), IsEmpty());
 }
 #endif
