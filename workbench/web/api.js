@@ -1,0 +1,104 @@
+// The server's interface. Every failure becomes an Error whose message is a sentence for people.
+
+async function answerOf(response) {
+    if (response.ok) {
+        return response;
+    }
+    let sentence = `The workbench answered ${response.status}.`;
+    try {
+        sentence = (await response.json()).error ?? sentence;
+    } catch {
+        // what is not JSON has no sentence for people
+    }
+    throw new Error(sentence);
+}
+
+async function ask(path, options = {}) {
+    let response;
+    try {
+        response = await fetch(path, {credentials: "same-origin", ...options});
+    } catch (failure) {
+        if (failure.name === "AbortError") {
+            throw failure;
+        }
+        throw new Error("The workbench does not answer. Is the program still running?");
+    }
+    return answerOf(response);
+}
+
+async function getJson(path) {
+    return (await ask(path)).json();
+}
+
+async function postJson(path, body) {
+    return (await ask(path, {
+        method: "POST",
+        headers: {"Content-Type": "application/json"},
+        body: JSON.stringify(body),
+    })).json();
+}
+
+export const about = () => getJson("/api/about");
+export const commands = async () => (await getJson("/api/commands")).commands;
+export const images = (from, count, filter) =>
+    getJson(`/api/images?${new URLSearchParams({from, count, filter})}`);
+export const thumbnailUrl = (name) => `/api/thumbnail?${new URLSearchParams({name})}`;
+export const run = (request) => postJson("/api/run", request);
+export const save = (request) => postJson("/api/save", request);
+export const savedUrl = (name) => `/api/saved/${name.split("/").map(encodeURIComponent).join("/")}`;
+export const resultUrl = (id) => `/api/result/${encodeURIComponent(id)}`;
+export const downloadUrl = (id) => `${resultUrl(id)}?download=1`;
+
+export async function upload(file) {
+    return (await ask(`/api/upload?${new URLSearchParams({name: file.name})}`,
+        {method: "POST", headers: {"Content-Type": "application/octet-stream"}, body: file})).json();
+}
+
+// An image to show. It is to be released when it is no longer shown.
+//   width, height  of the image itself, which may be larger than what was loaded
+class Shown {
+    constructor(blob, width, height) {
+        this.blob = blob;
+        this.url = URL.createObjectURL(blob);
+        this.width = width;
+        this.height = height;
+        this.decoded = null;
+    }
+
+    // The pixels that were loaded, for the magnifier.
+    bitmap() {
+        this.decoded ??= createImageBitmap(this.blob);
+        return this.decoded;
+    }
+
+    release() {
+        URL.revokeObjectURL(this.url);
+        this.decoded?.then((bitmap) => bitmap.close(), () => {});
+    }
+}
+
+export async function imageToShow(name, pixels) {
+    const response = await ask(`/api/image?${new URLSearchParams({name, pixels})}`);
+    const size = (axis) => Number(response.headers.get(`X-Image-${axis}`));
+    return new Shown(await response.blob(), size("Width"), size("Height"));
+}
+
+export async function resultToShow(result, pixels = 4000000) {
+    const response = await ask(`${resultUrl(result.id)}?${new URLSearchParams({pixels})}`);
+    return new Shown(await response.blob(), result.width, result.height);
+}
+
+// Runs a long command. onProgress gets {state, done, total, what}; what it returns as
+// onProgress.stop(stop) takes a function that ends the job.
+export async function job(request, {onProgress, onStart}) {
+    const {id} = await postJson("/api/job", request);
+    onStart?.(() => postJson(`/api/job/${id}/stop`, {}));
+    for (;;) {
+        const state = await getJson(`/api/job/${id}`);
+        onProgress?.(state);
+        if (state.state === "done") {
+            return state.answer;
+        }
+        await new Promise((resolve) => setTimeout(resolve, 200));
+    }
+}

@@ -1,0 +1,89 @@
+// A command's options, as text in fields and in the address, and as values of a request. Pure.
+
+import {formatPoints, parsePoints} from "./state.js";
+
+// Options that the page sets itself or does not offer.
+const notOffered = new Set(["out", "folder", "json", "verbose", "overlay", "save", "apply", "report", "export",
+    "preview", "help"]);
+
+export function offered(command) {
+    return command.options.filter(({name, kind}) => kind !== "file" && !notOffered.has(name));
+}
+
+export const pointsIn = (option) => ({point: 1, corners: 4})[option.kind] ?? 0;
+
+// The text of an option that is not set: its default, or something to begin with.
+export function startText(option) {
+    if (option.default !== undefined && option.default !== null) {
+        return String(option.default);
+    }
+    if (!option.required) {
+        return "";
+    }
+    if (option.kind === "integer" || option.kind === "number") {
+        return String(Math.min(200, option.maximum ?? 200));
+    }
+    return {board: "9x6", choice: String(option.choices?.[0] ?? "")}[option.kind] ?? "";
+}
+
+// The value that a request has for a text, or undefined if the option is not to be given.
+export function valueOf(option, text) {
+    const given = text ?? startText(option);
+    if (option.kind === "flag") {
+        return given === "1" ? true : undefined;
+    }
+    if (given === "" || (!option.required && given === String(option.default ?? ""))) {
+        return undefined;
+    }
+    if (option.kind === "integer" || option.kind === "number") {
+        return Number.isFinite(Number(given)) ? Number(given) : undefined;
+    }
+    const count = pointsIn(option);
+    if (count > 0) {
+        const points = parsePoints(given, count);
+        return points && count === 1 ? points[0] : points ?? undefined;
+    }
+    if (/^\d+(,\d+)+$/.test(given)) {
+        return given.split(",").map(Number); // a colour
+    }
+    return given;
+}
+
+// The options of a request, or null if one that is required is not set.
+export function requestOptions(command, texts) {
+    const options = {};
+    for (const option of offered(command)) {
+        const value = valueOf(option, texts[option.name]);
+        if (value !== undefined) {
+            options[option.name] = value;
+        } else if (option.required) {
+            return null;
+        }
+    }
+    return options;
+}
+
+// What of the texts is worth keeping in the address.
+export function keptTexts(command, texts) {
+    return Object.fromEntries(offered(command)
+        .filter(({name}) => texts[name] !== undefined)
+        .filter((option) => texts[option.name] !== String(option.default ?? ""))
+        .map(({name}) => [name, texts[name]]));
+}
+
+// The ends of an option's slider, or null if a slider makes no sense. A wide range is cut off where
+// nobody drags to; the field beside it still takes all of it.
+export function sliderRange(option) {
+    const least = option.minimum ?? null;
+    const start = Number(option.default ?? NaN);
+    if (least === null || !(option.kind === "integer" || option.kind === "number")) {
+        return null;
+    }
+    const usual = Number.isFinite(start) && start > 0 ? start * 6 : 1000;
+    const most = Math.min(option.maximum ?? usual, Math.max(usual, 20));
+    const fine = Math.max(0.01, 10 ** Math.floor(Math.log10((most - least) / 100)));
+    const step = option.step ?? (option.kind === "integer" ? 1 : fine);
+    return most > least ? {min: least, max: most, step} : null;
+}
+
+export const pointsText = (points) => formatPoints(points);

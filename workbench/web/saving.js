@@ -1,0 +1,64 @@
+// Saving a result into the output folder, never over an existing file.
+
+import * as api from "./api.js";
+import {el, button, labelled} from "./dom.js";
+import {sentence} from "./messages.js";
+
+// "a/b.jpg", "straight" -> "b-straight.jpg"
+export function nameFor(image, what) {
+    const base = image.split("/").at(-1);
+    const dot = base.lastIndexOf(".");
+    const stem = dot > 0 ? base.slice(0, dot) : base;
+    return `${stem}-${what}${dot > 0 ? base.slice(dot) : ".png"}`;
+}
+
+export class Saving {
+    // request    returns what to run, or null
+    // onSaved    gets the answer
+    constructor(request, onSaved = () => {}) {
+        this.request = request;
+        this.onSaved = onSaved;
+        this.name = el("input", {type: "text", class: "name", autocomplete: "off", spellcheck: "false"});
+        this.button = button("Save", () => this.save(), {class: "main"});
+        this.said = el("p", {role: "status", class: "said"});
+        this.element = el("div", {class: "saving"}, labelled("Save in full size as", this.name),
+            this.button, this.said);
+    }
+
+    suggest(name) {
+        this.name.value = name;
+        this.said.replaceChildren();
+    }
+
+    async save() {
+        const request = this.request();
+        if (!request) {
+            return;
+        }
+        this.button.disabled = true;
+        this.say("Saving.");
+        try {
+            const answer = await api.save({...request, name: this.name.value.trim()});
+            if (answer.status === 0) {
+                this.say("Saved as ", el("a", {href: api.savedUrl(answer.saved), target: "_blank",
+                    rel: "noopener"}, answer.saved), ".");
+                this.onSaved(answer);
+            } else {
+                this.fail(answer.messages.join(". "));
+            }
+        } catch (failure) {
+            this.fail(failure.message);
+        }
+        this.button.disabled = false;
+    }
+
+    say(...what) {
+        this.said.className = "said";
+        this.said.replaceChildren(...what);
+    }
+
+    fail(text) {
+        this.said.className = "said failed";
+        this.said.replaceChildren(sentence(text));
+    }
+}
