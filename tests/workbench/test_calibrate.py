@@ -1,0 +1,131 @@
+"""Calibrating one camera and a pair, with what follows from it, compared with the command line."""
+import tempfile
+import unittest
+
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.keys import Keys
+
+from workbench import PHOTOS, WorkbenchTest, tarvix
+
+NUMBERS = ("01", "02", "03", "04", "05", "06", "07", "08", "09", "11", "12", "13", "14")
+LEFT = [f"left{number}.jpg" for number in NUMBERS]
+PAIRS = [f"{side}{number}.jpg" for number in NUMBERS for side in ("left", "right")]
+
+
+class Calibrate(WorkbenchTest):
+    def calibrate(self, state):
+        self.open(f"#calibrate?{state}")
+        self.button("Calibrate").click()
+        self.wait(lambda: self.all(".calibrate table caption") or self.all(".calibrate .findings .failed"), "no end")
+        self.wait_idle()
+        self.assertEqual(self.text(".calibrate .findings .failed"), "")
+
+    def number(self, name):
+        return self.text(f".calibrate [data-number='{name}']")
+
+    def rows(self):
+        return self.script("return [...document.querySelectorAll('.calibrate .scroll tbody tr')].map("
+                           "(row) => [row.cells[1].textContent, row.cells[2].textContent])")
+
+    def expect_fit_of_command_line(self, names):
+        with tempfile.TemporaryDirectory() as folder:
+            found = tarvix("calib", *names, "--board", "9x6", "-o", f"{folder}/calibration")
+        self.assertEqual(self.number("rms"), f"{found['rms']:.3f} pixels")
+        self.assertEqual(self.number("Focal length"), f"{found['CameraMatrix'][0][0]:.1f} pixels")
+        self.assertEqual(self.rows(), [[name, f"{image['rms']:.3f}"] for name, image in zip(names, found["images"])])
+
+    def test_one_camera_its_report_fit_again_and_undistort(self):
+        self.calibrate(f"images={'|'.join(LEFT)}")
+        self.expect_fit_of_command_line(LEFT)
+        self.assertEqual(len(self.all(".calibrate .drawn circle")), 13 * 54)
+        link = self.find(".calibrate a[target=_blank]")
+        report = self.script("return (async () => (await fetch(arguments[0])).text())(arguments[0])",
+                             link.get_attribute("href"))
+        self.assertIn("<!doctype html>", report.lower())
+
+        self.wait(lambda: self.all(".calibrate .compare .divider:not([hidden])"), "nothing is undistorted")
+        self.assertIn("tarvix undistort left01.jpg", self.shown_command())
+
+        self.find(".calibrate input[aria-label='Use left08.jpg']").click()
+        self.button("Fit again").click()
+        self.wait(lambda: len(self.rows()) == 12, "not fitted again")
+        self.expect_fit_of_command_line([name for name in LEFT if name != "left08.jpg"])
+
+    def test_thirteen_pairs_and_a_point_in_space(self):
+        self.calibrate(f"kind=pair&square=25&images={'|'.join(PAIRS)}")
+        with tempfile.TemporaryDirectory() as folder:
+            found = tarvix("stereo-calib", *PAIRS, "--board", "9x6", "--square", "25", "--metric", "-o", folder)
+            self.assertEqual(self.number("rms"), f"{found['rms']:.3f} pixels")
+            self.assertEqual(self.number("Row error (median)"), f"{found['rowError']['median']:.3f} pixels")
+            self.assertEqual([row[0] for row in self.rows()], [f"left{n}.jpg, right{n}.jpg" for n in NUMBERS])
+
+            stages = self.all(".calibrate .pair .stage")
+            self.wait(lambda: self.all(".calibrate .handle.target:not([hidden])"), "the pair is not rectified")
+            ActionChains(self.driver).move_to_element_with_offset(stages[0], 40, 10).click().perform()
+            ActionChains(self.driver).move_to_element_with_offset(stages[1], 0, 10).click().perform()
+            self.wait_idle()
+            words = self.shown_command().split()
+            p1, p2 = words[words.index("--p1") + 1], words[words.index("--p2") + 1]
+            self.assertEqual(p1.split(",")[1], p2.split(",")[1], "the points are not in one row")
+            point = tarvix("measure", "--calib", folder, "--p1", p1, "--p2", p2, "--unit", "mm")
+        shown = ", ".join(f"{point[axis]:.2f}" for axis in "xyz") + " mm"
+        self.assertEqual(self.text(".calibrate p.count"), f"Point in space: {shown}")
+
+        self.button("Keep this point").click()
+        self.script("document.querySelector('.calibrate .handle.target').focus()")
+        ActionChains(self.driver).send_keys(Keys.ARROW_RIGHT).perform()
+        self.wait_idle()
+        self.button("Keep this point").click()
+        self.assertRegex(self.script("return [...document.querySelectorAll('.calibrate .panel > table tbody td')].at(-1)"
+                                     ".textContent"), r"^[0-9.]+ mm$")
+
+    def test_lengths_of_a_calibration_that_is_not_metric_are_called_none(self):
+        self.calibrate(f"kind=pair&metric=0&images={'|'.join(PAIRS[:8])}")
+        self.wait(lambda: self.all(".calibrate .handle.target:not([hidden])"), "the pair is not rectified")
+        self.script("document.querySelector('.calibrate .handle.target').focus()")
+        ActionChains(self.driver).send_keys(Keys.ARROW_LEFT).perform()
+        self.wait_idle()
+        self.assertIn("no lengths", self.script(
+            "return [...document.querySelectorAll('.calibrate .findings .mind')].map((item) => item.textContent).join()"))
+
+    def test_what_is_missing_is_said(self):
+        self.open("#calibrate?kind=pair&images=left01.jpg|left02.jpg")
+        self.assertIn("Without a partner: left01.jpg, left02.jpg", self.text(".calibrate"))
+        self.button("Calibrate").click()
+        self.assertRegex(self.text(".calibrate .findings .failed"), r"^Choose .*\.$")
+        self.open("#calibrate?images=apple.jpg|baboon.jpg")
+        self.button("Calibrate").click()
+        self.wait(lambda: self.all(".calibrate .findings .failed"), "no end")
+        self.assertRegex(self.text(".calibrate .findings .failed"), r"\.$")
+
+
+class Register(WorkbenchTest):
+    def run_images(self, state):
+        self.open(f"#register?{state}")
+        self.button("Run").click()
+        self.wait(lambda: self.all(".register a[download]") or self.all(".register .findings .failed"), "no end")
+        self.wait_idle()
+        self.assertEqual(self.text(".register .findings .failed"), "")
+
+    def test_images_are_registered_and_those_left_out_are_named_with_the_reason(self):
+        self.run_images("images=basketball1.png|basketball2.png|box.png")
+        self.assertEqual(len(self.all(".register a[download]")), 2)
+        left_out = self.text(".register .findings .mind")
+        self.assertIn("box.png", left_out)
+        self.assertIn("matches", left_out)
+        opacity = "return Number(document.querySelectorAll('.register svg image')[1].getAttribute('opacity'))"
+        self.find(".register input[type=range]").send_keys(Keys.END)
+        self.assertEqual(self.script(opacity), 1)
+        self.button("Blink").click()
+        self.wait(lambda: self.script(opacity) == 0, "it does not blink")
+        self.wait(lambda: self.script(opacity) == 1, "it does not blink back")
+        self.button("Blink").click()
+        self.assertEqual(self.script(opacity), 1)
+
+    def test_photographs_are_joined(self):
+        self.run_images("kind=stitch&images=aloeL.jpg|aloeR.jpg")
+        self.assertTrue(self.all(".register .viewer image[href]"))
+
+
+if __name__ == "__main__":
+    unittest.main()
