@@ -9,5 +9,6 @@ int main(int argc, char** argv) {
     const tarvix::StrayLines strayLines; // what is printed is ours
     host::application();                 // exists before any export is called, as in a real host
     host::Output output(std::cout, tarvix::standardError(), tarvix::isOutputTerminal());
+    output.offerPipes();
     return host::runCommand({argv + 1, argv + argc}, output);
 }

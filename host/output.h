@@ -19,6 +19,10 @@ public:
     Output(std::ostream& out, std::ostream& errors, bool terminal = false)
         : m_out(&out), m_errors(errors), m_terminal(terminal) {}
 
+    // The process' standard input and output are a user's, who may send images through them.
+    void offerPipes() { m_pipes = true; }
+    [[nodiscard]] bool hasPipes() const { return m_pipes; }
+
     // Leaves standard output to an image: text and JSON go to standard error from here on.
     void keepForImage() {
         m_out = &m_errors;
@@ -58,6 +62,7 @@ private:
     std::ostream& m_errors;
     bool m_terminal;
     bool m_json = false;
+    bool m_pipes = false;
     OnStep m_onStep;
 };
 

@@ -20,7 +20,7 @@ namespace {
 PipedImages* running = nullptr;
 
 void prepareOutput(CommonOptions& options, Output& output) {
-    if (!isPiped(options.out)) {
+    if (!isPiped(options.out) || !output.hasPipes()) {
         if (!options.format.empty()) {
             throw BadUsage("--format is for standard output (-o -); of a file, the extension "
                            "chooses the format");
@@ -66,7 +66,7 @@ struct PipedImages::Input {
 
 PipedImages::PipedImages(CommonOptions& options, Output& output) : m_outer(running) {
     prepareOutput(options, output);
-    if (isPiped(options.in)) {
+    if (isPiped(options.in) && output.hasPipes()) {
         m_input = std::make_unique<Input>();
     }
     running = this;

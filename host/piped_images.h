@@ -1,5 +1,5 @@
-// `-` in place of an image file: standard input as IN, standard output after -o. Only a command
-// line means that by it; for jobs that are run in another way, it is a name as any other.
+// `-` in place of an image file: standard input as IN, standard output after -o. Only the program
+// itself means that by it. For a worker, which has other uses for both, it is a name as any other.
 #pragma once
 
 #include "host/command.h"
@@ -12,8 +12,9 @@ namespace host {
 // What a command line names by `-`, while it runs.
 class PipedImages {
 public:
-    // Reads standard input to its end if IN is `-`. If -o is, sends everything else that is printed
-    // to standard error. Throws BadUsage if it is a terminal, or if the format does not fit.
+    // If the output has pipes: reads standard input to its end if IN is `-`; if -o is, sends
+    // everything else that is printed to standard error. Throws BadUsage if it is a terminal, or if
+    // the format does not fit.
     PipedImages(CommonOptions& options, Output& output);
     ~PipedImages();
     PipedImages(const PipedImages&) = delete;
@@ -28,7 +29,7 @@ private:
     PipedImages* m_outer; // of a command within which this one runs
 };
 
-// Whether a command line names an image by `-`.
+// Whether that is `-`.
 bool isPiped(const std::string& name);
 
 } // namespace host

@@ -1,4 +1,5 @@
 // `-` for an image: standard input and standard output of the sample host.
+#include "tests/host/in_process.h"
 #include "tests/host/sub_command.h"
 #include "tests/support/images.h"
 
@@ -132,6 +133,16 @@ TEST_F(PipedImages, CommandsThatWriteSeveralFilesRefuse) {
         EXPECT_THAT(refused.err, AllOf(HasSubstr("'" + words[0] + "' writes files"),
                                        HasSubstr("none to standard output")));
     }
+}
+
+// Workers and what else runs command lines have other uses for the two streams.
+TEST_F(PipedImages, OnlyTheProgramItselfHasPipes) {
+    const ProgramResult in = test::inProcess({"load", "-", "-o", file});
+    EXPECT_EQ(in.status, 1);
+    EXPECT_THAT(in.err, HasSubstr("no such file: '-'"));
+    const ProgramResult output = test::inProcess({"load", home, "-o", "-"});
+    EXPECT_EQ(output.status, 1);
+    EXPECT_THAT(output.err, HasSubstr("cannot write '-': its name has no extension"));
 }
 
 #if __has_include(<sys/wait.h>) // if there are a shell and terminals
