@@ -83,7 +83,8 @@ class Modules(WorkbenchTest):
     def test_options_become_values_of_a_request(self):
         self.assertEqual(self.run_module("option_values", """
             const command = {options: [{name: 'low', kind: 'number', default: 50, minimum: 0}, {name: 'l2', kind: 'flag'},
-                {name: 'from', kind: 'corners', required: true}, {name: 'out', kind: 'file', required: true}]};
+                {name: 'from', kind: 'corners', required: true}, {name: 'out', kind: 'file', required: true},
+                {name: 'fill', kind: 'colour', default: '[0,0,0]'}]};
             return [m.requestOptions(command, {low: '50', l2: '1', from: '0,0;1,0;1,1;0,1'}),
                     m.requestOptions(command, {low: '60'}), m.sliderRange(command.options[0]),
                     m.sliderRange({kind: 'integer', minimum: 1, maximum: 127, step: 2, default: 7})];"""), [

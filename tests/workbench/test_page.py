@@ -139,6 +139,22 @@ class Page(WorkbenchTest):
             self.find("input[type=file]").send_keys(f"{folder}/text.jpg")
             self.wait(lambda: self.find("#problem").is_displayed(), "nothing is said")
 
+    def test_an_image_is_dropped(self):
+        self.open()
+        self.script("""
+            const list = new DataTransfer();
+            const painter = document.createElement('canvas');
+            painter.width = 40;
+            painter.height = 30;
+            painter.toBlob((blob) => {
+                list.items.add(new File([blob], 'dropped.png'));
+                document.querySelector('main').dispatchEvent(
+                    new DragEvent('drop', {bubbles: true, cancelable: true, dataTransfer: list}));
+            });""")
+        self.wait(lambda: "uploads/dropped.png" in self.driver.current_url, "not added")
+        self.wait_idle()
+        self.assertIn("40 × 30", self.text(".straighten figcaption"))
+
     def test_the_page_asks_nobody_but_its_own_server(self):
         self.open(STATES[1])
         addresses = self.script("return performance.getEntriesByType('resource').map((entry) => entry.name)")

@@ -1,10 +1,11 @@
 """Straightening in a real browser: drags, keys and touch, compared with the command line."""
+import tempfile
 import unittest
 
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
-from workbench import WorkbenchTest, tarvix
+from workbench import PHOTOS, WorkbenchTest, tarvix
 
 CORNERS = [(193.5, 302.0), (778.0, 52.0), (797.0, 299.0), (192.5, 422.0)]
 
@@ -59,6 +60,19 @@ class Straighten(WorkbenchTest):
         self.expect_numbers_of_command_line()
         saved = self.save("dragged.jpg")
         self.assertEqual(saved, self.made_by_command_line(self.shown_command(), ".jpg"))
+
+    def test_a_handle_is_at_its_pixel_also_zoomed(self):
+        self.open(state())
+        for zoom in range(3):
+            at, expected = self.script("""
+                const middle = (box) => [box.left + box.width / 2, box.top + box.height / 2];
+                const handle = document.querySelectorAll('.straighten .handle')[2].getBoundingClientRect();
+                const image = document.querySelector('.straighten svg image').getBoundingClientRect();
+                return [middle(handle), [image.left + (797 + 0.5) / 868 * image.width,
+                                         image.top + (299 + 0.5) / 600 * image.height]];""")
+            self.assertAlmostEqual(at[0], expected[0], delta=0.6)
+            self.assertAlmostEqual(at[1], expected[1], delta=0.6)
+            self.button("+").click()
 
     def test_the_preview_follows_the_drag_with_one_request_at_a_time(self):
         self.open(state())
@@ -192,6 +206,32 @@ class Straighten(WorkbenchTest):
         self.assertIn("once.png", self.text(".saving .said"))
         with open(f"{self.server.out.name}/once.png", "rb") as file:
             self.assertEqual(file.read(), first)
+
+
+class LargePhotograph(WorkbenchTest):
+    """The preview runs on a reduced copy; what is marked, said and saved is of the photograph itself."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.photos = folder.name
+        tarvix("warp", f"{PHOTOS}/building.jpg", "--from", "0,0", "868,0", "868,600", "0,600", "--to", "0,0", "3472,0",
+               "3472,2400", "0,2400", "-o", f"{folder.name}/large.jpg")
+        super().setUpClass()
+
+    def test_it_is_marked_in_its_own_pixels_and_saved_in_full_size(self):
+        self.open("#straighten?image=large.jpg&corners=" + ";".join(f"{4 * x},{4 * y}" for x, y in CORNERS))
+        self.assertIn("Corrected, 34", self.text(".straighten .pair > :nth-child(2) figcaption"))
+        handle = self.all(".straighten .handle.marked")[0]
+        ActionChains(self.driver).drag_and_drop_by_offset(handle, 10, 5).perform()
+        self.wait_idle()
+        words = self.shown_command().split()
+        first = words[words.index("--corners") + 1]
+        self.assertGreater(float(first.split(",")[0]), 4 * CORNERS[0][0] + 40)
+        self.assertEqual(self.save("large.png"), self.made_by_command_line(self.shown_command(), ".png"))
+        self.assertEqual(tarvix("load", f"{self.server.out.name}/large.png", "-o", f"{self.photos}/check.png")["size"],
+                         tarvix("load", f"{self.photos}/large.jpg", "-o", f"{self.photos}/check.png")["size"])
 
 
 if __name__ == "__main__":

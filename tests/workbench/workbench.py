@@ -23,7 +23,7 @@ PATIENCE = 120  # seconds until a condition that never holds ends a test; no tes
 class Server:
     """`tarvix workbench` with an output folder of its own."""
 
-    def __init__(self, folder=PHOTOS):
+    def __init__(self, folder):
         self.out = tempfile.TemporaryDirectory()
         self.process = subprocess.Popen([PROGRAM, "workbench", folder, "--no-open", "--out", self.out.name],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
@@ -63,11 +63,12 @@ def tarvix(*words, cwd=PHOTOS):
 class WorkbenchTest(unittest.TestCase):
     """A page in a browser, one server for the tests of a class."""
 
+    photos = PHOTOS  # the folder that is opened
     expected_in_console = ()  # parts of addresses whose failure a test asks for
 
     @classmethod
     def setUpClass(cls):
-        cls.server = Server()
+        cls.server = Server(cls.photos)
         cls.addClassCleanup(cls.server.stop)
         cls.driver = browser()
         cls.addClassCleanup(cls.driver.quit)
@@ -123,7 +124,7 @@ class WorkbenchTest(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             out = Path(folder) / f"out{suffix}"
             words[words.index("-o") + 1] = str(out)
-            subprocess.run([PROGRAM, *words[1:]], cwd=PHOTOS, check=True, capture_output=True)
+            subprocess.run([PROGRAM, *words[1:]], cwd=self.photos, check=True, capture_output=True)
             return out.read_bytes()
 
     def save(self, name):

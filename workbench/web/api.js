@@ -39,7 +39,7 @@ async function postJson(path, body) {
 }
 
 export const about = () => getJson("/api/about");
-export const commands = async () => (await getJson("/api/commands")).commands;
+export const commands = () => getJson("/api/commands");
 export const images = (from, count, filter) =>
     getJson(`/api/images?${new URLSearchParams({from, count, filter})}`);
 export const thumbnailUrl = (name) => `/api/thumbnail?${new URLSearchParams({name})}`;
@@ -78,14 +78,17 @@ class Shown {
 }
 
 export async function imageToShow(name, pixels) {
-    const response = await ask(`/api/image?${new URLSearchParams({name, pixels})}`);
-    const size = (axis) => Number(response.headers.get(`X-Image-${axis}`));
-    return new Shown(await response.blob(), size("Width"), size("Height"));
+    return shownOf(await ask(`/api/image?${new URLSearchParams({name, pixels})}`));
 }
 
-export async function resultToShow(result, pixels = 4000000) {
-    const response = await ask(`${resultUrl(result.id)}?${new URLSearchParams({pixels})}`);
-    return new Shown(await response.blob(), result.width, result.height);
+// size  [width, height] of what the result is a reduced copy of; without it, the result's own
+export async function resultToShow(result, pixels, size) {
+    return shownOf(await ask(`${resultUrl(result.id)}?${new URLSearchParams({pixels})}`), size);
+}
+
+async function shownOf(response, size) {
+    const own = ["Width", "Height"].map((axis) => Number(response.headers.get(`X-Image-${axis}`)));
+    return new Shown(await response.blob(), ...(size ?? own));
 }
 
 // Runs a long command. onProgress gets {state, done, total, what}; what it returns as

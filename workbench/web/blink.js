@@ -2,6 +2,7 @@
 
 import * as api from "./api.js";
 import {el, button, labelled, panel} from "./dom.js";
+import {sentence} from "./messages.js";
 import {Viewer} from "./viewer.js";
 
 const shownPixels = 4000000;
@@ -45,7 +46,7 @@ export class Blink {
             this.said.textContent = "";
             this.showOpacity(this.opacity.value / 100);
         } catch (failure) {
-            this.said.textContent = failure.message;
+            this.said.textContent = sentence(failure.message);
         }
     }
 

@@ -12,7 +12,7 @@ function titleOf({name}) {
 
 // Each maker returns {element, get, set}; texts go in and out.
 function numberField(option, onChange) {
-    const field = el("input", {type: "number", min: option.minimum, max: option.maximum,
+    const field = el("input", {type: "number", min: option.minimum ?? option.above, max: option.maximum,
         step: option.kind === "integer" ? option.step ?? 1 : "any", title: option.help});
     const range = sliderRange(option);
     const slider = range ? el("input", {type: "range", ...range, "aria-label": titleOf(option)}) : null;

@@ -184,7 +184,7 @@ export class Operate {
         }
         this.page.fine();
         const image = answer.results.find(({kind}) => kind === "image");
-        const shown = image ? await api.resultToShow(image, shownPixels) : null;
+        const shown = image ? await api.resultToShow(image, shownPixels, answer.data?.size) : null;
         this.clearResult();
         this.line.show(answer.commandLine);
         if (!this.messages.showAnswer(answer)) {
@@ -198,13 +198,13 @@ export class Operate {
             drawings.forEach((drawing) => drawing.classList.add("found"));
             this.compare.before.drawing.append(...drawings);
         }
-        this.describe(answer, image);
+        this.describe(answer, image, shown);
     }
 
-    describe(answer, image) {
+    describe(answer, image, shown) {
         const list = listElement(answer.data);
         this.found.replaceChildren(...[list,
-            image ? el("p", {}, `${image.width} × ${image.height} pixels. `, answer.reduced
+            image ? el("p", {}, `${shown.width} × ${shown.height} pixels. `, answer.reduced
                 ? "Shown as a reduced copy; saving works in full size."
                 : el("a", {href: api.downloadUrl(image.id), download: image.name}, "Download")) : null,
             el("p", {class: "hint"}, `${answer.seconds.toFixed(2)} s`)].filter(Boolean));

@@ -2,20 +2,22 @@
 
 import {formatPoints, parsePoints} from "./state.js";
 
-// Options that the page sets itself or does not offer.
-const notOffered = new Set(["out", "folder", "json", "verbose", "overlay", "save", "apply", "report", "export",
-    "preview", "help"]);
+// Options that the page sets itself or does not offer: those that name files.
+const ofFiles = new Set(["file", "folder", "image", "images"]);
 
 export function offered(command) {
-    return command.options.filter(({name, kind}) => kind !== "file" && !notOffered.has(name));
+    return command.options.filter(({kind}) => !ofFiles.has(kind));
 }
 
 export const pointsIn = (option) => ({point: 1, corners: 4})[option.kind] ?? 0;
 
+// Lists of numbers stand in brackets in the table.
+const defaultText = (option) => String(option.default ?? "").replace(/^\[(.*)\]$/, "$1");
+
 // The text of an option that is not set: its default, or something to begin with.
 export function startText(option) {
     if (option.default !== undefined && option.default !== null) {
-        return String(option.default);
+        return defaultText(option);
     }
     if (!option.required) {
         return "";
@@ -32,7 +34,7 @@ export function valueOf(option, text) {
     if (option.kind === "flag") {
         return given === "1" ? true : undefined;
     }
-    if (given === "" || (!option.required && given === String(option.default ?? ""))) {
+    if (given === "" || (!option.required && given === defaultText(option))) {
         return undefined;
     }
     if (option.kind === "integer" || option.kind === "number") {
@@ -43,10 +45,7 @@ export function valueOf(option, text) {
         const points = parsePoints(given, count);
         return points && count === 1 ? points[0] : points ?? undefined;
     }
-    if (/^\d+(,\d+)+$/.test(given)) {
-        return given.split(",").map(Number); // a colour
-    }
-    return given;
+    return option.kind === "colour" ? given.split(",").map(Number) : given;
 }
 
 // The options of a request, or null if one that is required is not set.
@@ -67,14 +66,14 @@ export function requestOptions(command, texts) {
 export function keptTexts(command, texts) {
     return Object.fromEntries(offered(command)
         .filter(({name}) => texts[name] !== undefined)
-        .filter((option) => texts[option.name] !== String(option.default ?? ""))
+        .filter((option) => texts[option.name] !== defaultText(option))
         .map(({name}) => [name, texts[name]]));
 }
 
 // The ends of an option's slider, or null if a slider makes no sense. A wide range is cut off where
 // nobody drags to; the field beside it still takes all of it.
 export function sliderRange(option) {
-    const least = option.minimum ?? null;
+    const least = option.minimum ?? option.above ?? null;
     const start = Number(option.default ?? NaN);
     if (least === null || !(option.kind === "integer" || option.kind === "number")) {
         return null;

@@ -115,7 +115,8 @@ export class PairSpace {
         }
         const answer = await api.run({command: "measure", images: [], options});
         this.line.show(answer.commandLine);
-        const done = this.messages.showAnswer(answer, answer.data?.metric === false ? [notMetric] : []);
+        const unsaid = answer.data?.metric === false && answer.messages.length === 0;
+        const done = this.messages.showAnswer(answer, unsaid ? [notMetric] : []);
         this.point = done ? answer.data : null;
         this.current.textContent = done ? `Point in space: ${pointText(answer.data)}` : "";
     }

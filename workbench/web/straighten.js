@@ -154,7 +154,7 @@ export class Straighten {
     async showCorrected({data, results}) {
         const result = results.find(({kind}) => kind === "image");
         const {width, height} = data;
-        const shown = await api.resultToShow({...result, width, height}, previewPixels);
+        const shown = await api.resultToShow(result, previewPixels, [width, height]);
         const waiting = new Image();
         waiting.src = shown.url;
         await waiting.decode();
