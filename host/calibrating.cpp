@@ -44,6 +44,7 @@ void addCalibrationOptions(CLI::App& parser, CalibrationOptions& options) {
     parser
         .add_option("-o,--folder", options.folder,
                     "Folder for the calibration files; made if missing, old files replaced")
+        ->type_name("FOLDER")
         ->required();
     parser.add_flag("--strict", options.strict,
                     "Fail if a photograph cannot be used, instead of leaving it out");
@@ -67,7 +68,9 @@ void addCalibrationOptions(CLI::App& parser, CalibrationOptions& options) {
 }
 
 void addCalibrationFolder(CLI::App& parser, std::string& folder) {
-    parser.add_option("--calib", folder, "Folder of the calibration files")->required();
+    parser.add_option("--calib", folder, "Folder of the calibration files")
+        ->type_name("FOLDER")
+        ->required();
 }
 
 void calibrate(const CalibrationOptions& options, const std::vector<std::string>& files,

@@ -1,5 +1,7 @@
 #include "host/commands.h"
 
+#include <utility>
+
 namespace host {
 
 namespace {
@@ -15,7 +17,7 @@ std::vector<Command> collected() {
           Family{"geometry", straighteningCommands}, Family{"geometry", geometryCommands},
           Family{"calib", calibrationCommands}, Family{"calib", stereoCommands},
           Family{"features", featureCommands}, Family{"gallery", galleryCommands},
-          Family{"workers", workerCommands}}) {
+          Family{"workers", workerCommands}, Family{"workers", previewCommands}}) {
         for (Command& command : commands()) {
             command.family = name;
             all.push_back(std::move(command));
@@ -26,9 +28,21 @@ std::vector<Command> collected() {
 
 } // namespace
 
+namespace {
+
+std::vector<Command>& table() {
+    static std::vector<Command> all = collected();
+    return all;
+}
+
+} // namespace
+
 const std::vector<Command>& commands() {
-    static const std::vector<Command> table = collected();
-    return table;
+    return table();
+}
+
+void addCommand(Command command) {
+    table().push_back(std::move(command));
 }
 
 } // namespace host

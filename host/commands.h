@@ -11,6 +11,10 @@ namespace host {
 // All commands, in the order in which --help lists them.
 const std::vector<Command>& commands();
 
+// Adds a command that is made elsewhere, with its family: one that is built on this table. Before
+// anything reads it.
+void addCommand(Command command);
+
 // Those of one file in commands/.
 std::vector<Command> filterCommands();
 std::vector<Command> faceCommands();
@@ -21,5 +25,6 @@ std::vector<Command> stereoCommands();
 std::vector<Command> featureCommands();
 std::vector<Command> galleryCommands();
 std::vector<Command> workerCommands();
+std::vector<Command> previewCommands();
 
 } // namespace host

@@ -16,7 +16,8 @@ bool readNumber(const std::string& text, double& value);
 bool readNumber(const std::string& text, int& value);
 
 // Checks for CLI::Option::check(). A refusal is one sentence with the value in quotes. What
-// readNumber() does not take is refused by each of them.
+// readNumber() does not take is refused by each of them. A check's name says in JSON what it takes,
+// for the table of commands: {"minimum":1,"maximum":127,"step":2}, or {"above":0}.
 
 // A number above `low`.
 CLI::Validator numberAbove(double low);

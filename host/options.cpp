@@ -38,7 +38,9 @@ Board parseBoard(const std::string& text, int smallest) {
 } // namespace
 
 void addIn(CLI::App& parser, CommonOptions& options) {
-    parser.add_option("IN", options.in, "Image file to read; - is standard input")->required();
+    parser.add_option("IN", options.in, "Image file to read; - is standard input")
+        ->type_name("IMAGE")
+        ->required();
 }
 
 namespace {
@@ -55,6 +57,7 @@ void addOut(CLI::App& parser, CommonOptions& options) {
         .add_option("-o,--out", options.out,
                     "Image file to write; the extension chooses the format (png, jpg, bmp, tif "
                     "...); - is standard output")
+        ->type_name("FILE")
         ->required();
     addFormat(parser, options);
     parser
@@ -65,7 +68,7 @@ void addOut(CLI::App& parser, CommonOptions& options) {
 
 void addDrawing(CLI::App& parser, CommonOptions& options, const std::string& names,
                 const std::string& help) {
-    parser.add_option(names, options.out, help + "; - is standard output");
+    parser.add_option(names, options.out, help + "; - is standard output")->type_name("FILE");
     addFormat(parser, options);
 }
 
@@ -88,7 +91,7 @@ void addJson(CLI::App& parser, CommonOptions& options, const std::string& help) 
 CLI::Option* addPoint(CLI::App& parser, const std::string& name, Point& point,
                       const std::string& help) {
     const auto store = [&point](const std::string& text) { point = parsePoint(text); };
-    return parser.add_option_function<std::string>(name, store, help);
+    return parser.add_option_function<std::string>(name, store, help)->type_name("POINT");
 }
 
 namespace {

@@ -33,6 +33,7 @@ Command calib() {
             parser
                 .add_option("PHOTOS", o.photos,
                             "Photographs, or folders of them; those without a board are left out")
+                ->type_name("IMAGE")
                 ->required();
             addCalibrationOptions(parser, o);
             parser
@@ -99,10 +100,12 @@ Command importCalib() {
             parser
                 .add_option("FILE", o.file,
                             "YAML file with camera_matrix and distortion_coefficients")
+                ->type_name("FILE")
                 ->required();
             parser
                 .add_option("-o,--folder", o.folder,
                             "Folder for the calibration files; made if missing, old files replaced")
+                ->type_name("FOLDER")
                 ->required();
             addJson(parser, o);
         },
@@ -133,7 +136,9 @@ Command board() {
             parser.add_option("--square", o.square, "Edge of a square, mm")
                 ->check(numberAbove(0))
                 ->capture_default_str();
-            parser.add_option("-o,--out", o.file, "File to write: .pdf or .svg")->required();
+            parser.add_option("-o,--out", o.file, "File to write: .pdf or .svg")
+                ->type_name("FILE")
+                ->required();
             addJson(parser, o);
         },
         [](const Options& o, Output&) {

@@ -16,9 +16,9 @@ namespace {
 // An option whose values have names.
 void addChoice(CLI::App& parser, const std::string& name, int& value,
                const std::map<std::string, int>& choices, const std::string& help) {
-    parser.add_option(name, value, help)
-        ->transform(CLI::CheckedTransformer(choices, CLI::ignore_case))
-        ->capture_default_str();
+    CLI::CheckedTransformer check(choices, CLI::ignore_case);
+    check.name(Json{{"choices", choices}}.dump()); // for the table of commands
+    parser.add_option(name, value, help)->transform(std::move(check))->capture_default_str();
 }
 
 void addDetector(CLI::App& parser, int& detector) {
@@ -82,8 +82,11 @@ Command match() {
             parser
                 .add_option("FIRST", o.in,
                             "Image whose keypoints look for a match; - is standard input")
+                ->type_name("IMAGE")
                 ->required();
-            parser.add_option("SECOND", o.second, "Image they are looked for in")->required();
+            parser.add_option("SECOND", o.second, "Image they are looked for in")
+                ->type_name("IMAGE")
+                ->required();
             addOut(parser, o);
             addGray(parser, o);
             addDetector(parser, o.detector);
@@ -119,13 +122,16 @@ Command registerSet() {
          .work = "registering"},
         [](CLI::App& parser, RegisterOptions& o) {
             parser.add_option("IN", o.images, "Image files to read, the reference first")
+                ->type_name("IMAGE")
                 ->required();
             parser
                 .add_option("-o,--out", o.names,
                             "Folder for the results, or a pattern in which {} stands for the "
                             "image's number, such as out/view-{}.jpg")
+                ->type_name("FOLDER")
                 ->required();
-            parser.add_option("--overlay", o.overlay, "Also write the mean of the results");
+            parser.add_option("--overlay", o.overlay, "Also write the mean of the results")
+                ->type_name("FILE");
             addJson(parser, o);
         },
         [](const RegisterOptions& o, Output&) { return registerImages(o); });
@@ -165,7 +171,9 @@ Command stitch() {
                                view(2, 13, 1.05, "the last one 5 per cent brighter.")}}},
          .work = "joining"},
         [](CLI::App& parser, Options& o) {
-            parser.add_option("IN", o.images, "Image files to read, two at least")->required();
+            parser.add_option("IN", o.images, "Image files to read, two at least")
+                ->type_name("IMAGE")
+                ->required();
             addOut(parser, o);
         },
         [](const Options& o, Output&) {

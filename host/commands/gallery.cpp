@@ -138,8 +138,11 @@ std::vector<Command> galleryCommands() {
          .makes = Makes::Files},
         [](CLI::App& parser, GalleryOptions& o) {
             parser.add_option("DIR", o.directory, "Folder for the page, made if missing")
+                ->type_name("FOLDER")
                 ->required();
-            parser.add_option("--photos", o.photos, "Folder of photographs")->capture_default_str();
+            parser.add_option("--photos", o.photos, "Folder of photographs")
+                ->type_name("FOLDER")
+                ->capture_default_str();
         },
         runGallery)};
 }

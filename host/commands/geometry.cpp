@@ -39,8 +39,11 @@ Command align() {
                       .before = {"PHOTOS/graf3.png", "PHOTOS/graf1.png"},
                       .after = {"OUT/align.png"}}}},
         [](CLI::App& parser, Options& o) {
-            parser.add_option("IN", o.in, "Image file to draw; - is standard input")->required();
+            parser.add_option("IN", o.in, "Image file to draw; - is standard input")
+                ->type_name("IMAGE")
+                ->required();
             parser.add_option("REFERENCE", o.reference, "Image file that gives the frame")
+                ->type_name("IMAGE")
                 ->required();
             addOut(parser, o);
             addCorners(parser, "--from", o.from, "Four points in the image");

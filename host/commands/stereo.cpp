@@ -27,11 +27,14 @@ const std::vector<StoredMatrix> files = {
 };
 
 void addPairOptions(CLI::App& parser, PairOptions& o) {
-    parser.add_option(
-        "PHOTOS", o.photos,
-        "Photographs as left right left right ..., or one folder with pairs left*, right*");
-    parser.add_option("--left", o.left, "The left photographs, in order");
-    parser.add_option("--right", o.right, "The right photographs, in the same order");
+    parser
+        .add_option(
+            "PHOTOS", o.photos,
+            "Photographs as left right left right ..., or one folder with pairs left*, right*")
+        ->type_name("IMAGE");
+    parser.add_option("--left", o.left, "The left photographs, in order")->type_name("IMAGE");
+    parser.add_option("--right", o.right, "The right photographs, in the same order")
+        ->type_name("IMAGE");
     addCalibrationOptions(parser, o);
     parser
         .add_option("--square", o.square,
@@ -110,6 +113,7 @@ Command rectify() {
                     "--right", o.right,
                     "The right camera's image: IN is the left one, and both are written side by "
                     "side with lines across")
+                ->type_name("IMAGE")
                 ->excludes(camera);
         },
         [](const Options& o, CDib& in) {

@@ -48,11 +48,13 @@ void addConvergeOptions(CLI::App& parser, StraighteningOptions& o) {
     parser.add_flag("--fit", o.fit, "Enlarge the canvas so that nothing of the image is cut off")
         ->excludes(crop)
         ->excludes(offset);
-    parser.add_option("--save", o.save, "Also write the correction to this file");
+    parser.add_option("--save", o.save, "Also write the correction to this file")
+        ->type_name("FILE");
     parser
         .add_option("--apply", o.apply,
                     "Apply the correction of this file, also to another resolution, instead of "
                     "searching one")
+        ->type_name("FILE")
         ->excludes(corners)
         ->excludes(automatic)
         ->excludes(focal)

@@ -43,7 +43,7 @@ LINES = {
     "board": "--board 9x6 --square 25 -o board.svg",
     "stitch": "view1.png view2.png -o out.png",
 }
-NOT_RUN = {"track", "gallery", "import-calib"}  # a camera, minutes, a file of another tool
+NOT_RUN = {"track", "gallery", "import-calib", "workbench"}  # a camera, minutes, a file of another tool, a browser
 # The same command line, finding nothing.
 EMPTY = {"lines": "grey.png", "faces": "grey.png"}
 

@@ -1,0 +1,30 @@
+#include "workbench/embedded.h"
+
+#include <algorithm>
+#include <map>
+
+namespace workbench {
+
+std::string contentTypeOf(const std::string& name) {
+    static const std::map<std::string, std::string> types = {
+        {".html", "text/html; charset=utf-8"},
+        {".css", "text/css; charset=utf-8"},
+        {".js", "text/javascript; charset=utf-8"},
+        {".svg", "image/svg+xml"},
+        {".png", "image/png"},
+        {".jpg", "image/jpeg"},
+        {".jpeg", "image/jpeg"},
+        {".webp", "image/webp"},
+        {".bmp", "image/bmp"},
+        {".json", "application/json"},
+        {".txt", "text/plain; charset=utf-8"},
+        {".yml", "text/plain; charset=utf-8"},
+        {".yaml", "text/plain; charset=utf-8"}};
+    std::string extension = name.substr(std::min(name.rfind('.'), name.size()));
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
+    const auto found = types.find(extension);
+    return found == types.end() ? "application/octet-stream" : found->second;
+}
+
+} // namespace workbench

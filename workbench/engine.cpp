@@ -1,0 +1,82 @@
+#include "workbench/engine.h"
+
+#include <future>
+#include <memory>
+#include <utility>
+
+namespace workbench {
+
+namespace {
+
+constexpr std::size_t longestQueue = 48;
+constexpr std::uint64_t mostMemory = std::uint64_t{6} << 30U; // of a worker
+constexpr double runSeconds = 180;
+constexpr double longSeconds = 3600;
+
+RunEnd endOf(const tarvix::Reply& reply) {
+    RunEnd end{.seconds = reply.seconds};
+    if (reply.outcome != tarvix::Outcome::Answered) {
+        end.messages = {reply.why};
+        return end;
+    }
+    const Json& answer = reply.answer;
+    end.status = answer.value("status", workerLost);
+    end.data = answer.contains("data") ? answer["data"] : Json();
+    end.messages = answer.value("messages", std::vector<std::string>{});
+    end.images = answer.value("images", std::vector<Json>{});
+    end.seconds = answer.value("seconds", reply.seconds);
+    end.cpuSeconds = answer.value("cpuSeconds", 0.0);
+    return end;
+}
+
+} // namespace
+
+Engine::Engine(const std::string& program)
+    : m_drag({program, "worker"}, 1, {.seconds = runSeconds, .memory = mostMemory}),
+      m_work({program, "worker"}, 2, {.seconds = runSeconds, .memory = mostMemory}),
+      m_long({program, "worker"}, 1, {.seconds = longSeconds, .memory = mostMemory}) {}
+
+tarvix::Pool& Engine::poolOf(Lane lane) {
+    return lane == Lane::Drag ? m_drag : lane == Lane::Work ? m_work : m_long;
+}
+
+tarvix::Pool::Ticket Engine::start(const std::vector<std::string>& words, Lane lane, bool draft,
+                                   OnEnd onEnd, tarvix::OnProgress onProgress) {
+    tarvix::Pool& pool = poolOf(lane);
+    if (pool.waiting() >= longestQueue) {
+        throw Busy("the workbench has too much to do; try again in a moment");
+    }
+    Json request = tarvix::requestOf(words);
+    if (draft) {
+        request["draft"] = true;
+    }
+    return pool.submit(
+        std::move(request),
+        [onEnd = std::move(onEnd)](const tarvix::Reply& reply) {
+            try {
+                onEnd(endOf(reply));
+            } catch (const Json::exception&) { // an answer with members of other types
+                onEnd({.messages = {"the worker's answer makes no sense"}});
+            }
+        },
+        std::move(onProgress));
+}
+
+RunEnd Engine::run(const std::vector<std::string>& words, Lane lane, bool draft) {
+    const auto end = std::make_shared<std::promise<RunEnd>>();
+    std::future<RunEnd> future = end->get_future();
+    start(words, lane, draft, [end](const RunEnd& e) { end->set_value(e); });
+    return future.get();
+}
+
+void Engine::stop(Lane lane, tarvix::Pool::Ticket ticket) {
+    poolOf(lane).stop(ticket);
+}
+
+void Engine::stopAll() {
+    m_drag.stopAll();
+    m_work.stopAll();
+    m_long.stopAll();
+}
+
+} // namespace workbench

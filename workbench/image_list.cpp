@@ -1,0 +1,107 @@
+#include "workbench/image_list.h"
+
+#include "workers/worker.h"
+
+#include <algorithm>
+#include <array>
+
+namespace workbench {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t mostEntries = 200000;
+constexpr int deepest = 12; // folders in folders
+
+char lower(char c) {
+    return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+}
+
+std::string lowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), lower);
+    return text;
+}
+
+std::string genericOf(const fs::path& path) {
+    const auto text = path.generic_u8string();
+    return {text.begin(), text.end()};
+}
+
+bool isImageName(const std::string& name) {
+    constexpr std::array<const char*, 11> extensions = {
+        ".jpg", ".jpeg", ".png", ".bmp", ".tif", ".tiff", ".webp", ".pgm", ".ppm", ".pbm", ".jp2"};
+    const std::string small = lowerCase(name.substr(std::min(name.rfind('.'), name.size())));
+    return std::find(extensions.begin(), extensions.end(), small) != extensions.end();
+}
+
+} // namespace
+
+void ImageList::lookAgain() {
+    const std::lock_guard lock(m_mutex);
+    m_looked = {};
+}
+
+void ImageList::lookBelow(const fs::path& folder, const std::string& prefix) {
+    std::error_code error;
+    fs::recursive_directory_iterator next(folder, fs::directory_options::skip_permission_denied,
+                                          error);
+    for (const fs::recursive_directory_iterator end; !error && next != end; next.increment(error)) {
+        const fs::directory_entry& entry = *next;
+        const std::string name = utf8Of(entry.path().filename());
+        std::error_code unknown;
+        if (entry.is_directory(unknown)) {
+            if (name.starts_with(".") || next.depth() >= deepest) {
+                next.disable_recursion_pending();
+            }
+            continue;
+        }
+        if (name.starts_with(".") || !isImageName(name) || m_entries.size() >= mostEntries) {
+            continue;
+        }
+        std::string whole = genericOf(entry.path().lexically_relative(folder));
+        whole.insert(0, prefix);
+        const bool leadsOut = entry.is_symlink(unknown) && !m_folder.find(whole);
+        if (!leadsOut && entry.is_regular_file(unknown) && tarvix::isUtf8(whole)) {
+            const std::uintmax_t bytes = entry.file_size(unknown);
+            m_entries.push_back({std::move(whole), unknown ? 0 : bytes});
+        }
+    }
+}
+
+void ImageList::look() {
+    m_entries.clear();
+    lookBelow(m_folder.uploads(), uploadsPrefix);
+    const auto uploads = static_cast<std::ptrdiff_t>(m_entries.size());
+    lookBelow(m_folder.folder(), "");
+    std::sort(m_entries.begin() + uploads, m_entries.end(),
+              [](const Entry& a, const Entry& b) { return a.name < b.name; });
+    m_looked = std::chrono::steady_clock::now();
+}
+
+nlohmann::ordered_json ImageList::page(std::size_t from, std::size_t count,
+                                       const std::string& filter) {
+    const std::lock_guard lock(m_mutex);
+    if (std::chrono::steady_clock::now() - m_looked > std::chrono::seconds(2)) {
+        look();
+    }
+    const std::string wanted = lowerCase(filter);
+    const auto has = [&wanted](const std::string& name) {
+        return std::search(name.begin(), name.end(), wanted.begin(), wanted.end(),
+                           [](char a, char b) { return lower(a) == b; }) != name.end();
+    };
+    nlohmann::ordered_json images = nlohmann::ordered_json::array();
+    std::size_t total = 0;
+    for (const Entry& entry : m_entries) {
+        if (!wanted.empty() && !has(entry.name)) {
+            continue;
+        }
+        if (total >= from && images.size() < count) {
+            images.push_back({{"name", entry.name}, {"bytes", entry.bytes}});
+        }
+        ++total;
+    }
+    return {{"total", total}, {"images", std::move(images)}};
+}
+
+} // namespace workbench

@@ -1,0 +1,18 @@
+// How results are named, and how command lines are shown.
+#pragma once
+
+#include "host/command.h"
+
+#include <string>
+#include <vector>
+
+namespace workbench {
+
+// The extension of a command's image: photographs keep their format, drawings and masks have hard
+// edges, which JPEG blurs.
+std::string extensionFor(const host::Command& command, const std::string& firstImage);
+
+// The words as a line for the system's shell, after "tarvix".
+std::string commandLineOf(const std::vector<std::string>& words);
+
+} // namespace workbench

@@ -1,0 +1,242 @@
+#include "workbench/runner.h"
+
+#include "platform/system/paths.h"
+#include "workbench/names.h"
+#include "workbench/new_files.h"
+#include "workbench/output_names.h"
+#include "workbench/shown_names.h"
+
+#include <algorithm>
+
+namespace workbench {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t mostJobs = 50;
+
+// A folder below the images' folder.
+std::optional<fs::path> folderOf(const ImageFolder& images, const std::string& name) {
+    std::error_code error;
+    const fs::path path = fs::canonical(images.folder() / pathOfUtf8(name), error);
+    if (error || !tarvix::isUtf8(name) || !isBelow(path, images.folder()) ||
+        !fs::is_directory(path, error)) {
+        return std::nullopt;
+    }
+    return path;
+}
+
+} // namespace
+
+Runner::Runner(Engine& engine, Previews& previews, const ImageFolder& images,
+               const fs::path& folder, fs::path outFolder)
+    : m_engine(engine), m_previews(previews), m_images(images), m_results(folder),
+      m_outFolder(std::move(outFolder)) {}
+
+Runner::Prepared Runner::prepare(const RunRequest& request) {
+    Prepared prepared{.plan = {}, .folder = m_results.newRunFolder()};
+    std::error_code error;
+    const fs::path relative = fs::relative(m_outFolder, m_images.folder(), error);
+    const bool inFolder = !error && !relative.empty() && *relative.begin() != "..";
+    const Surroundings surroundings{
+        .image = [this](const std::string& name) { return m_images.find(name); },
+        .folder = [this](const std::string& name) { return folderOf(m_images, name); },
+        .earlier = [this](const std::string& id) -> std::optional<Surroundings::Earlier> {
+            const auto result = m_results.find(id);
+            return result ? std::optional(Surroundings::Earlier{result->path, result->name})
+                          : std::nullopt;
+        },
+        .copy =
+            [this](const fs::path& image, std::uint64_t pixels) {
+                const Preview copy = m_previews.of(image, Previews::Use::RunOn, pixels);
+                return copy.copy == copy.image
+                           ? Surroundings::Copy{image, Reduction{}}
+                           : Surroundings::Copy{copy.path, reductionBetween(copy.image, copy.copy)};
+            },
+        .freeName = [this](const std::string& wish) { return m_results.freeName(wish); },
+        .runFolder = prepared.folder,
+        .saveFolder = utf8Of(inFolder ? relative : m_outFolder)};
+    try {
+        prepared.plan = planOf(request, surroundings);
+    } catch (...) {
+        Results::drop(prepared.folder);
+        throw;
+    }
+    prepared.plan.names.emplace_back(tarvix::nameOf(prepared.folder) + "/", "");
+    return prepared;
+}
+
+std::vector<StoredResult> Runner::resultsOf(const Plan& plan, const RunEnd& end) {
+    const auto sizeOf = [&](const fs::path& file) {
+        for (const Json& image : end.images) {
+            if (image.value("file", "") == tarvix::nameOf(file)) {
+                return cv::Size(
+                    static_cast<int>(image.value("width", 0) / plan.reduction.x + 0.5),
+                    static_cast<int>(image.value("height", 0) / plan.reduction.y + 0.5));
+            }
+        }
+        return cv::Size();
+    };
+    std::vector<StoredResult> results;
+    for (const PlannedOutput& output : plan.outputs) {
+        std::error_code error;
+        if (output.kind == "images") { // one for each image that registered
+            for (const Json& image : end.data.value("images", Json::array())) {
+                if (image.value("output", Json()).is_string()) {
+                    const fs::path file = tarvix::pathOf(image["output"].get<std::string>());
+                    results.push_back({.id = {},
+                                       .kind = "image",
+                                       .name = output.name + "/" + utf8Of(file.filename()),
+                                       .path = file,
+                                       .size = sizeOf(file)});
+                }
+            }
+        } else if (fs::exists(output.path, error)) {
+            results.push_back({.id = {},
+                               .kind = output.kind,
+                               .name = output.name,
+                               .path = output.path,
+                               .size = sizeOf(output.path)});
+        }
+    }
+    return results;
+}
+
+Json Runner::answerOf(const Prepared& prepared, RunEnd end) {
+    const Plan& plan = prepared.plan;
+    Json results = Json::array();
+    std::vector<StoredResult> made = resultsOf(plan, end);
+    for (const StoredResult& result : made) {
+        if (result.kind == "page") {
+            showNamesIn(tarvix::nameOf(result.path), plan.names);
+        }
+    }
+    if (made.empty()) {
+        Results::drop(prepared.folder);
+    } else {
+        for (const StoredResult& result : m_results.keep(prepared.folder, std::move(made))) {
+            Json entry = {{"id", result.id}, {"kind", result.kind}, {"name", result.name}};
+            if (!result.size.empty()) {
+                entry["width"] = result.size.width;
+                entry["height"] = result.size.height;
+            }
+            results.push_back(std::move(entry));
+        }
+    }
+    Json data = plan.isReduced ? dataOfImage(std::move(end.data), plan.reduction) : end.data;
+    showNames(data, plan.names);
+    for (std::string& message : end.messages) {
+        message = withShownNames(message, plan.names);
+    }
+    return {{"status", end.status},         {"data", std::move(data)},
+            {"messages", end.messages},     {"seconds", end.seconds},
+            {"cpuSeconds", end.cpuSeconds}, {"commandLine", commandLineOf(plan.shown)},
+            {"words", plan.shown},          {"results", std::move(results)},
+            {"reduced", plan.isReduced}};
+}
+
+Json Runner::run(const RunRequest& request) {
+    const Prepared prepared = prepare(request);
+    const bool drag = request.pixels > 0 && canBeReduced(request.command->name);
+    return answerOf(prepared, m_engine.run(prepared.plan.words,
+                                           drag ? Engine::Lane::Drag : Engine::Lane::Work,
+                                           prepared.plan.isReduced));
+}
+
+Json Runner::save(const RunRequest& request) {
+    if (!isNewName(request.name)) {
+        throw BadRequest("'" + request.name + "' is not a name for a new file");
+    }
+    const Conflict taken("there is a '" + request.name +
+                         "' already; nothing is replaced, choose another name");
+    std::error_code error;
+    const fs::path target = m_outFolder / pathOfUtf8(request.name);
+    if (fs::symlink_status(target, error).type() != fs::file_type::not_found) {
+        throw taken;
+    }
+    const Prepared prepared = prepare(request);
+    const RunEnd end = m_engine.run(prepared.plan.words, Engine::Lane::Work);
+    const fs::path made = prepared.plan.outputs.front().path;
+    std::string failure;
+    if (end.status == 0 && fs::exists(made, error)) {
+        fs::create_directories(m_outFolder, error);
+        const std::error_code notPlaced = placeNew(made, target);
+        if (notPlaced == std::errc::file_exists) {
+            Results::drop(prepared.folder);
+            throw taken;
+        }
+        failure = notPlaced ? notPlaced.message() : "";
+    }
+    Json answer = answerOf(prepared, end);
+    if (!failure.empty()) {
+        answer["status"] = 1;
+        answer["messages"].push_back("cannot write '" + request.name + "': " + failure);
+    } else if (end.status == 0) {
+        answer["saved"] = request.name;
+    }
+    return answer;
+}
+
+std::string Runner::begin(const RunRequest& request) {
+    const auto prepared = std::make_shared<Prepared>(prepare(request));
+    const std::lock_guard lock(m_jobsMutex);
+    std::string id = "j" + std::to_string(++m_lastJob);
+    const auto onEnd = [this, id, prepared](const RunEnd& end) {
+        Json answer = answerOf(*prepared, end);
+        const std::lock_guard ended(m_jobsMutex);
+        if (const auto job = m_jobs.find(id); job != m_jobs.end()) {
+            job->second.state["state"] = "done";
+            job->second.state["answer"] = std::move(answer);
+        }
+    };
+    const auto onProgress = [this, id, prepared](const Json& progress) {
+        const std::lock_guard running(m_jobsMutex);
+        if (const auto job = m_jobs.find(id); job != m_jobs.end()) {
+            Json what = progress.value("what", Json(""));
+            showNames(what, prepared->plan.names);
+            job->second.state["state"] = "running";
+            job->second.state["done"] = progress.value("done", Json(0));
+            job->second.state["total"] = progress.value("total", Json(0));
+            job->second.state["what"] = std::move(what);
+        }
+    };
+    m_jobs[id].state = {{"state", "waiting"}, {"done", 0}, {"total", 0}, {"what", ""}};
+    m_jobOrder.push_back(id);
+    try {
+        m_jobs[id].ticket =
+            m_engine.start(prepared->plan.words, Engine::Lane::Long, false, onEnd, onProgress);
+    } catch (const Busy&) {
+        m_jobs.erase(id);
+        m_jobOrder.pop_back();
+        Results::drop(prepared->folder);
+        throw;
+    }
+    while (m_jobOrder.size() > mostJobs) {
+        m_jobs.erase(m_jobOrder.front());
+        m_jobOrder.pop_front();
+    }
+    return id;
+}
+
+std::optional<Json> Runner::state(const std::string& job) {
+    const std::lock_guard lock(m_jobsMutex);
+    const auto found = m_jobs.find(job);
+    return found == m_jobs.end() ? std::nullopt : std::optional(found->second.state);
+}
+
+bool Runner::stop(const std::string& job) {
+    tarvix::Pool::Ticket ticket = 0;
+    {
+        const std::lock_guard lock(m_jobsMutex);
+        const auto found = m_jobs.find(job);
+        if (found == m_jobs.end()) {
+            return false;
+        }
+        ticket = found->second.ticket;
+    }
+    m_engine.stop(Engine::Lane::Long, ticket);
+    return true;
+}
+
+} // namespace workbench
