@@ -76,7 +76,7 @@ class Calibrate(WorkbenchTest):
         ActionChains(self.driver).send_keys(Keys.ARROW_RIGHT).perform()
         self.wait_idle()
         self.button("Keep this point").click()
-        self.assertRegex(self.script("return [...document.querySelectorAll('.calibrate .panel > table tbody td')].at(-1)"
+        self.assertRegex(self.script("return [...document.querySelectorAll('.calibrate table.points tbody td')].at(-1)"
                                      ".textContent"), r"^[0-9.]+ mm$")
 
     def test_lengths_of_a_calibration_that_is_not_metric_are_called_none(self):
@@ -87,6 +87,27 @@ class Calibrate(WorkbenchTest):
         self.wait_idle()
         self.assertIn("no lengths", self.script(
             "return [...document.querySelectorAll('.calibrate .findings .mind')].map((item) => item.textContent).join()"))
+
+    def test_a_long_run_is_stopped_and_the_next_one_works(self):
+        self.open(f"#calibrate?images={'|'.join(LEFT * 30)}")
+        self.button("Calibrate").click()
+        self.wait(lambda: any(button.text == "Stop" and button.is_displayed() for button in self.all("#work button")),
+                  "it cannot be stopped")
+        self.button("Stop").click()
+        self.wait_idle()
+        self.assertRegex(self.text(".calibrate .findings .failed"), r"^[A-Z].*\.$")
+        self.calibrate(f"images={'|'.join(LEFT[:5])}")
+        self.assertEqual(len(self.rows()), 5)
+
+    def test_a_board_is_made_to_print(self):
+        self.open("#calibrate?board=7x4")
+        self.find(".calibrate summary").click()
+        self.button("Make it").click()
+        self.wait(lambda: self.all(".calibrate a[download]"), "no board")
+        self.assertIn("tarvix board --board 7x4", self.shown_command())
+        board = self.script("return (async () => (await fetch(arguments[0])).text())(arguments[0])",
+                            self.find(".calibrate a[download]").get_attribute("href"))
+        self.assertIn("<svg", board)
 
     def test_what_is_missing_is_said(self):
         self.open("#calibrate?kind=pair&images=left01.jpg|left02.jpg")

@@ -1,5 +1,6 @@
 // Calibrating: photographs of a board, the fit, how good it is, and what it is used for.
 
+import {BoardPanel} from "./board_panel.js";
 import {CommandLine} from "./command_line.js";
 import {report} from "./calibration_report.js";
 import {el, button, labelled, panel} from "./dom.js";
@@ -23,6 +24,7 @@ export class Calibrate {
         this.metric = el("input", {type: "checkbox", onchange: () => this.changed()});
         this.pairFields = el("div", {class: "fields"}, labelled("Edge of a square", this.square, "mm"),
             labelled("Metric: measured points are lengths", this.metric));
+        this.print = new BoardPanel(() => this.board());
         this.chosen = el("p", {class: "hint", role: "status"});
         this.run = new LongRun("Calibrate", {request: () => this.request(), onDone: (...all) => this.done(...all)});
         this.line = new CommandLine();
@@ -37,7 +39,7 @@ export class Calibrate {
                 el("div", {class: "field", role: "group", "aria-label": "Inner corners of the board"},
                     el("span", {class: "label"}, "Inner corners of the board"),
                     el("span", {class: "size"}, this.across, "×", this.down)), this.pairFields),
-            this.chosen, this.run.element, this.line.element), this.result);
+            this.print.element, this.chosen, this.run.element, this.line.element), this.result);
     }
 
     choose(names) {

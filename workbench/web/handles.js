@@ -83,6 +83,12 @@ export class Handles {
         this.onChange(this.points.map((point) => [...point]));
     }
 
+    // Moves a point to where was clicked; the keys then move it on.
+    place(i, point) {
+        this.buttons[i].focus({preventScroll: true});
+        this.move(i, point);
+    }
+
     draw() {
         const there = this.points.length > 0 && this.viewer.image !== null;
         this.outline.setAttribute("points", there ? this.points.map((p) => p.join(",")).join(" ") : "");

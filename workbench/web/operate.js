@@ -95,7 +95,7 @@ export class Operate {
         }
         this.command = command;
         this.select.value = command.name;
-        this.about.textContent = `${command.help}.`;
+        this.about.textContent = `${command.help.replace(/ and print them.*$/, "")}.`; // a page lists them
         this.form = new Form(command, values, (texts) => this.formChanged(texts));
         this.formPlace.replaceChildren(this.form.element);
         this.saving.suggest(values.image ? nameFor(values.image, command.name) : "");
@@ -202,6 +202,7 @@ export class Operate {
     }
 
     describe(answer, image, shown) {
+        this.saving.suggestOf(image);
         const list = listElement(answer.data);
         this.found.replaceChildren(...[list,
             image ? el("p", {}, `${shown.width} × ${shown.height} pixels. `, answer.reduced

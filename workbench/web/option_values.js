@@ -2,11 +2,11 @@
 
 import {formatPoints, parsePoints} from "./state.js";
 
-// Options that the page sets itself or does not offer: those that name files.
+// Options that name files, and the format of standard output, are not for a page.
 const ofFiles = new Set(["file", "folder", "image", "images"]);
 
 export function offered(command) {
-    return command.options.filter(({kind}) => !ofFiles.has(kind));
+    return command.options.filter(({name, kind}) => !ofFiles.has(kind) && name !== "format");
 }
 
 export const pointsIn = (option) => ({point: 1, corners: 4})[option.kind] ?? 0;

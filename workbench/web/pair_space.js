@@ -28,7 +28,7 @@ export class PairSpace {
         this.handles = this.views.map((view, i) => new Handles(view, {
             names: [`The point, ${i === 0 ? "left" : "right"}`], closed: false,
             kind: i === 0 ? "marked" : "target", onChange: () => this.moved(i)}));
-        this.views.forEach((view, i) => view.onClick((point) => this.handles[i].move(0, point)));
+        this.views.forEach((view, i) => view.onClick((point) => this.handles[i].place(0, point)));
         this.messages = new Messages();
         this.line = new CommandLine();
         this.current = el("p", {class: "count", role: "status"});
@@ -43,8 +43,9 @@ export class PairSpace {
             el("div", {class: "pair"}, this.views.map((view) => view.element)), this.messages.element, this.current,
             el("div", {class: "row"}, button("Keep this point", () => this.keep()),
                 button("Clear", () => this.clear())),
-            el("table", {}, el("thead", {}, el("tr", {}, ["Point", "x", "y", "z", "From the one before"].map((title) =>
-                el("th", {}, title)))), this.table), this.line.element);
+            el("div", {class: "scroll"}, el("table", {class: "points"}, el("thead", {}, el("tr", {},
+                ["Point", "x", "y", "z", "From the one before"].map((title) => el("th", {}, title)))), this.table)),
+            this.line.element);
     }
 
     // metric  whether the calibration's lengths have a unit

@@ -18,7 +18,10 @@ export class Saving {
     constructor(request, onSaved = () => {}) {
         this.request = request;
         this.onSaved = onSaved;
-        this.name = el("input", {type: "text", class: "name", autocomplete: "off", spellcheck: "false"});
+        this.name = el("input", {type: "text", class: "name", autocomplete: "off", spellcheck: "false",
+            oninput: () => {
+                this.typed = true;
+            }});
         this.button = button("Save", () => this.save(), {class: "main"});
         this.said = el("p", {role: "status", class: "said"});
         this.element = el("div", {class: "saving"}, labelled("Save in full size as", this.name),
@@ -27,7 +30,15 @@ export class Saving {
 
     suggest(name) {
         this.name.value = name;
+        this.typed = false;
         this.said.replaceChildren();
+    }
+
+    // The name that the program would take, unless a person has typed one.
+    suggestOf(result) {
+        if (!this.typed && result) {
+            this.name.value = result.name;
+        }
     }
 
     async save() {
