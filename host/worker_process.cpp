@@ -61,6 +61,8 @@ Json answerTo(const Json& request, const Output::OnStep& onStep) {
     } catch (const std::invalid_argument& e) {
         return {{"status", 2}, {"data", nullptr}, {"text", ""}, {"messages", {e.what()}}};
     }
+    // As in a new process, so that random colours and trees are those of the command line.
+    cv::theRNG() = cv::RNG();
     const auto begun = std::chrono::steady_clock::now();
     const double processorBegun = tarvix::processorSeconds();
     std::ostringstream out;

@@ -2,6 +2,8 @@
 #include "host/numbers.h"
 #include "host/worker_process.h"
 
+#include <CLI/App.hpp>
+
 namespace host {
 
 namespace {

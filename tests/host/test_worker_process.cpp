@@ -58,6 +58,14 @@ TEST_F(WorkerProcess, RunsCommandLinesOneAfterTheOther) {
     EXPECT_FALSE(run({"lines", home, "--json"}).at("data").at("segments").empty());
 }
 
+// OpenCV's random numbers go on from where the last request left them.
+TEST_F(WorkerProcess, RandomColoursAreTheSameAgain) {
+    const std::string again = folder / "again.png";
+    ASSERT_EQ(run({"keypoints", home, "-o", out}).at("status"), 0);
+    ASSERT_EQ(run({"keypoints", home, "-o", again}).at("status"), 0);
+    EXPECT_EQ(cv::norm(cv::imread(out), cv::imread(again), cv::NORM_INF), 0);
+}
+
 TEST_F(WorkerProcess, AMessageOfTheModuleIsInTheAnswer) {
     const Json refused = run({"denoise", home, "-o", out, "--gray"});
     EXPECT_EQ(refused.at("status"), 1);
