@@ -4,13 +4,16 @@
 #include "host/gallery_inputs.h"
 #include "host/gallery_style.h"
 #include "host/page.h"
+#include "host/saving.h"
 #include "platform/system/paths.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
 #include <algorithm>
+#include <fstream>
 #include <iomanip>
+#include <iterator>
 #include <utility>
 
 namespace host {
@@ -22,7 +25,7 @@ using tarvix::pathOf;
 namespace {
 
 constexpr int widestShown = 1000;     // pixels; the page links the image itself
-constexpr std::size_t mostLines = 12; // of what a command printed
+constexpr std::size_t mostLines = 24; // of what a command printed
 
 // PHOTOS/ and OUT/ as the page's reader finds them: relative to the page.
 std::string relative(const std::string& word) {
@@ -45,12 +48,20 @@ void replaceAll(std::string& text, const std::string& what, const std::string& w
     }
 }
 
-// The text, or its first and last lines if it has many.
+// "[2/13] left02.jpg: board found": how far it was.
+bool isStep(const std::string& line) {
+    return line.size() > 1 && line[0] == '[' && line[1] >= '0' && line[1] <= '9' &&
+           line.find('/') < line.find(']');
+}
+
+// The text without steps, or its first and last lines if it has many.
 std::string shortened(const std::string& text) {
     std::istringstream in(text);
     std::vector<std::string> lines;
     for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
+        if (!isStep(line)) {
+            lines.push_back(line);
+        }
     }
     std::string kept;
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -112,6 +123,18 @@ void GalleryPage::removeOldResults(const GalleryEntry& entry) const {
         if (name.rfind("OUT/", 0) == 0) {
             fs::remove(pathOf(placed(name)), ignored);
         }
+    }
+}
+
+void GalleryPage::makePagesRelative(const GalleryEntry& entry) const {
+    for (const std::string& page : entry.pages) {
+        const std::string path = placed(page);
+        std::ifstream file(pathOf(path), std::ios::binary);
+        std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        for (const char* folder : {"photos", "results"}) {
+            replaceAll(text, escapeHtml(nameOf(m_folder / folder)), folder);
+        }
+        saveText(text, path);
     }
 }
 
@@ -181,7 +204,7 @@ void GalleryPage::addImages(const GalleryEntry& entry, bool all) {
     }
     m_sections << "<div class=row>";
     for (const std::string& name : entry.before) {
-        addFigure("before", name, all);
+        addFigure(entry.after.empty() ? "in" : "before", name, all);
     }
     if (all) {
         for (const std::string& name : entry.after) {

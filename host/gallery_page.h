@@ -32,6 +32,10 @@ public:
     // those of a failed operation.
     void removeOldResults(const GalleryEntry& entry) const;
 
+    // In the pages that the entry's commands made, names files as from the page's folder, where a
+    // reader runs the commands again. Throws Failure.
+    void makePagesRelative(const GalleryEntry& entry) const;
+
     // Adds the entry with its images. Throws Failure if an image of an operation that was done
     // cannot be read.
     void add(const GalleryEntry& entry, const GalleryRun& run);

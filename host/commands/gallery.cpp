@@ -85,7 +85,9 @@ int show(const GalleryEntry& entry, GalleryPage& page, Output& output) {
     line << (run.status == 0 ? "" : "FAILED ") << std::fixed << std::setprecision(2) << run.seconds
          << " s\n";
     output.say(line.str());
-    if (run.status != 0) {
+    if (run.status == 0) {
+        page.makePagesRelative(entry);
+    } else {
         tarvix::standardError() << run.errors;
     }
     page.add(entry, run);

@@ -93,7 +93,9 @@ Command rectify() {
          .example = {"IN", "--calib", "SET"},
          .gallery = {{.title = "A rectified pair",
                       .text = "Two cameras' images of one moment, warped so that matching "
-                              "points lie in one row.",
+                              "points lie in one row. What depth and measurements start from.",
+                      .lookFor = "Each coloured line meets the same points of the board in both "
+                                 "images. The row error says how well, in pixels.",
                       .command = {"rectify", "PHOTOS/left01.jpg", "--right", "PHOTOS/right01.jpg",
                                   "-o", "OUT/rectified.png", "--calib", "OUT/stereo"},
                       .before = {"PHOTOS/left01.jpg", "PHOTOS/right01.jpg"},
@@ -135,6 +137,11 @@ std::string pointAsText(const Json& point) {
     return text.str();
 }
 
+// The page's entry measures points of the pair that was rectified before it.
+std::vector<std::string> galleryPoint(const char* left, const char* right) {
+    return {"measure", "--calib", "OUT/stereo", "--p1", left, "--p2", right, "--unit", "mm"};
+}
+
 Command measure() {
     struct Options : CommonOptions {
         std::string folder, unit;
@@ -145,7 +152,17 @@ Command measure() {
          .help = "The point in space seen at two points of a rectified pair: x y z, lengths if "
                  "stereo-calib --metric made the calibration",
          .makes = Makes::Data,
-         .text = pointAsText},
+         .text = pointAsText,
+         .gallery = {{.title = "A length measured",
+                      .text = "Where two corners of the board are in space: each is marked in both "
+                              "images of the rectified pair above, whose calibration took the "
+                              "squares as 25 mm.",
+                      .lookFor = "Eight squares are between the two points, and sqrt(dx^2 + dy^2 + "
+                                 "dz^2) is 200 mm, to a millimetre.",
+                      .command = galleryPoint("525.1,86.0", "395.9,86.3"),
+                      .before = {"OUT/rectified.png"},
+                      .after = {},
+                      .prepare = {galleryPoint("241.2,95.7", "129.2,95.6")}}}},
         [](CLI::App& parser, Options& o) {
             addCalibrationFolder(parser, o.folder);
             addPoint(parser, "--p1", o.p1, "The point x,y in one rectified image (pixels)")

@@ -6,8 +6,10 @@
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace {
 
@@ -23,6 +25,19 @@ std::string withoutImages(std::string html) {
         html.erase(at, html.find('"', at) - at);
     }
     return html;
+}
+
+// Between the two points "x y z mm" that the page shows.
+double measuredLength(const std::string& html) {
+    std::istringstream numbers(
+        html.substr(html.find("<pre class=numbers>", html.find("A length measured</h2>")) + 19));
+    std::array<cv::Vec3d, 2> points{};
+    std::string unit;
+    for (cv::Vec3d& p : points) {
+        numbers >> p[0] >> p[1] >> p[2] >> unit;
+    }
+    EXPECT_EQ(unit, "mm");
+    return cv::norm(points[0], points[1]);
 }
 
 class Gallery : public testing::Test {
@@ -45,8 +60,18 @@ TEST_F(Gallery, ShowsEveryEntry) {
     EXPECT_THAT(html, testing::Not(HasSubstr(folder / "gallery")));
     EXPECT_THAT(html, HasSubstr("distance to the true image: 22.5 dB before, 26."));
     EXPECT_THAT(html, HasSubstr("pitch -3.95"));
+    EXPECT_THAT(html, HasSubstr("cross-validation")) << "what the calibration found";
+    EXPECT_THAT(html, testing::Not(HasSubstr("[1/13]"))) << "what it did on the way";
     EXPECT_THAT(html, HasSubstr("href=\"results/calibration.html\""));
     EXPECT_THAT(html, HasSubstr("href=\"results/stereo.html\""));
+    EXPECT_NEAR(measuredLength(html), 200, 1) << "mm, eight squares of 25";
+    // So are the pages of its calibrations.
+    for (const char* report : {"calibration.html", "stereo.html"}) {
+        const std::string text =
+            withoutImages(test::bytesOf(folder / ("gallery/results/" + std::string(report))));
+        EXPECT_THAT(text, HasSubstr("photos/left01.jpg"));
+        EXPECT_THAT(text, testing::Not(HasSubstr(folder / "gallery")));
+    }
     // Everything that it links is there.
     const std::string link = "href=\"";
     int links = 0;
