@@ -87,6 +87,9 @@ struct Command {
     bool internal = false;               // for programs: --help does not list it
     std::string family{};                // set by commands()
     std::function<Job()> newJob{};       // set by imageCommand() and command()
+
+    // If its options depend on the words after the program's name: the job for those.
+    std::function<Job(const std::vector<std::string>& words)> newJobFor{};
 };
 
 // A command that takes one image. `run` gets the bitmap of `options.in`, loaded.

@@ -17,7 +17,8 @@ std::vector<Command> collected() {
           Family{"geometry", straighteningCommands}, Family{"geometry", geometryCommands},
           Family{"calib", calibrationCommands}, Family{"calib", stereoCommands},
           Family{"features", featureCommands}, Family{"gallery", galleryCommands},
-          Family{"workers", workerCommands}, Family{"workers", previewCommands}}) {
+          Family{"batch", batchCommands}, Family{"workers", workerCommands},
+          Family{"workers", previewCommands}}) {
         for (Command& command : commands()) {
             command.family = name;
             all.push_back(std::move(command));

@@ -26,5 +26,6 @@ std::vector<Command> featureCommands();
 std::vector<Command> galleryCommands();
 std::vector<Command> workerCommands();
 std::vector<Command> previewCommands();
+std::vector<Command> batchCommands();
 
 } // namespace host

@@ -34,6 +34,7 @@ struct Result {
     std::vector<std::string> warnings{}; // whole sentences for the user
     std::vector<ImageBeside> beside{};
     std::vector<TextBeside> texts{};
+    int status = 0; // exit status, if it is not a failure of the whole command
 };
 
 } // namespace host

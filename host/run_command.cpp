@@ -123,7 +123,7 @@ Json writtenAsJson(const cv::Mat& image, const std::string& path) {
     return {{"output", path}, {"size", {image.cols, image.rows}}, {"channels", image.channels()}};
 }
 
-void runAndWrite(const Command& command, const Job& job, Output& output) {
+int runAndWrite(const Command& command, const Job& job, Output& output) {
     refuseQualityOfOthers(*job.options);
     if (!job.options->out.empty() && !job.options->toStandardOutput) {
         requireWritable(job.options->out); // before long work
@@ -151,6 +151,7 @@ void runAndWrite(const Command& command, const Job& job, Output& output) {
     for (const TextBeside& text : result.texts) {
         saveText(text.make(), text.path);
     }
+    return result.status;
 }
 
 } // namespace
@@ -161,8 +162,8 @@ int perform(const Command& command, const Job& job, Output& output) {
     }
     application().forgetMessages();
     const int status = guarded(output, [&] {
-        runAndWrite(command, job, output);
-        return application().messageShown() ? 1 : 0;
+        const int wanted = runAndWrite(command, job, output);
+        return application().messageShown() ? 1 : wanted;
     });
     showNotes(output);
     return status;
@@ -222,13 +223,16 @@ void requireFilesNamed(const CLI::App& app, const Command& command) {
 
 } // namespace
 
+std::string programVersion() {
+    return std::string("Tarvix " TARVIX_VERSION ", OpenCV ") + cv::getVersionString();
+}
+
 int runCommand(std::vector<std::string> words, Output& output) {
     CLI::App app("Tarvix's sample host: one sub-command for each operation of the module.",
                  "tarvix");
     app.allow_windows_style_options(false); // a path may begin with a slash
     app.require_subcommand(1);
-    app.set_version_flag("--version", std::string("Tarvix " TARVIX_VERSION ", OpenCV ") +
-                                          cv::getVersionString() + "\n" TARVIX_BUILD);
+    app.set_version_flag("--version", programVersion() + "\n" TARVIX_BUILD);
     app.footer("Exit status: 0 done, 1 the operation failed (one line says why), 2 bad usage.");
     bool verbose = false;
     const auto addVerbose = [&verbose](CLI::App& parser) {
@@ -240,7 +244,9 @@ int runCommand(std::vector<std::string> words, Output& output) {
     Job job;
     for (const Command& row : commands()) {
         CLI::App* parser = app.add_subcommand(row.name, row.help);
-        const Job rowsJob = row.newJob();
+        const Job rowsJob = row.newJobFor && !words.empty() && words[0] == row.name
+                                ? row.newJobFor(words)
+                                : row.newJob();
         rowsJob.addOptions(*parser);
         if (parser->get_option_no_throw("--json") == nullptr) {
             addJson(*parser, *rowsJob.options);

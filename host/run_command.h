@@ -20,4 +20,7 @@ int runCommand(std::vector<std::string> words, Output& output);
 // written before the data is printed; what may fail beside the result comes last.
 int perform(const Command& command, const Job& job, Output& output);
 
+// "Tarvix 1.0.0, OpenCV 4.6.0".
+std::string programVersion();
+
 } // namespace host

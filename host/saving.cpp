@@ -39,12 +39,17 @@ void moveTo(const fs::path& finished, const std::string& path) {
     }
 }
 
+// Where a file is written until it is whole.
+fs::path halfOf(const fs::path& target) {
+    fs::path half = target;
+    half.replace_filename(fs::path(".half-") += target.filename());
+    return half;
+}
+
 // Lets `write` make a file beside the target and renames that. `write` says whether the file is
 // whole.
 void replaceFile(const std::string& path, const std::function<bool(const fs::path& half)>& write) {
-    const fs::path target = pathOf(path);
-    fs::path half = target;
-    half.replace_filename(fs::path(".half-") += target.filename());
+    const fs::path half = halfOf(pathOf(path));
     try {
         bool whole = false;
         std::string reason = std::ofstream(half).good() ? "" : systemReason();
@@ -88,8 +93,12 @@ void requireWritable(const std::string& path) {
     if (fs::is_directory(target, ignored)) {
         cannotWrite(path, "a folder has that name");
     }
+    requireImageFormat(path);
+}
+
+void requireImageFormat(const std::string& path) {
     if (!cv::haveImageWriter(path)) {
-        const std::string extension = nameOf(target.extension());
+        const std::string extension = nameOf(pathOf(path).extension());
         cannotWrite(path, (extension.empty() ? "its name has no extension"
                                              : "'" + extension + "' is not an image format") +
                               "; use .png, .jpg, .bmp or .tif");
@@ -145,6 +154,11 @@ std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path
         return !cv::imread(nameOf(half), cv::IMREAD_UNCHANGED).empty();
     });
     return leftOut;
+}
+
+void removeHalf(const std::string& path) {
+    std::error_code ignored;
+    fs::remove(halfOf(pathOf(path)), ignored);
 }
 
 void saveText(const std::string& text, const std::string& path) {

@@ -32,6 +32,12 @@ std::string encodeImage(const cv::Mat& image, const std::string& format, const S
 // folder has that name, or the extension is not a format that can be written.
 void requireWritable(const std::string& path);
 
+// Throws Failure if the extension is not a format that can be written.
+void requireImageFormat(const std::string& path);
+
+// Removes what a process that was ended in the middle may have left of writing that file.
+void removeHalf(const std::string& path);
+
 // Writes the text as it is. Throws Failure if it cannot; an existing file is then unchanged.
 void saveText(const std::string& text, const std::string& path);
 

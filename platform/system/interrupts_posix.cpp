@@ -50,6 +50,9 @@ Interrupts::Interrupts(std::function<void()> onInterrupt) : m_state(std::make_un
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < signals.size(); ++i) {
         sigaction(signals[i], &action, &s.before[i]);
+        if (s.before[i].sa_handler == SIG_IGN) { // as under nohup
+            sigaction(signals[i], &s.before[i], nullptr);
+        }
     }
 }
 

@@ -12,4 +12,8 @@ std::filesystem::path pathOf(const std::string& name);
 // Characters that the code page lacks are replaced as the system chooses.
 std::string nameOf(const std::filesystem::path& path);
 
+// The same for two paths that differ only in what the system does not tell apart in names: capital
+// and small letters on Windows.
+std::filesystem::path foldedPath(const std::filesystem::path& path);
+
 } // namespace tarvix

@@ -10,4 +10,8 @@ std::string nameOf(const std::filesystem::path& path) {
     return path.string();
 }
 
+std::filesystem::path foldedPath(const std::filesystem::path& path) {
+    return path;
+}
+
 } // namespace tarvix

@@ -22,4 +22,10 @@ std::string nameOf(const std::filesystem::path& path) {
     return name;
 }
 
+std::filesystem::path foldedPath(const std::filesystem::path& path) {
+    std::wstring text = path.wstring();
+    CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
+}
+
 } // namespace tarvix

@@ -41,6 +41,8 @@ LINES = {
     "match": "box.png home.jpg -o out.png",
     "register": "aloeL.jpg aloeR.jpg -o set",
     "board": "--board 9x6 --square 25 -o board.svg",
+    "batch": "lines home.jpg building.jpg --manifest lines.jsonl",
+    "batch-summary": "lines.jsonl",
     "stitch": "view1.png view2.png -o out.png",
 }
 NOT_RUN = {"track", "gallery", "import-calib", "workbench"}  # a camera, minutes, a file of another tool, a browser

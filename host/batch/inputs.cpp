@@ -1,0 +1,202 @@
+#include "host/batch/inputs.h"
+
+#include "host/batch/digest.h"
+#include "host/failure.h"
+#include "platform/system/paths.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <set>
+
+namespace host {
+
+namespace fs = std::filesystem;
+using tarvix::nameOf;
+using tarvix::pathOf;
+
+void NameList::add(std::string_view name) {
+    m_text.append(name);
+    m_ends.push_back(m_text.size());
+}
+
+std::string NameList::at(std::size_t index) const {
+    const std::size_t begin = index == 0 ? 0 : m_ends[index - 1];
+    return m_text.substr(begin, m_ends[index] - begin);
+}
+
+namespace {
+
+bool isImageName(const fs::path& path) {
+    static const std::set<std::string> known = {".bmp", ".dib",  ".jpeg", ".jpg", ".jpe",  ".jp2",
+                                                ".png", ".webp", ".pbm",  ".pgm", ".ppm",  ".pnm",
+                                                ".tif", ".tiff", ".exr",  ".hdr", ".avif", ".ras"};
+    std::string extension = nameOf(path.extension());
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return known.contains(extension);
+}
+
+bool isFolder(const fs::path& path) {
+    std::error_code ignored;
+    return fs::is_directory(path, ignored);
+}
+
+std::vector<fs::path> entriesOf(const fs::path& folder) {
+    std::vector<fs::path> entries;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder.empty() ? fs::path(".") : folder, error), end;
+         !error && entry != end; entry.increment(error)) {
+        entries.push_back(entry->path().filename());
+    }
+    std::sort(entries.begin(), entries.end());
+    return entries;
+}
+
+// Whether a name is of a pattern with * and ?.
+bool matches(std::string_view pattern, std::string_view name) {
+    std::size_t p = 0;
+    std::size_t n = 0;
+    std::size_t star = std::string_view::npos; // the last one, and where it may end next
+    std::size_t next = 0;
+    while (n < name.size()) {
+        if (p < pattern.size() && pattern[p] == '*') {
+            star = p++;
+            next = n;
+        } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+            ++p;
+            ++n;
+        } else if (star != std::string_view::npos) {
+            p = star + 1;
+            n = ++next;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', p) == std::string_view::npos;
+}
+
+bool isPattern(const std::string& text) {
+    return text.find_first_of("*?") != std::string::npos;
+}
+
+using Take = std::function<void(const fs::path& file)>;
+
+// Goes through the folder by what is left of a pattern's names.
+void find(const fs::path& folder, const std::vector<std::string>& names, std::size_t at,
+          const Take& take) {
+    const std::string& name = names[at];
+    const bool last = at + 1 == names.size();
+    if (!isPattern(name)) {
+        const fs::path path = folder / pathOf(name);
+        std::error_code ignored;
+        if (last ? fs::is_regular_file(path, ignored) : isFolder(path)) {
+            last ? take(path) : find(path, names, at + 1, take);
+        }
+        return;
+    }
+    const bool anyDepth = name == "**" && !last;
+    if (anyDepth) {
+        find(folder, names, at + 1, take);
+    }
+    for (const fs::path& entry : entriesOf(folder)) {
+        const std::string text = nameOf(entry);
+        if (text.starts_with(".") && !name.starts_with(".")) {
+            continue;
+        }
+        const fs::path path = folder / entry;
+        std::error_code ignored;
+        if (anyDepth) {
+            if (isFolder(path) && !fs::is_symlink(path, ignored)) { // which may lead in a circle
+                find(path, names, at, take);
+            }
+        } else if (matches(name, text)) {
+            if (last ? fs::is_regular_file(path, ignored) : isFolder(path)) {
+                last ? take(path) : find(path, names, at + 1, take);
+            }
+        }
+    }
+}
+
+void expandPattern(const std::string& word, const Take& take) {
+    const fs::path whole = pathOf(word);
+    std::vector<std::string> names;
+    for (const fs::path& part : whole.relative_path()) {
+        names.push_back(nameOf(part));
+    }
+    find(whole.root_path(), names, 0, take);
+}
+
+// The names, each once.
+class Collected {
+public:
+    void add(const std::string& name) {
+        if (m_seen.insert(digestOf(name)).second) {
+            names.add(name);
+        }
+    }
+    void addLines(std::istream& lines) {
+        for (std::string line; std::getline(lines, line);) {
+            if (line.ends_with('\r')) {
+                line.pop_back();
+            }
+            if (!line.empty()) {
+                add(line);
+            }
+        }
+    }
+    NameList names;
+
+private:
+    std::set<Digest> m_seen;
+};
+
+} // namespace
+
+NameList expandInputs(const std::vector<std::string>& words, std::istream& in) {
+    Collected all;
+    for (const std::string& word : words) {
+        std::error_code ignored;
+        std::size_t found = 0;
+        const Take take = [&](const fs::path& file) {
+            ++found;
+            all.add(nameOf(file));
+        };
+        if (word == "-") {
+            all.addLines(in);
+        } else if (fs::is_regular_file(pathOf(word), ignored)) {
+            all.add(word);
+        } else if (word.starts_with("@")) {
+            std::ifstream list(pathOf(word.substr(1)), std::ios::binary);
+            if (!list) {
+                throw Failure("the list '" + word.substr(1) + "' cannot be read");
+            }
+            all.addLines(list);
+        } else if (isFolder(pathOf(word))) {
+            for (const fs::path& entry : entriesOf(pathOf(word))) {
+                const fs::path file = pathOf(word) / entry;
+                if (!nameOf(entry).starts_with(".") && isImageName(entry) &&
+                    fs::is_regular_file(file, ignored)) {
+                    take(file);
+                }
+            }
+            if (found == 0) {
+                throw Failure("there are no images in the folder '" + word +
+                              "'; for those in folders below it, write '" + word + "/**/*.jpg'");
+            }
+        } else if (isPattern(word)) {
+            expandPattern(word, take);
+            if (found == 0) {
+                throw Failure("no file matches '" + word + "'");
+            }
+        } else {
+            all.add(word);
+        }
+    }
+    return std::move(all.names);
+}
+
+} // namespace host

@@ -1,0 +1,144 @@
+#include "host/batch/manifest.h"
+
+#include "host/failure.h"
+#include "platform/system/paths.h"
+#include "workers/worker.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace host {
+
+namespace fs = std::filesystem;
+using tarvix::pathOf;
+
+std::optional<InputState> stateOf(const std::string& path) {
+    std::error_code error;
+    const fs::directory_entry entry(pathOf(path), error);
+    const std::uintmax_t bytes = error ? 0 : entry.file_size(error);
+    const auto modified = error ? fs::file_time_type{} : entry.last_write_time(error);
+    return error ? std::nullopt
+                 : std::optional(InputState{bytes, modified.time_since_epoch().count()});
+}
+
+std::size_t readManifest(const std::string& path,
+                         const std::function<void(const Json& record, std::streamoff at)>& use) {
+    std::ifstream file(pathOf(path), std::ios::binary);
+    if (!file) {
+        throw Failure("the manifest '" + path + "' cannot be read");
+    }
+    std::size_t leftOut = 0;
+    std::streamoff at = 0;
+    for (std::string line; std::getline(file, line);) {
+        const bool whole = !file.eof(); // its end was there
+        const Json record = whole ? Json::parse(line, nullptr, false) : Json();
+        if (record.is_object()) {
+            use(record, at);
+        } else {
+            ++leftOut;
+        }
+        at += static_cast<std::streamoff>(line.size()) + 1;
+    }
+    return leftOut;
+}
+
+namespace {
+
+Digest digestIn(const Json& record, const char* member) {
+    const auto found = record.find(member);
+    return found != record.end() && found->is_string()
+               ? digestFrom(found->get_ref<const std::string&>()).value_or(Digest{})
+               : Digest{};
+}
+
+template <class Number>
+Number numberIn(const Json& record, const char* member) {
+    const auto found = record.find(member);
+    return found != record.end() && found->is_number() ? found->get<Number>() : Number{};
+}
+
+Finished finishedOf(const Json& record) {
+    return {.key = digestIn(record, "key"),
+            .hash = digestIn(record, "hash"),
+            .state = {numberIn<std::uint64_t>(record, "bytes"),
+                      numberIn<std::int64_t>(record, "modified")},
+            .failed = record.value("status", Json()) != "done"};
+}
+
+} // namespace
+
+FinishedImages::FinishedImages(const std::string& manifest) {
+    readManifest(manifest, [this](const Json& record, std::streamoff) {
+        m_all.push_back(finishedOf(record));
+    });
+    std::stable_sort(m_all.begin(), m_all.end(),
+                     [](const Finished& a, const Finished& b) { return a.key < b.key; });
+    // Of equal ones, the last.
+    const auto first =
+        std::unique(m_all.rbegin(), m_all.rend(), [](const Finished& a, const Finished& b) {
+            return a.key == b.key;
+        }).base();
+    m_all.erase(m_all.begin(), first);
+}
+
+const Finished* FinishedImages::find(const Digest& key) const {
+    const auto found = std::lower_bound(
+        m_all.begin(), m_all.end(), key,
+        [](const Finished& entry, const Digest& wanted) { return entry.key < wanted; });
+    return found != m_all.end() && found->key == key ? &*found : nullptr;
+}
+
+ManifestWriter::ManifestWriter(std::string path) : m_path(std::move(path)) {
+    std::error_code error;
+    const fs::path file = pathOf(m_path);
+    if (fs::exists(file, error)) {
+        std::ifstream existing(file, std::ios::binary);
+        for (std::string line; std::getline(existing, line) && !existing.eof();) {
+            m_size += line.size() + 1;
+        }
+        existing.close();
+        if (m_size != fs::file_size(file, error)) {
+            fs::resize_file(file, m_size, error); // half a line
+        }
+    }
+    errno = 0;
+    m_file.open(file, std::ios::binary | std::ios::app);
+    if (!m_file || error) {
+        throw Failure("the manifest '" + m_path + "' cannot be written: " +
+                      (error ? error.message() : std::generic_category().message(errno)));
+    }
+}
+
+void ManifestWriter::add(const Json& record) {
+    const std::string line = record.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+    m_file << line << std::flush;
+    if (m_file) {
+        m_size += line.size();
+        return;
+    }
+    m_file.close();
+    std::error_code ignored;
+    fs::resize_file(pathOf(m_path), m_size, ignored);
+    throw Failure("the manifest '" + m_path + "' cannot be written: the disk may be full");
+}
+
+void putName(Json& record, const std::string& member, const std::string& name) {
+    if (tarvix::isUtf8(name)) {
+        record[member] = name;
+    } else {
+        record[member + "Hex"] = tarvix::toHex(name);
+    }
+}
+
+std::string takeName(const Json& record, const std::string& member) {
+    if (const auto found = record.find(member); found != record.end() && found->is_string()) {
+        return found->get<std::string>();
+    }
+    const auto hex = record.find(member + "Hex");
+    return hex != record.end() && hex->is_string() ? tarvix::fromHex(hex->get<std::string>()) : "";
+}
+
+} // namespace host

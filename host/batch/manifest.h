@@ -1,0 +1,74 @@
+// The record of a batch: one JSON object a line, one line an image (docs/batch.md has the members).
+#pragma once
+
+#include "host/batch/digest.h"
+#include "host/result.h"
+
+#include <cstdint>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// What of an input says that it is the same.
+struct InputState {
+    std::uint64_t bytes = 0;
+    std::int64_t modified = 0; // of the file system's clock, in its ticks
+    auto operator<=>(const InputState&) const = default;
+};
+
+// None if there is no such file.
+std::optional<InputState> stateOf(const std::string& path);
+
+// What a line says, as far as the next run needs it.
+struct Finished {
+    Digest key; // of the command line that was run, and the program's version
+    Digest hash;
+    InputState state;
+    bool failed = false;
+};
+
+// Calls `use` with every whole object of the file and the place of its line. A line at the end that
+// was cut off by a kill, and lines that are no objects, are left out and counted in the result.
+// Throws Failure if the file cannot be read.
+std::size_t readManifest(const std::string& path,
+                         const std::function<void(const Json& record, std::streamoff at)>& use);
+
+// The images that a manifest says are finished: some bytes for each.
+class FinishedImages {
+public:
+    FinishedImages() = default;
+    explicit FinishedImages(const std::string& manifest);
+
+    // What the manifest's last line about this command line says; null if there is none.
+    [[nodiscard]] const Finished* find(const Digest& key) const;
+
+private:
+    std::vector<Finished> m_all; // by key, the last one of each
+};
+
+// Appends lines to a manifest.
+class ManifestWriter {
+public:
+    // Makes the file, or goes on behind its last whole line. Throws Failure.
+    explicit ManifestWriter(std::string path);
+
+    // Adds a line, which the system has when the function returns. Throws Failure if it cannot, for
+    // example on a full disk; the file then ends with the line before.
+    void add(const Json& record);
+
+private:
+    std::string m_path;
+    std::ofstream m_file;
+    std::uintmax_t m_size = 0; // of whole lines
+};
+
+// Puts a file's name into a record, and takes it out. A name that is not UTF-8 goes as hexadecimal
+// digits under NAME + "Hex".
+void putName(Json& record, const std::string& member, const std::string& name);
+std::string takeName(const Json& record, const std::string& member);
+
+} // namespace host

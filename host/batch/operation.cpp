@@ -1,0 +1,65 @@
+#include "host/batch/operation.h"
+
+#include "host/commands.h"
+
+#include <CLI/App.hpp>
+
+#include <algorithm>
+
+namespace host {
+
+std::shared_ptr<Operation> Operation::named(const std::string& name) {
+    for (const Command& command : commands()) {
+        if (command.name == name && command.takes == Takes::OneImage) {
+            return std::shared_ptr<Operation>(new Operation(command));
+        }
+    }
+    return nullptr;
+}
+
+Operation::Operation(const Command& command) : m_command(command), m_job(command.newJob()) {
+    CLI::App parser;
+    m_job.addOptions(parser);
+    const CLI::Option* const out = parser.get_option_no_throw("-o");
+    m_mayWrite = out != nullptr;
+    m_mustWrite = m_mayWrite && out->get_required();
+}
+
+void Operation::addOptions(CLI::App& parser) {
+    m_job.addOptions(parser);
+    for (const char* const name : {"IN", "--json", "-o"}) {
+        if (CLI::Option* const option = parser.get_option_no_throw(name)) {
+            parser.remove_option(option);
+        }
+    }
+    m_options = parser.get_options([](const CLI::Option* option) {
+        return !option->get_lnames().empty() && option->get_lnames()[0] != "help";
+    });
+}
+
+std::vector<std::string> Operation::words() const {
+    std::vector<std::string> words = {m_command.name};
+    for (const CLI::Option* option : m_options) {
+        if (option->count() == 0) {
+            continue;
+        }
+        words.push_back("--" + option->get_lnames()[0]);
+        if (option->get_items_expected_max() > 0) { // no flag
+            words.insert(words.end(), option->results().begin(), option->results().end());
+        }
+    }
+    return words;
+}
+
+std::vector<std::string> Operation::filesBeside() const {
+    std::vector<std::string> files;
+    for (const CLI::Option* option : m_options) {
+        const std::string& name = option->get_lnames()[0];
+        if (name == "overlay" || name == "save") {
+            files.insert(files.end(), option->results().begin(), option->results().end());
+        }
+    }
+    return files;
+}
+
+} // namespace host

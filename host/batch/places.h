@@ -1,0 +1,48 @@
+// Where the results of a batch go.
+#pragma once
+
+#include "host/batch/digest.h"
+#include "host/batch/inputs.h"
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace host {
+
+// One input as patterns name it.
+struct Placed {
+    std::string input;
+    std::size_t number = 1; // its place among all inputs, from 1
+    std::size_t count = 1;  // of all inputs: {n} has as many digits
+};
+
+// The text with {name}, {ext}, {dir} and {n} replaced. {name} and {ext} are the file's name without
+// and behind its last dot. {dir} is its folder: as it is at the beginning of the text, elsewhere
+// without the root and without "..", so that it stays below what is before it.
+std::string fillIn(const std::string& text, const Placed& placed);
+
+// True if fillIn() changes the text.
+bool hasPlaceholder(const std::string& text);
+
+// Throws BadUsage for {...} that fillIn() does not know.
+void requireKnownPlaceholders(const std::string& text);
+
+// Throws Failure if, for any of the patterns of output files,
+// - two inputs lead to one file,
+// - a file is an input, or one of the `kept` files.
+// Links are followed. What the patterns need of the inputs is held in memory: some bytes for each.
+void requireSeparatePlaces(const NameList& inputs, const std::vector<std::string>& patterns,
+                           const std::vector<std::string>& kept);
+
+// Folders by what they are rather than by what they are called. Remembers them.
+class Places {
+public:
+    // The same for two paths that name one entry of a folder.
+    Digest of(const std::string& path);
+
+private:
+    std::unordered_map<std::string, std::string> m_folders;
+};
+
+} // namespace host

@@ -1,0 +1,22 @@
+// What the manifests of a batch say together: the command batch-summary.
+#pragma once
+
+#include "host/command.h"
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct SummaryOptions : CommonOptions {
+    std::vector<std::string> manifests;
+    std::string merged; // file for all lines; empty: none
+};
+
+// Counts the images by their last lines, lists the failed ones. The status is 1 if one failed or
+// has no line. Throws Failure for a manifest that cannot be read.
+Result summarise(const SummaryOptions& options);
+
+std::string summaryAsText(const Json& data);
+
+} // namespace host

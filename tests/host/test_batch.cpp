@@ -1,0 +1,351 @@
+// The command batch, run as a user runs it.
+#include "host/result.h"
+#include "platform/system/child_process.h"
+#include "tests/host/sub_command.h"
+#include "tests/support/environment.h"
+#include "tests/support/files.h"
+#include "tests/support/images.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#if __has_include(<sys/wait.h>)
+#include "tests/support/file_size_limit.h"
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#endif
+
+namespace {
+
+namespace fs = std::filesystem;
+using host::Json;
+using test::ProgramResult;
+using test::tarvix;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::string program = fs::absolute(TARVIX_PROGRAM).string();
+
+class Batch : public testing::Test {
+protected:
+    // Small images of noise, no two alike.
+    void makeInputs(int count) {
+        fs::create_directories(folder / "in");
+        for (int i = 0; i < count; ++i) {
+            cv::Mat image(12, 16 + i % 7, CV_8UC3);
+            cv::RNG random(static_cast<std::uint64_t>(i) + 1);
+            random.fill(image, cv::RNG::UNIFORM, 0, 256);
+            char name[40];
+            static_cast<void>(std::snprintf(name, sizeof name, "in/%04d.png", i));
+            cv::imwrite(folder / name, image);
+        }
+    }
+    [[nodiscard]] std::vector<std::string> words(const std::vector<std::string>& more = {}) const {
+        std::vector<std::string> all = {
+            "batch",      "canny", folder / "in", "--low", "20", "--out", folder / "out/{name}.png",
+            "--manifest", manifest};
+        all.insert(all.end(), more.begin(), more.end());
+        return all;
+    }
+    [[nodiscard]] std::vector<Json> lines(const std::string& path) const {
+        std::vector<Json> all;
+        std::istringstream text(test::bytesOf(path));
+        for (std::string line; std::getline(text, line);) {
+            all.push_back(Json::parse(line));
+        }
+        return all;
+    }
+    // Every input has one line, in order, and one whole result: the bytes of a run for itself.
+    void expectComplete(int count) {
+        const std::vector<Json> all = lines(manifest);
+        ASSERT_EQ(all.size(), static_cast<std::size_t>(count)) << "one line for each";
+        std::set<std::string> inputs;
+        for (const Json& line : all) {
+            EXPECT_EQ(line.at("status"), "done");
+            EXPECT_TRUE(inputs.insert(line.at("input")).second) << line.dump();
+        }
+        const std::set<std::string> names = test::namesIn(folder / "out");
+        EXPECT_EQ(names.size(), static_cast<std::size_t>(count)) << "nothing half written is left";
+        EXPECT_EQ(names, test::namesIn(folder / "in"));
+        for (const std::string& name : names) {
+            EXPECT_EQ(test::bytesOf(folder / ("out/" + name)), expected.at(name)) << name;
+        }
+    }
+    void makeExpected() {
+        ASSERT_EQ(tarvix({"batch", "canny", folder / "in", "--low", "20", "--jobs", "1", "--out",
+                          folder / "expected/{name}.png"})
+                      .status,
+                  0);
+        for (const std::string& name : test::namesIn(folder / "expected")) {
+            expected[name] = test::bytesOf(folder / ("expected/" + name));
+        }
+    }
+
+    test::TempFolder folder;
+    std::string manifest = folder / "m.jsonl";
+    std::map<std::string, std::string> expected;
+};
+
+TEST_F(Batch, GivesWhatTheCommandGivesForEachImage) {
+    makeInputs(40);
+    makeExpected();
+    for (const std::string& name : {std::string("0000.png"), std::string("0017.png")}) {
+        tarvix({"canny", folder / ("in/" + name), "--low", "20", "-o", folder / "one.png"});
+        EXPECT_EQ(test::bytesOf(folder / "one.png"), expected.at(name));
+    }
+    std::vector<std::string> order;
+    for (const char* jobs : {"1", "3"}) {
+        SCOPED_TRACE(jobs);
+        fs::remove_all(folder / "out");
+        fs::remove(manifest);
+        const ProgramResult run = tarvix(words({"--jobs", jobs, "--json"}));
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.err, "");
+        EXPECT_EQ(Json::parse(run.out).at("done"), 40);
+        expectComplete(40);
+        std::vector<std::string> now;
+        for (const Json& line : lines(manifest)) {
+            now.push_back(line.at("input"));
+            EXPECT_EQ(line.at("of"), 40);
+            EXPECT_EQ(line.at("number"), now.size());
+            EXPECT_EQ(line.at("data").at("channels"), 1);
+            EXPECT_EQ(line.at("operation").at(1), "--low");
+            EXPECT_GT(line.at("memory"), 0);
+        }
+        EXPECT_TRUE(std::is_sorted(now.begin(), now.end()));
+    }
+}
+
+TEST_F(Batch, DataAreInTheManifest) {
+    fs::create_directories(folder / "in");
+    for (const char* name : {"left01.jpg", "left02.jpg", "home.jpg"}) {
+        fs::copy_file(test::photoPath(name), folder / (std::string("in/") + name));
+    }
+    const ProgramResult run = tarvix(
+        {"batch", "chessboard", "--board", "9x6", folder / "in/*.jpg", "--manifest", manifest});
+    EXPECT_EQ(run.status, 1) << "home.jpg has no board";
+    test::expectOneLine(run, 1);
+    EXPECT_THAT(run.out, HasSubstr("2 of 3 images done, 1 failed"));
+    const std::vector<Json> all = lines(manifest);
+    ASSERT_EQ(all.size(), 3U);
+    EXPECT_EQ(all[0].at("status"), "failed");
+    EXPECT_THAT(all[0].at("message"), HasSubstr("no chessboard"));
+    EXPECT_EQ(all[1].at("data").at("corners").size(), 54U);
+}
+
+TEST_F(Batch, APoisonousImageCostsItself) {
+    constexpr int count = 500;
+    makeInputs(1);
+    ASSERT_EQ(tarvix(words()).status, 0);
+    const auto usual = lines(manifest).at(0).at("memory").get<std::uint64_t>() >> 20U;
+    fs::remove(manifest);
+    makeInputs(count);
+    // Few bytes, and more pixels than a worker may hold: 243 MB.
+    cv::imwrite(folder / "in/0100-poison.png", cv::Mat(9000, 9000, CV_8UC1, cv::Scalar(7)),
+                {cv::IMWRITE_PNG_COMPRESSION, 1});
+    const std::string limit = std::to_string(usual + 150);
+    const ProgramResult run = tarvix(words({"--memory", limit}));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("0100-poison.png' failed: it took more than " + limit +
+                                   " MiB of memory"));
+    EXPECT_THAT(run.out, HasSubstr("500 of 501 images done, 1 failed"));
+    EXPECT_EQ(test::namesIn(folder / "out").size(), static_cast<std::size_t>(count))
+        << "and nothing half written";
+    const ProgramResult summary = tarvix({"batch-summary", manifest});
+    EXPECT_EQ(summary.status, 1);
+    EXPECT_THAT(summary.out, HasSubstr("500 of 501 images done, 1 failed, 0 missing"));
+    EXPECT_THAT(summary.out, HasSubstr("0100-poison.png' failed: "));
+    // Failed images are finished, too, unless they are to be tried again.
+    EXPECT_THAT(tarvix(words({"--resume"})).out, HasSubstr("501 skipped"));
+    EXPECT_THAT(tarvix(words({"--retry-failed"})).out,
+                HasSubstr("1 of 501 images done, 500 skipped"));
+    EXPECT_EQ(tarvix({"batch-summary", manifest}).status, 0);
+}
+
+TEST_F(Batch, ResumeRunsWhatHasChanged) {
+    makeInputs(6);
+    makeExpected();
+    ASSERT_EQ(tarvix(words()).status, 0);
+    const auto runs = [&](const std::vector<std::string>& more) {
+        std::vector<std::string> all = words({"--resume", "--json"});
+        all.insert(all.end(), more.begin(), more.end());
+        const ProgramResult run = tarvix(all);
+        EXPECT_EQ(run.status, 0) << run.err;
+        return Json::parse(run.out).at("done").get<int>();
+    };
+    EXPECT_EQ(runs({}), 0);
+    fs::remove(folder / "out/0001.png");
+    EXPECT_EQ(runs({}), 1) << "its result is gone";
+    fs::last_write_time(folder / "in/0002.png", fs::file_time_type::clock::now());
+    EXPECT_EQ(runs({}), 0) << "the same bytes";
+    fs::copy_file(folder / "in/0004.png", folder / "in/0003.png",
+                  fs::copy_options::overwrite_existing);
+    EXPECT_EQ(runs({}), 1) << "other bytes";
+    EXPECT_EQ(runs({"--aperture", "5"}), 6) << "other options";
+    EXPECT_EQ(tarvix({"batch-summary", manifest}).status, 0);
+}
+
+TEST_F(Batch, NothingIsOverwritten) {
+    makeInputs(3);
+    const std::string before = test::bytesOf(folder / "in/0001.png");
+    for (const char* pattern : {"in/{name}.png", "out/same.png", "in/../in/{name}.{ext}"}) {
+        const ProgramResult run = tarvix(
+            {"batch", "canny", folder / "in", "--out", folder / pattern, "--manifest", manifest});
+        test::expectOneLine(run, 1);
+        EXPECT_FALSE(fs::exists(manifest)) << "nothing has run";
+    }
+    EXPECT_EQ(test::bytesOf(folder / "in/0001.png"), before);
+    ASSERT_EQ(tarvix(words()).status, 0);
+    const std::string record = test::bytesOf(manifest);
+    test::expectOneLine(tarvix(words()), 1);
+    EXPECT_EQ(test::bytesOf(manifest), record) << "a manifest is gone on with on request only";
+}
+
+TEST_F(Batch, ShardsMakeTheWhole) {
+    makeInputs(50);
+    makeExpected();
+    std::vector<std::string> summary = {"batch-summary", "--out", manifest};
+    for (const char* shard : {"1/3", "2/3", "3/3"}) {
+        const std::string part = folder / (std::string("part") + shard[0] + ".jsonl");
+        const ProgramResult run =
+            tarvix({"batch", "canny", folder / "in", "--low", "20", "--shard", shard, "--manifest",
+                    part, "--out", folder / "out/{name}.png"});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(tarvix({"batch-summary", part}).status, 1) << "the others are missing";
+        summary.push_back(part);
+    }
+    EXPECT_EQ(tarvix(summary).status, 0);
+    expectComplete(50);
+}
+
+TEST_F(Batch, BadUsageIsFoundBeforeAnythingRuns) {
+    makeInputs(1);
+    const std::string in = folder / "in";
+    for (const std::vector<std::string>& bad :
+         {std::vector<std::string>{"batch"},
+          {"batch", "cany", in},
+          {"batch", "register", in},
+          {"batch", "canny", in},
+          {"batch", "lines", in, "--low", "1"},
+          {"batch", "canny", in, "--out", "{x}.png"},
+          {"batch", "lines", in, "--resume"},
+          {"batch", "lines", in, "--shard", "3/2"},
+          {"batch", "lines", in, "--jobs", "0"},
+          {"batch", "chessboard", in},
+          {"batch", "canny", in, "--low", "x", "--out", "{n}.png"}}) {
+        test::expectOneLine(tarvix(bad), 2);
+    }
+    test::expectOneLine(tarvix({"batch", "canny", in, "--out", folder / "{n}.doc"}), 1);
+    test::expectOneLine(
+        tarvix({"batch", "canny", folder / "nowhere/*", "--out", folder / "{n}.png"}), 1);
+}
+
+int killsWanted() {
+    const char* const given = std::getenv("TARVIX_BATCH_KILLS"); // .ci/run wants more
+    return given == nullptr ? 6 : std::atoi(given);
+}
+
+TEST_F(Batch, AKillAtAnyMomentLosesAndRepeatsNothing) {
+    constexpr int count = 300;
+    makeInputs(count);
+    makeExpected();
+    std::mt19937 random(19);
+    const int kills = killsWanted();
+    for (int i = 0; i < kills; ++i) {
+        std::vector<std::string> line = words({"--resume"});
+        line.insert(line.begin(), program);
+        {
+            tarvix::ChildProcess run(line, tarvix::Errors::Dropped);
+            // No result depends on how far it comes meanwhile.
+            std::this_thread::sleep_for(std::chrono::milliseconds(random() % 700));
+            run.end();
+        }
+        const std::string text = test::bytesOf(manifest); // its last line may be cut off
+        if (std::count(text.begin(), text.end(), '\n') == count || i % 4 == 3) { // a new one
+            ASSERT_EQ(tarvix(words({"--resume"})).status, 0);
+            expectComplete(count);
+            fs::remove_all(folder / "out");
+            fs::remove(manifest);
+        }
+    }
+    ASSERT_EQ(tarvix(words({"--resume"})).status, 0);
+    expectComplete(count);
+}
+
+#if __has_include(<sys/wait.h>)
+
+TEST_F(Batch, AnInterruptionFinishesWhatRuns) {
+    constexpr int count = 300;
+    makeInputs(count);
+    makeExpected();
+    std::vector<std::string> line = words();
+    line.insert(line.begin(), program);
+    std::vector<char*> pointers;
+    for (std::string& word : line) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    const pid_t process = fork();
+    if (process == 0) {
+        static_cast<void>(std::freopen("/dev/null", "w", stdout));
+        static_cast<void>(std::freopen((folder / "errors").c_str(), "w", stderr));
+        execv(pointers[0], pointers.data());
+        _exit(127);
+    }
+    while (test::bytesOf(manifest).empty()) {
+        std::this_thread::yield();
+    }
+    kill(process, SIGINT);
+    int status = 0;
+    waitpid(process, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    const std::size_t finished = lines(manifest).size();
+    if (finished < count) { // else it was quicker
+        EXPECT_EQ(WEXITSTATUS(status), 1);
+        EXPECT_THAT(test::bytesOf(folder / "errors"), HasSubstr("with --resume goes on"));
+    }
+    EXPECT_EQ(test::namesIn(folder / "out").size(), finished);
+    EXPECT_EQ(tarvix(words({"--resume"})).status, 0);
+    expectComplete(count);
+}
+
+TEST_F(Batch, AFullDiskLeavesWholeLines) {
+    makeInputs(60);
+    makeExpected();
+    {
+        const test::FileSizeLimit limit(10000); // of the manifest; the results are smaller
+        const test::ScopedEnvironment fresh("TARVIX_PROBE", "full disk"); // the limit is inherited
+        const ProgramResult run = tarvix(words());
+        test::expectOneLine(run, 1);
+        EXPECT_THAT(run.err, HasSubstr("the disk may be full"));
+    }
+    EXPECT_GT(lines(manifest).size(), 5U) << "all of them whole";
+    EXPECT_EQ(tarvix(words({"--resume"})).status, 0);
+    expectComplete(60);
+}
+
+TEST_F(Batch, ALinkToAnInputIsThatInput) {
+    makeInputs(2);
+    fs::create_directories(folder / "out");
+    fs::create_symlink(folder / "in/0000.png", folder / "link.png");
+    fs::create_directory_symlink(folder / "in", folder / "links");
+    test::expectOneLine(
+        tarvix({"batch", "canny", folder / "in", "--out", folder / "links/{name}.png"}), 1);
+    test::expectOneLine(
+        tarvix({"batch", "canny", folder / "link.png", "--out", folder / "in/0000.png"}), 1);
+}
+
+#endif
+
+} // namespace

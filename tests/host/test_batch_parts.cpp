@@ -1,0 +1,219 @@
+// What a batch is made of: its inputs, its places, its shards, its manifest.
+#include "host/batch/batch.h"
+#include "host/batch/batch_progress.h"
+#include "host/batch/inputs.h"
+#include "host/batch/manifest.h"
+#include "host/batch/places.h"
+#include "host/failure.h"
+#include "tests/support/environment.h"
+#include "tests/support/files.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using host::Json;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> allOf(const host::NameList& names) {
+    std::vector<std::string> all;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        all.push_back(names.at(i));
+    }
+    return all;
+}
+
+class Inputs : public testing::Test {
+protected:
+    Inputs() {
+        for (const char* name : {"a/1.jpg", "a/2.PNG", "a/notes.txt", "a/.half-1.jpg", "a/b/3.jpg",
+                                 "a/b/c/4.jpg", "a/[x].jpg", "@list.jpg"}) {
+            fs::create_directories(fs::path(folder / name).parent_path());
+            test::writeBytes(folder / name, "x");
+        }
+        fs::create_directories(folder / "empty");
+        before = fs::current_path();
+        fs::current_path(folder.path());
+    }
+    ~Inputs() override { fs::current_path(before); }
+
+    // With slashes on every system.
+    static std::vector<std::string> expand(const std::vector<std::string>& words,
+                                           const std::string& standardInput = "") {
+        std::istringstream in(standardInput);
+        std::vector<std::string> names = allOf(host::expandInputs(words, in));
+        for (std::string& name : names) {
+            std::replace(name.begin(), name.end(), '\\', '/');
+        }
+        return names;
+    }
+
+    test::TempFolder folder;
+    fs::path before;
+};
+
+TEST_F(Inputs, AreFilesFoldersPatternsAndLists) {
+    EXPECT_THAT(expand({"a"}), ElementsAre("a/1.jpg", "a/2.PNG", "a/[x].jpg"));
+    EXPECT_THAT(expand({"a/*.jpg"}), ElementsAre("a/1.jpg", "a/[x].jpg"));
+    EXPECT_THAT(expand({"a/?.*"}), ElementsAre("a/1.jpg", "a/2.PNG"));
+    EXPECT_THAT(expand({"a/**/*.jpg"}),
+                ElementsAre("a/1.jpg", "a/[x].jpg", "a/b/3.jpg", "a/b/c/4.jpg"));
+    EXPECT_THAT(expand({"**/c/*"}), ElementsAre("a/b/c/4.jpg"));
+    EXPECT_THAT(expand({"*/b/3.jpg"}), ElementsAre("a/b/3.jpg"));
+    EXPECT_THAT(expand({"-"}, "x y.jpg\r\n\nz.jpg"), ElementsAre("x y.jpg", "z.jpg"));
+    test::writeBytes(folder / "list", "a/1.jpg\nmissing.jpg\n");
+    EXPECT_THAT(expand({"@list"}), ElementsAre("a/1.jpg", "missing.jpg"));
+    EXPECT_THAT(expand({"@list.jpg", "a/[x].jpg"}), ElementsAre("@list.jpg", "a/[x].jpg"))
+        << "a file of that name";
+    EXPECT_THAT(expand({"a/2.PNG", "a", "missing.jpg"}),
+                ElementsAre("a/2.PNG", "a/1.jpg", "a/[x].jpg", "missing.jpg"))
+        << "in the order of the words, each once";
+}
+
+TEST_F(Inputs, ThatGiveNothingAreRefused) {
+    for (const char* word : {"a/*.gif", "nowhere/*.jpg", "@missing", "empty", "**/x/*"}) {
+        EXPECT_THROW(expand({word}), host::Failure) << word;
+    }
+}
+
+TEST(Places, PlaceholdersAreFilledIn) {
+    const host::Placed placed{"photos/day 1/a.b.jpg", 7, 120};
+    EXPECT_EQ(host::fillIn("out/{name}-{n}.{ext}", placed), "out/a.b-007.jpg");
+    EXPECT_EQ(host::fillIn("{dir}/{name}.png", placed), "photos/day 1/a.b.png");
+    const host::Placed above{"../up/./a.jpg", 1, 1};
+    EXPECT_EQ(fs::path(host::fillIn("{dir}/x", above)), fs::path("../up/./x"));
+    EXPECT_EQ(fs::path(host::fillIn("out/{dir}/x", above)), fs::path("out/up/x"));
+    EXPECT_EQ(host::fillIn("out/{dir}/{name}.png", {"a.jpg", 1, 1}), "out/./a.png");
+    EXPECT_EQ(host::fillIn("{name}", {"{n}.jpg", 3, 3}), "{n}") << "what is filled in stays";
+    EXPECT_TRUE(host::hasPlaceholder("x{n}"));
+    EXPECT_FALSE(host::hasPlaceholder("x{m}"));
+    EXPECT_NO_THROW(host::requireKnownPlaceholders("{name}{ext}{dir}{n}"));
+    for (const char* bad : {"{}", "{Name}", "{name", "a{x}b"}) {
+        EXPECT_THROW(host::requireKnownPlaceholders(bad), host::BadUsage) << bad;
+    }
+}
+
+TEST(Places, NoTwoOutputsAndNoInputShareOne) {
+    const test::TempFolder folder;
+    fs::create_directories(folder / "a");
+    fs::create_directories(folder / "b");
+    host::NameList inputs;
+    for (const char* name : {"a/x.png", "b/x.png"}) {
+        test::writeBytes(folder / name, "x");
+        inputs.add(folder / name);
+    }
+    const auto require = [&](const std::string& pattern) {
+        host::requireSeparatePlaces(inputs, {folder / pattern}, {folder / "m.jsonl"});
+    };
+    EXPECT_NO_THROW(require("out/{n}.png"));
+    EXPECT_NO_THROW(require("a/{n}.png"));
+    EXPECT_THROW(require("out/{name}.png"), host::Failure);
+    EXPECT_THROW(require("out/{n}/../x.png"), host::Failure) << "one folder by two names";
+    EXPECT_THROW(require("a/{name}.png"), host::Failure) << "an input";
+    EXPECT_THROW(host::requireSeparatePlaces(inputs, {"{dir}/{name}.png"}, {}), host::Failure);
+    EXPECT_NO_THROW(host::requireSeparatePlaces(inputs, {"{dir}/{name}-edges.png"}, {}));
+    EXPECT_THROW(require("m.jsonl"), host::Failure) << "the manifest";
+}
+
+TEST(Shards, TakeEveryInputOnce) {
+    std::set<std::size_t> sizes;
+    for (int i = 0; i < 300; ++i) {
+        const std::string name = "photos/" + std::to_string(i) + ".jpg";
+        int taken = 0;
+        for (int k = 1; k <= 7; ++k) {
+            taken += host::readShard(std::to_string(k) + "/7").has(name) ? 1 : 0;
+        }
+        EXPECT_EQ(taken, 1) << name;
+    }
+    EXPECT_TRUE(host::readShard("").has("x"));
+    // The same on every system and in every version.
+    EXPECT_EQ(host::readShard("1/2").has("a/b.jpg"), host::readShard("1/2").has("a\\b.jpg"));
+    EXPECT_EQ(host::asText(host::digestOf("a/b.jpg")), "4a8d19b89b64fc5168beabae1cce62e2");
+    for (const char* bad : {"0/3", "4/3", "1", "1/", "/2", "a/b", "-1/2", "1/0"}) {
+        EXPECT_THROW(host::readShard(bad), host::BadUsage) << bad;
+    }
+}
+
+TEST(Shards, OfAJobArrayComeFromItsVariables) {
+    EXPECT_THROW(host::readShard("slurm"), host::BadUsage);
+    const test::ScopedEnvironment id("SLURM_ARRAY_TASK_ID", "14");
+    const test::ScopedEnvironment low("SLURM_ARRAY_TASK_MIN", "10");
+    const test::ScopedEnvironment count("SLURM_ARRAY_TASK_COUNT", "8");
+    const test::ScopedEnvironment step("SLURM_ARRAY_TASK_STEP", "2");
+    EXPECT_EQ(host::readShard("slurm").index, 3U);
+    EXPECT_EQ(host::readShard("slurm").count, 8U);
+}
+
+TEST(Digests, TextAndBack) {
+    const host::Digest digest = host::digestOf("abc");
+    EXPECT_EQ(host::digestFrom(host::asText(digest)), digest);
+    EXPECT_NE(digest, host::digestOf("abd"));
+    EXPECT_EQ(host::digestFrom("12"), std::nullopt);
+    EXPECT_EQ(host::digestFrom(std::string(32, 'x')), std::nullopt);
+    const test::TempFolder folder;
+    const std::string bytes(1000003, 'y');
+    test::writeBytes(folder / "file", bytes);
+    EXPECT_EQ(host::digestOfFile(folder / "file"), host::digestOf(bytes));
+    EXPECT_EQ(host::digestOfFile(folder / "missing"), std::nullopt);
+}
+
+Json lineOf(const std::string& text, const std::string& status = "done") {
+    return {{"key", host::asText(host::digestOf(text))}, {"status", status}, {"bytes", 5}};
+}
+
+TEST(Manifests, GoOnBehindTheLastWholeLine) {
+    const test::TempFolder folder;
+    const std::string path = folder / "m.jsonl";
+    { host::ManifestWriter(path).add(lineOf("a")); }
+    const std::string first = test::bytesOf(path);
+    EXPECT_EQ(first, lineOf("a").dump() + "\n");
+    for (const std::string& half :
+         {std::string("{\"key\":"), lineOf("b").dump(), std::string(1, '\0')}) {
+        test::writeBytes(path, first + half);
+        EXPECT_EQ(host::readManifest(path, [](const Json&, std::streamoff) {}), 1U) << half;
+        EXPECT_EQ(host::FinishedImages(path).find(host::digestOf("b")), nullptr);
+        host::ManifestWriter(path).add(lineOf("c"));
+        EXPECT_EQ(test::bytesOf(path), first + lineOf("c").dump() + "\n");
+    }
+    EXPECT_THROW(host::ManifestWriter(folder / "no/m.jsonl"), host::Failure);
+    EXPECT_THROW(host::FinishedImages(folder / "missing"), host::Failure);
+}
+
+TEST(Manifests, TheLastLineOfAnImageCounts) {
+    const test::TempFolder folder;
+    const std::string path = folder / "m.jsonl";
+    host::ManifestWriter writer(path);
+    for (const char* status : {"failed", "done", "failed"}) {
+        writer.add(lineOf("a", status));
+        writer.add(lineOf(status, "done"));
+        const host::FinishedImages images(path);
+        ASSERT_NE(images.find(host::digestOf("a")), nullptr);
+        EXPECT_EQ(images.find(host::digestOf("a"))->failed, std::string(status) == "failed");
+        EXPECT_EQ(images.find(host::digestOf("a"))->state.bytes, 5U);
+    }
+}
+
+TEST(Manifests, NamesOfAnyBytesComeThrough) {
+    for (const std::string& name : {std::string("a b.jpg"), std::string("\xfc.jpg")}) {
+        Json record = Json::object();
+        host::putName(record, "input", name);
+        EXPECT_EQ(host::takeName(Json::parse(record.dump()), "input"), name);
+    }
+    EXPECT_EQ(host::takeName(Json::object(), "input"), "");
+}
+
+TEST(Progress, SaysHowFarItIsAndHowLongItMayTake) {
+    EXPECT_EQ(host::progressLine(0, 0, 0, 10, 0, false), "0/10");
+    EXPECT_EQ(host::progressLine(50, 2, 25, 100, 10, true),
+              "[##################------] 75/100, 5.0 a second, 5 s left, 2 failed");
+    EXPECT_EQ(host::progressLine(100, 0, 0, 100000, 1, false),
+              "100/100000, 100 a second, 16 min 39 s left");
+}
+
+} // namespace
