@@ -70,7 +70,7 @@ endif()
 
 if(NOT WIN32)
   # The project that the pages show, to copy.
-  file(GLOB examples CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/examples/*")
+  file(GLOB examples LIST_DIRECTORIES false CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/examples/*")
   install(FILES ${examples} DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/libtarvix-dev/examples" COMPONENT Development)
 endif()
 
@@ -96,6 +96,8 @@ if(TARGET tarvix_host)
       VERBATIM)
     add_custom_target(tarvix_man_page ALL DEPENDS "${man_page}")
     install(FILES "${man_page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT Host)
+    install(PROGRAMS "${PROJECT_SOURCE_DIR}/docs/examples/slurm/tarvix-array.sh"
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/tarvix/examples/slurm" COMPONENT Host)
     install(FILES "${PROJECT_SOURCE_DIR}/host/completion.bash" RENAME tarvix
             DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT Host)
     install(FILES "${PROJECT_SOURCE_DIR}/host/completion.zsh" RENAME _tarvix

@@ -1,6 +1,7 @@
 #include "host/registration.h"
 
 #include "host/application.h"
+#include "host/batch/places.h"
 #include "host/failure.h"
 #include "host/photographs.h"
 #include "host/saving.h"
@@ -168,6 +169,14 @@ cv::Mat meanOf(const std::vector<std::string>& files) {
 Result registerImages(const RegisterOptions& options) {
     requireImages(options.images);
     const OutputNames names(options.names, options.images.size());
+    std::vector<std::string> outputs;
+    for (std::size_t i = 0; i < options.images.size(); ++i) {
+        outputs.push_back(names.name(i));
+    }
+    if (!options.overlay.empty()) {
+        outputs.push_back(options.overlay);
+    }
+    requireNotInputs(options.images, outputs);
     Registration registration(options.images, names);
     const Registered kept = registered(registration, options.images);
     registration.keep(kept.images);

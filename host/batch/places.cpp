@@ -111,6 +111,36 @@ struct Place {
 
 } // namespace
 
+namespace {
+
+// The places of an input: its own, and that of the file that it is a link to.
+void addPlaces(Places& places, const std::string& input, std::vector<Digest>& taken) {
+    taken.push_back(places.of(input));
+    std::error_code error;
+    if (fs::is_symlink(pathOf(input), error)) {
+        const fs::path target = fs::canonical(pathOf(input), error);
+        if (!error) {
+            taken.push_back(places.of(nameOf(target)));
+        }
+    }
+}
+
+} // namespace
+
+void requireNotInputs(const std::vector<std::string>& inputs,
+                      const std::vector<std::string>& outputs) {
+    Places places;
+    std::vector<Digest> taken;
+    for (const std::string& input : inputs) {
+        addPlaces(places, input, taken);
+    }
+    for (const std::string& output : outputs) {
+        if (std::find(taken.begin(), taken.end(), places.of(output)) != taken.end()) {
+            throw Failure("the result '" + output + "' would replace an input");
+        }
+    }
+}
+
 void requireSeparatePlaces(const NameList& inputs, const std::vector<std::string>& patterns,
                            const std::vector<std::string>& kept) {
     if (patterns.empty()) {
@@ -122,15 +152,7 @@ void requireSeparatePlaces(const NameList& inputs, const std::vector<std::string
         taken.push_back(places.of(path));
     }
     for (std::size_t i = 0; i < inputs.size(); ++i) {
-        const std::string input = inputs.at(i);
-        taken.push_back(places.of(input));
-        std::error_code error;
-        if (fs::is_symlink(pathOf(input), error)) {
-            const fs::path target = fs::canonical(pathOf(input), error);
-            if (!error) {
-                taken.push_back(places.of(nameOf(target)));
-            }
-        }
+        addPlaces(places, inputs.at(i), taken);
     }
     std::sort(taken.begin(), taken.end());
 

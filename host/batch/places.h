@@ -45,4 +45,8 @@ private:
     std::unordered_map<std::string, std::string> m_folders;
 };
 
+// Throws Failure if an output is one of the inputs. Links are followed.
+void requireNotInputs(const std::vector<std::string>& inputs,
+                      const std::vector<std::string>& outputs);
+
 } // namespace host

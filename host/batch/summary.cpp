@@ -1,5 +1,6 @@
 #include "host/batch/summary.h"
 
+#include "host/batch/inputs.h"
 #include "host/batch/manifest.h"
 #include "host/failure.h"
 #include "host/saving.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 
 namespace host {
 
@@ -94,8 +96,13 @@ void writeMerged(const Lines& lines, LineFiles& files, const std::string& path) 
 } // namespace
 
 Result summarise(const SummaryOptions& options) {
-    const Lines lines = readLines(options.manifests);
-    LineFiles files(options.manifests);
+    const NameList names = expandInputs(options.manifests, std::cin);
+    std::vector<std::string> manifests;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        manifests.push_back(names.at(i));
+    }
+    const Lines lines = readLines(manifests);
+    LineFiles files(manifests);
     Json failures = Json::array();
     for (const Line& line : lines.all) {
         if (line.failed) {

@@ -73,7 +73,10 @@ Command batchSummary() {
          .makes = Makes::Data,
          .text = summaryAsText},
         [](CLI::App& parser, SummaryOptions& o) {
-            parser.add_option("MANIFESTS", o.manifests, "Manifests to read")->required();
+            parser
+                .add_option("MANIFESTS", o.manifests,
+                            "Manifests to read, or patterns such as 'parts/*.jsonl'")
+                ->required();
             parser.add_option("-o,--out", o.merged,
                               "Also write them as one, in the order of the inputs");
         },

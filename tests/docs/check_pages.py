@@ -45,7 +45,7 @@ def check_links():
 
 
 def check_examples():
-    programs = [words(path.read_text()) for path in (ROOT / "docs/examples").iterdir()]
+    programs = [words(path.read_text()) for path in (ROOT / "docs/examples").iterdir() if path.is_file()]
     renamed = [re.sub(r"example_(\w+)", r"\1", program) for program in programs]
     for page in PAGES:
         for kind, example in re.findall(r"^```(cpp|cmake)\n(.*?)^```", page.read_text(), re.M | re.S):

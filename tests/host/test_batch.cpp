@@ -227,6 +227,7 @@ TEST_F(Batch, ShardsMakeTheWhole) {
     }
     EXPECT_EQ(tarvix(summary).status, 0);
     expectComplete(50);
+    EXPECT_EQ(tarvix({"batch-summary", folder / "part*.jsonl"}).status, 0) << "expanded by us";
 }
 
 TEST_F(Batch, BadUsageIsFoundBeforeAnythingRuns) {

@@ -123,6 +123,22 @@ TEST_F(FeatureCommands, RegisterSaysWhatWasLeftOut) {
     EXPECT_THAT(answer.at("images")[1].at("reason").get<std::string>(), HasSubstr("too few"));
 }
 
+TEST_F(FeatureCommands, NoInputIsOverwritten) {
+    const std::string a = window("a.png", 20, 100);
+    for (const char* name : {"00.png", "01.png"}) {
+        cv::imwrite(folder / name, cv::imread(a));
+    }
+    const std::string first = folder / "00.png";
+    const std::string second = folder / "01.png";
+    const std::string before = test::bytesOf(second);
+    expectOneLine(tarvix({"register", first, second, "-o", folder / "{}.png"}), 1);
+    expectOneLine(tarvix({"register", a, second, "-o", folder / "set", "--overlay", second}), 1);
+    expectOneLine(tarvix({"stitch", first, second, "-o", second}), 1);
+    EXPECT_EQ(test::bytesOf(second), before);
+    EXPECT_THAT(test::namesIn(folder.path()),
+                testing::UnorderedElementsAre("a.png", "00.png", "01.png"));
+}
+
 TEST_F(FeatureCommands, RegisterAloneWritesTheImage) {
     const std::string a = window("a.png", 200, 100);
     EXPECT_EQ(tarvix({"register", a, "-o", folder / "set"}).status, 0);
