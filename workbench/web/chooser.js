@@ -181,11 +181,11 @@ export class Chooser {
         const name = this.list.at(index);
         let row = this.rows.get(index);
         if (!row) {
-            const picture = name === undefined ? null
+            const thumbnail = name === undefined ? null
                 : el("img", {src: api.thumbnailUrl(name), alt: "", loading: "lazy", decoding: "async"});
             row = {name, element: el("div", {class: "image", role: "option", id: newId("image"),
                 "aria-posinset": index + 1, onclick: () => this.pick(index)},
-            el("span", {class: "thumbnail"}, picture), el("span", {class: "name"}, name ?? ""))};
+            el("span", {class: "thumbnail"}, thumbnail), el("span", {class: "name"}, name ?? ""))};
             row.element.style.top = `${index * rowHeight}px`;
             this.rows.set(index, row);
             this.space.append(row.element);

@@ -65,9 +65,9 @@ export class LongRun {
         }
         this.what.textContent = state === "waiting" ? "Waiting for other work."
             : [total > 0 ? `${done} of ${total}` : "", what].filter(Boolean).join(": ");
-        [...this.strip.children].forEach((picture, i) => {
-            picture.classList.toggle("done", i < done);
-            picture.classList.toggle("now", picture.dataset.name === what);
+        [...this.strip.children].forEach((thumbnail, i) => {
+            thumbnail.classList.toggle("done", i < done);
+            thumbnail.classList.toggle("now", thumbnail.dataset.name === what);
         });
     }
 }

@@ -15,12 +15,12 @@ export class Viewer {
         this.clicked = () => {};
         this.others = [];
         this.pointers = new Map();
-        this.picture = svg("image", {preserveAspectRatio: "none"});
+        this.below = svg("image", {preserveAspectRatio: "none"});
         this.after = svg("image", {preserveAspectRatio: "none"});
         this.drawing = svg("g", {class: "drawing"});
         const clip = newId("clip");
         this.clipRect = svg("rect", {x: 0, y: 0, width: 0, height: 0});
-        this.moved = svg("g", {}, this.picture);
+        this.moved = svg("g", {}, this.below);
         this.movedAfter = svg("g", {}, this.after);
         this.movedDrawing = svg("g", {}, this.drawing);
         this.canvas = svg("svg", {"aria-hidden": "true"},
@@ -45,7 +45,7 @@ export class Viewer {
         const same = this.image && image && this.image.width === image.width &&
             this.image.height === image.height;
         this.image = image;
-        this.place(this.picture, image);
+        this.place(this.below, image);
         this.stage.classList.toggle("empty", !image);
         if (image) {
             this.stage.style.aspectRatio = `${image.width} / ${image.height}`;
