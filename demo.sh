@@ -9,3 +9,4 @@ configure_and_build release tarvix_host
 say "gallery: every operation on real photographs"
 "$root/build/release/bin/tarvix" gallery "$out" || die "the gallery is incomplete; the lines above say what failed"
 say "done: open $out/index.html in a browser"
+say "your own images: build/release/bin/tarvix workbench FOLDER opens a page on which every operation can be tried"
