@@ -2,6 +2,7 @@
 
 #include "host/application.h"
 #include "host/failure.h"
+#include "host/image_cache.h"
 #include "host/photograph_file.h"
 #include "host/piped_images.h"
 #include "platform/system/paths.h"
@@ -14,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 
 namespace host {
 
@@ -28,14 +30,15 @@ unsigned char* line(const CDib& dib, int fromTop) {
 }
 
 // Decoders say on standard error what is wrong with a file, and give what they could read.
-void noteDamage(const std::string& path) {
+std::optional<std::string> noteDamage(const std::string& path) {
     for (const std::string& line : tarvix::takeStrayLines()) {
         if (!line.starts_with("[")) { // as OpenCV's log does
             std::string note = "'" + path + "' is damaged; the part that can be read is used (";
             application().note(note.append(line).append(")"));
-            return;
+            return note;
         }
     }
+    return std::nullopt;
 }
 
 } // namespace
@@ -49,16 +52,24 @@ Bitmap loadImage(const std::string& name, bool gray) {
     if (std::filesystem::is_directory(tarvix::pathOf(path), ignored)) {
         throw Failure("'" + path + "' is a folder; name an image file in it");
     }
+    if (const auto kept = keptImage(path)) {
+        if (kept->note) {
+            application().note(*kept->note);
+        }
+        Bitmap again = toBitmap(kept->image);
+        return gray ? toGray(*again) : std::move(again);
+    }
     tarvix::takeStrayLines(); // those of earlier files
     Bitmap image(tx_LoadFile(path.c_str()));
     if (image == nullptr) {
         throw Failure("not an image that can be read: '" + name + "'");
     }
-    noteDamage(name);
+    const std::optional<std::string> damage = noteDamage(name);
     const PhotographFile file = readPhotographFile(path);
     if (!decoderTurns(file)) {
         image = toBitmap(upright(toMatrix(*image), file.exif.orientation));
     }
+    keepImage(path, {toMatrix(*image), damage});
     return gray ? toGray(*image) : std::move(image);
 }
 

@@ -3,6 +3,7 @@
 #include "host/application.h"
 #include "host/command.h"
 #include "host/commands.h"
+#include "host/drafts.h"
 #include "host/failure.h"
 #include "host/options.h"
 #include "host/photograph_file.h"
@@ -61,6 +62,11 @@ int guarded(Output& output, const std::function<int()>& work) {
 // Writes the image. One that was made of one photograph keeps what that carries.
 void saveResult(const Command& command, const CommonOptions& options, const cv::Mat& image,
                 Output& output) {
+    if (drafts() && !options.toStandardOutput) {
+        saveDraft(image, options.out);
+        noteWritten(options.out, image);
+        return;
+    }
     Saving saving{.quality = options.quality};
     PhotographFile file;
     if (command.takes == Takes::OneImage) {
@@ -79,6 +85,7 @@ void saveResult(const Command& command, const CommonOptions& options, const cv::
         }
     } else {
         leftOut = saveImage(image, options.out, saving);
+        noteWritten(options.out, image);
     }
     if (file.bits > 8) {
         output.warn("'" + options.in + "' has " + std::to_string(file.bits) +
@@ -146,7 +153,9 @@ int runAndWrite(const Command& command, const Job& job, Output& output) {
         output.print(writtenAsJson(result.image, job.options->out), {});
     }
     for (const ImageBeside& image : result.beside) {
-        saveImage(image.draw(), image.path);
+        const cv::Mat drawn = image.draw();
+        saveImage(drawn, image.path);
+        noteWritten(image.path, drawn);
     }
     for (const TextBeside& text : result.texts) {
         saveText(text.make(), text.path);

@@ -1,7 +1,9 @@
 #include "host/worker_process.h"
 
 #include "host/application.h"
+#include "host/drafts.h"
 #include "host/failure.h"
+#include "host/image_cache.h"
 #include "host/run_command.h"
 #include "platform/system/child_process.h"
 #include "platform/system/processor_time.h"
@@ -52,6 +54,14 @@ std::string lineOf(const Json& object) {
     return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
+Json writtenImages() {
+    Json images = Json::array();
+    for (const auto& [path, size] : takeWritten()) {
+        images.push_back({{"file", path}, {"width", size.width}, {"height", size.height}});
+    }
+    return images;
+}
+
 } // namespace
 
 Json answerTo(const Json& request, const Output::OnStep& onStep) {
@@ -69,6 +79,8 @@ Json answerTo(const Json& request, const Output::OnStep& onStep) {
     std::ostringstream errors;
     Output output(out, errors);
     output.watchSteps(onStep);
+    useDrafts(request.value("draft", Json()) == Json(true));
+    static_cast<void>(takeWritten()); // of whoever ran a command before
     const int status = statusOf(std::move(words), output, errors);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begun;
 
@@ -78,12 +90,14 @@ Json answerTo(const Json& request, const Output::OnStep& onStep) {
             {"data", whole ? std::move(data) : Json()},
             {"text", output.json() ? std::string() : out.str()},
             {"messages", sentencesOf(errors.str())},
+            {"images", writtenImages()},
             {"seconds", took.count()},
             {"cpuSeconds", tarvix::processorSeconds() - processorBegun}};
 }
 
 void serveRequests(int threads) {
     cv::setNumThreads(threads);
+    keepDecodedImages(true);
     tarvix::StandardStreams streams = tarvix::takeStandardStreams();
     const auto write = [&streams](const Json& object) {
         if (!streams.out.write(lineOf(object))) {

@@ -12,7 +12,9 @@ namespace host {
 //   data        the object that it prints with --json; null without one
 //   text        what it prints otherwise
 //   messages    its lines on standard error, without "tarvix: "
+//   images     that were written: "file", "width", "height"
 //   seconds, cpuSeconds
+// With "draft":true, the image of the result is a quick JPEG, only to be looked at.
 // What is printed in any other way goes to standard error. Throws Failure if the answers cannot be
 // written.
 //   threads  that OpenCV may use
