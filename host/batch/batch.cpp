@@ -5,6 +5,7 @@
 #include "host/batch/places.h"
 #include "host/batch/recorder.h"
 #include "host/failure.h"
+#include "host/numbers.h"
 #include "host/run_command.h"
 #include "host/saving.h"
 #include "platform/system/child_process.h"
@@ -42,8 +43,9 @@ std::size_t workersFor(const BatchOptions& options) {
     const std::uint64_t each = (options.memory > 0 ? std::uint64_t(options.memory) : usual) * mebi;
     const std::uint64_t freeBytes = tarvix::freeMemory();
     std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
-    if (const char* given = std::getenv("SLURM_CPUS_PER_TASK")) {
-        processors = static_cast<std::size_t>(std::max(1, std::atoi(given)));
+    const char* const given = std::getenv("SLURM_CPUS_PER_TASK");
+    if (int number = 0; given != nullptr && readNumber(given, number)) {
+        processors = static_cast<std::size_t>(std::max(1, number));
     }
     const std::uint64_t fit = freeBytes == 0 ? processors : freeBytes / each;
     return std::clamp<std::size_t>(fit, 1, processors);

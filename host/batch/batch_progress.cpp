@@ -1,6 +1,7 @@
 #include "host/batch/batch_progress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iomanip>
 #include <sstream>
 
@@ -9,7 +10,7 @@ namespace host {
 namespace {
 
 std::string durationOf(double seconds) {
-    const auto whole = static_cast<long long>(seconds + 0.5);
+    const long long whole = std::llround(seconds);
     std::ostringstream text;
     if (whole >= 3600) {
         text << whole / 3600 << " h " << whole % 3600 / 60 << " min";

@@ -48,7 +48,8 @@ std::string asText(const Digest& digest) {
     std::string text;
     for (const std::uint64_t half : {digest.high, digest.low}) {
         std::array<char, digits> part{};
-        const auto end = std::to_chars(part.data(), part.data() + digits, half, hexadecimal).ptr;
+        const char* const end =
+            std::to_chars(part.data(), part.data() + digits, half, hexadecimal).ptr;
         const auto used = static_cast<std::size_t>(end - part.data());
         text.append(digits - used, '0').append(part.data(), used);
     }

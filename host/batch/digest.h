@@ -12,7 +12,7 @@ namespace host {
 struct Digest {
     std::uint64_t high = 0;
     std::uint64_t low = 0;
-    auto operator<=>(const Digest&) const = default;
+    auto operator<=>(const Digest&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 Digest digestOf(const std::string& bytes);

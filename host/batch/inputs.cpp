@@ -165,11 +165,10 @@ NameList expandInputs(const std::vector<std::string>& words, std::istream& in) {
             ++found;
             all.add(nameOf(file));
         };
+        const bool isFile = fs::is_regular_file(pathOf(word), ignored);
         if (word == "-") {
             all.addLines(in);
-        } else if (fs::is_regular_file(pathOf(word), ignored)) {
-            all.add(word);
-        } else if (word.starts_with("@")) {
+        } else if (!isFile && word.starts_with("@")) {
             std::ifstream list(pathOf(word.substr(1)), std::ios::binary);
             if (!list) {
                 throw Failure("the list '" + word.substr(1) + "' cannot be read");
@@ -184,10 +183,11 @@ NameList expandInputs(const std::vector<std::string>& words, std::istream& in) {
                 }
             }
             if (found == 0) {
-                throw Failure("there are no images in the folder '" + word +
-                              "'; for those in folders below it, write '" + word + "/**/*.jpg'");
+                std::string reason = "there are no images in the folder '";
+                reason.append(word).append("'; for those in folders below it, write '");
+                throw Failure(reason.append(word).append("/**/*.jpg'"));
             }
-        } else if (isPattern(word)) {
+        } else if (!isFile && isPattern(word)) {
             expandPattern(word, take);
             if (found == 0) {
                 throw Failure("no file matches '" + word + "'");

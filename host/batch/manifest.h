@@ -16,8 +16,8 @@ namespace host {
 // What of an input says that it is the same.
 struct InputState {
     std::uint64_t bytes = 0;
-    std::int64_t modified = 0; // of the file system's clock, in its ticks
-    auto operator<=>(const InputState&) const = default;
+    std::int64_t modified = 0;                           // of the file system's clock, in its ticks
+    auto operator<=>(const InputState&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 // None if there is no such file.

@@ -105,8 +105,8 @@ namespace {
 
 struct Place {
     Digest place;
-    std::size_t index = 0; // of the input
-    auto operator<=>(const Place&) const = default;
+    std::size_t index = 0;                          // of the input
+    auto operator<=>(const Place&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 } // namespace
@@ -148,6 +148,7 @@ void requireSeparatePlaces(const NameList& inputs, const std::vector<std::string
     }
     Places places;
     std::vector<Digest> taken;
+    taken.reserve(kept.size() + inputs.size());
     for (const std::string& path : kept) {
         taken.push_back(places.of(path));
     }

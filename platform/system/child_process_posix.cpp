@@ -87,7 +87,7 @@ PipeEnd& PipeEnd::operator=(PipeEnd&& other) noexcept {
     return *this;
 }
 
-std::size_t PipeEnd::read(char* to, std::size_t size) {
+std::size_t PipeEnd::read(char* to, std::size_t size) const {
     ssize_t count = 0;
     do {
         count = ::read(static_cast<int>(m_native), to, size);
@@ -95,7 +95,7 @@ std::size_t PipeEnd::read(char* to, std::size_t size) {
     return count < 0 ? 0 : static_cast<std::size_t>(count);
 }
 
-bool PipeEnd::write(const std::string& text) {
+bool PipeEnd::write(const std::string& text) const {
     const int descriptor = static_cast<int>(m_native);
     std::size_t done = 0;
     while (done < text.size()) {
@@ -113,6 +113,7 @@ bool PipeEnd::write(const std::string& text) {
 }
 
 void PipeEnd::close() {
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): it loses sight of pairs
     if (m_native != none) {
         ::close(static_cast<int>(m_native));
         m_native = none;
@@ -136,6 +137,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, Errors errors)
     : m_state(std::make_unique<State>()) {
     std::vector<std::string> copies = words;
     std::vector<char*> pointers;
+    pointers.reserve(copies.size() + 1);
     for (std::string& word : copies) {
         pointers.push_back(word.data());
     }

@@ -141,13 +141,13 @@ PipeEnd& PipeEnd::operator=(PipeEnd&& other) noexcept {
     return *this;
 }
 
-std::size_t PipeEnd::read(char* to, std::size_t size) {
+std::size_t PipeEnd::read(char* to, std::size_t size) const {
     DWORD count = 0;
     const BOOL good = ReadFile(handleOf(*this), to, static_cast<DWORD>(size), &count, nullptr);
     return good != 0 ? count : 0;
 }
 
-bool PipeEnd::write(const std::string& text) {
+bool PipeEnd::write(const std::string& text) const {
     std::size_t done = 0;
     while (done < text.size()) {
         DWORD count = 0;

@@ -23,10 +23,10 @@ public:
     ~PipeEnd() { close(); }
 
     // Waits for bytes and reads at most `size` of them. Returns how many, 0 at the end of the pipe.
-    std::size_t read(char* to, std::size_t size);
+    std::size_t read(char* to, std::size_t size) const;
 
     // Writes all of it. Returns false if nobody reads any more; the process gets no signal.
-    bool write(const std::string& text);
+    bool write(const std::string& text) const; // NOLINT(modernize-use-nodiscard)
 
     void close();
     Native release();
