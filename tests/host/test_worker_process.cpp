@@ -15,7 +15,6 @@ using host::Json;
 using tarvix::Outcome;
 using tarvix::Reply;
 using tarvix::requestOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
