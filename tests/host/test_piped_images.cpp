@@ -89,7 +89,8 @@ TEST_F(PipedImages, TextAndJsonMakeRoomForTheImage) {
         std::vector<std::string> toFile = words;
         toFile.push_back(file);
         const ProgramResult expected = run(toFile, home);
-        const std::string printed = test::bytesOf(out);
+        std::string printed = test::bytesOf(out);
+        printed.erase(std::remove(printed.begin(), printed.end(), '\r'), printed.end());
         words.emplace_back("-");
         const ProgramResult piped = run(words, home);
         EXPECT_EQ(piped.status, 0);

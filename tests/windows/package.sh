@@ -14,11 +14,20 @@ fail() {
 }
 run() { "$source/scripts/windows/wine_run.sh" --bare "$@"; }
 
-(cd "$build" && cpack --config CPackConfig.cmake -B "$work/packed") >"$work/log" 2>&1 || {
-    cat "$work/log"
-    fail "packing"
+pack() { # pack FOLDER
+    (cd "$build" && cpack --config CPackConfig.cmake -B "$1") >"$work/log" 2>&1 || {
+        cat "$work/log"
+        fail "packing"
+    }
 }
-archive="$(ls "$work"/packed/*.zip)" || fail "there is no archive"
+pack "$work/packed"
+archive="$(ls "$work"/packed/*-win64.zip)" || fail "there is no archive"
+debug="${archive%.zip}-debug.zip"
+# The same build makes the same bytes: at another time, with another user's settings, in another folder.
+(umask 077 && TZ=Asia/Tokyo pack "$work/packed again") || exit 1
+for file in "$archive" "$debug"; do
+    cmp "$file" "$work/packed again/${file##*/}" || fail "${file##*/} differs when it is packed again"
+done
 unzip -q "$archive" -d "$work/a user's folder" || fail "unpacking"
 root="$(ls -d "$work/a user's folder"/Tarvix-*)" || fail "the archive's own folder is missing"
 
@@ -34,6 +43,44 @@ for file in Tarvix.dll MorvelDib.dll TarvixAfx.dll tarvix.exe; do # their proper
     [[ "$properties" == *" FileVersion ${version%-win64} "* && "$properties" == *" OriginalFilename $file "* ]] ||
         fail "$file has no version resource"
 done
+# Whose versions are bundled, and the full texts of the licences that the bundled ones refer to.
+for component in Tarvix opencv libjpeg-turbo libpng1.6 tiff libwebp zlib libstdc++-6.dll libgcc_s_seh-1.dll \
+    libwinpthread-1.dll libgomp-1.dll CLI11 nlohmann-json; do
+    grep -qF "$component " "$root/versions.txt" || fail "versions.txt does not have $component"
+done
+grep -q 'GCC RUNTIME LIBRARY EXCEPTION' "$root/licenses/gcc-runtime.txt" || fail "the run-time exception is missing"
+texts=0
+while read -r text; do
+    [[ -s "$root/licenses/common-licenses/$text" ]] || fail "the text of $text is referred to and missing"
+    ((++texts))
+done < <(grep -rhoE '/usr/share/common-licenses/[A-Za-z0-9.-]*[A-Za-z0-9]' "$root/licenses" | sed 's#.*/##' | sort -u)
+((texts > 3)) && grep -q 'Version 3, 29 June 2007' "$root/licenses/common-licenses/GPL-3" ||
+    fail "the licences refer to $texts texts"
+# No folder of the machine that built it. The one that may be there is where tarvix gallery looks by default.
+for file in "$root"/bin/*.dll "$root"/bin/*.exe; do
+    folders="$(strings -a "$file" | grep -E "$HOME/|$build|$source|^/(root|home|tmp|build|work|usr|var|opt)/|/[.]cache/" |
+        grep -vx '/usr/share/doc/opencv-doc/examples/data')"
+    [[ -z "$folders" ]] || fail "${file##*/} names $folders"
+done
+# The bitmap library has the bitmap class and nothing else, such as what the tests put into theirs.
+others="$(x86_64-w64-mingw32-objdump -p "$root/bin/MorvelDib.dll" | sed -n '/\[Ordinal\/Name Pointer\]/,/^$/p' |
+    grep -o '_Z.*' | grep -v '4CDib')"
+[[ -z "$others" ]] || fail "MorvelDib.dll exports $others"
+# What debuggers need is in an archive of its own, and each file is the one of its DLL or program.
+unzip -q "$debug" -d "$work/debug" || fail "unpacking the debug files"
+for name in Tarvix.dll MorvelDib.dll TarvixAfx.dll tarvix.exe; do
+    symbols="$(ls "$work"/debug/*/debug/"$name.debug")" || fail "$name has no debug file"
+    checksum="$(python3 -c 'import sys, zlib; print("%08x" % zlib.crc32(open(sys.argv[1], "rb").read()))' "$symbols")"
+    x86_64-w64-mingw32-objdump -s -j .gnu_debuglink "$root/bin/$name" >"$work/link" || fail "$name names no debug file"
+    # The checksum is stored with its lowest byte first.
+    stored="$(sed -n 's/^ [0-9a-f]* \([0-9a-f ]*\)  .*/\1/p' "$work/link" | tr -d ' \n' | sed -E 's/(00)*$//')"
+    [[ "$stored" == *"$(fold -w2 <<<"$checksum" | tac | tr -d '\n' | sed -E 's/(00)*$//')" ]] ||
+        fail "$name was not built with its debug file: $stored, $checksum"
+done
+x86_64-w64-mingw32-objdump --dwarf=decodedline "$work"/debug/*/debug/Tarvix.dll.debug 2>/dev/null >"$work/lines"
+grep -q 'lines.cpp' "$work/lines" || fail "the debug file of Tarvix.dll has no line numbers"
+! strings -a "$work"/debug/*/debug/*.debug | grep -E "$build|$source" || fail "the debug files name the source folder"
+
 grep -rqF "$source" "$root/lib/cmake" && fail "the CMake package names the source folder"
 
 cd "$root/bin" || exit 1
@@ -44,6 +91,15 @@ cd "$work/a user's folder" || exit 1
 run "$root/bin/tarvix.exe" canny "in.jpg" --out "out.png" || fail "tarvix.exe canny"
 (($(identify -format '%k' out.png) == 2)) || fail "the edges are not a black and white image"
 
+# TIFF and WebP as ImageMagick writes them.
+convert in.jpg -compress lzw lzw.tif && convert in.jpg -compress zip zip.tif && convert in.jpg -compress none plain.tif &&
+    convert in.jpg -define webp:lossless=true lossless.webp && convert in.jpg in.png || fail "ImageMagick"
+for file in lzw.tif zip.tif plain.tif lossless.webp; do
+    run "$root/bin/tarvix.exe" load "$file" -o read.png || fail "tarvix.exe load $file"
+    differing="$(compare -metric AE in.png read.png null: 2>&1)"
+    [[ "$differing" == 0 ]] || fail "$file is read with $differing other pixels"
+    rm read.png
+done
 run "$root/bin/tarvix.exe" faces "$photographs/messi5.jpg" >"$work/faces" || fail "tarvix.exe faces"
 (($(wc -l <"$work/faces") == 1)) || fail "tarvix.exe faces prints $(cat "$work/faces")"
 
