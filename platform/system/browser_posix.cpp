@@ -8,8 +8,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace tarvix {
 
 bool openInBrowser(const std::filesystem::path& file) {
