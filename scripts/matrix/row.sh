@@ -84,7 +84,8 @@ case $row in
 esac
 
 cxx=$(sed -nE 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' $build/CMakeCache.txt)
-compiler=$("$cxx" --version | sed -nE '1{s/.*clang version ([0-9.]+).*/clang \1/p;t;s/.* ([0-9.]+)$/g++ \1/p}')
+compiler=$("$cxx" --version | sed -nE '1s/.*clang version ([0-9.]+).*/clang \1/p')
+[ -n "$compiler" ] || compiler="g++ $("$cxx" -dumpfullversion)"
 folder=$(sed -nE 's/^OpenCV_DIR:PATH=//p' $build/CMakeCache.txt)
 opencv=$(sed -nE 's/^ *set\(OpenCV_VERSION "?([0-9.]+)"?\)/\1/Ip' "$folder/OpenCVConfig.cmake" | head -n 1)
 cmake=$(cmake --version | sed -nE '1s/.* ([0-9.]+)$/\1/p')
