@@ -105,9 +105,14 @@ void reversedWinding(std::mt19937_64& random, QuadCase& c) {
 }
 
 void onALineInWholeSteps(std::mt19937_64& random, QuadCase& c) {
-    const cv::Point2d origin(static_cast<double>(random() % 100),
-                             static_cast<double>(random() % 100));
-    const cv::Point2d step(static_cast<double>(random() % 9), static_cast<double>(random() % 9));
+    // Compilers differ in the order in which they evaluate the arguments of one call.
+    const auto below = [&](std::uint64_t end) { return static_cast<double>(random() % end); };
+    cv::Point2d origin;
+    cv::Point2d step;
+    origin.y = below(100);
+    origin.x = below(100);
+    step.y = below(9);
+    step.x = below(9);
     for (cv::Point2d& q : c.quad.corners) {
         q = origin + step * static_cast<double>(random() % 12);
     }

@@ -294,10 +294,15 @@ View withCornerAtHorizon(std::mt19937_64& random) {
     const double pitch = uniform(random, 20.0, 60.0);
     const double focalPx = uniform(random, 100.0, 900.0);
     const cv::Matx33d x = RotationX(pitch);
-    const cv::Point2d middle(uniform(random, -200.0, 200.0), uniform(random, -200.0, 200.0));
+    // Compilers differ in the order in which they evaluate the arguments of one call.
+    const auto within = [&](double reach) {
+        const double y = uniform(random, -reach, reach);
+        return cv::Point2d(uniform(random, -reach, reach), y);
+    };
+    const cv::Point2d middle = within(200.0);
     Corners corners{};
     for (cv::Point2d& p : corners) {
-        p = middle + cv::Point2d(uniform(random, -90.0, 90.0), uniform(random, -90.0, 90.0));
+        p = middle + within(90.0);
     }
     corners[2] = {uniform(random, -900.0, 900.0),
                   focalPx * x(1, 1) / x(2, 1) + uniform(random, -1e-11, 1e-11)};

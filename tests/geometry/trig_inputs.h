@@ -1,4 +1,5 @@
-// Angles and cosines to test the correctly rounded functions with, the same on every system.
+// Angles and cosines to test the correctly rounded functions with, the same on every system: each
+// is drawn in a statement of its own, because compilers differ in the order of a call's arguments.
 #pragma once
 
 #include "geometry/vect.h"
@@ -44,8 +45,8 @@ inline std::vector<double> someAngles(std::uint64_t seed, int count) {
         angles.push_back(uniform(random, -10.0, 10.0));
         angles.push_back(uniform(random, -1e6, 1e6));
         angles.push_back(std::floor(uniform(random, -600000.0, 600000.0)) * (pi / 2.0));
-        angles.push_back(
-            std::ldexp(uniform(random, -1.0, 1.0), -static_cast<int>(random() % 1070)));
+        const int power = -static_cast<int>(random() % 1070);
+        angles.push_back(std::ldexp(uniform(random, -1.0, 1.0), power));
     }
     return angles;
 }
@@ -58,9 +59,10 @@ inline std::vector<double> someCosines(std::uint64_t seed, int count) {
         cosines.push_back(uniform(random, -1.0, 1.0));
         cosines.push_back(uniform(random, -0.2, 0.2));
         const double sign = random() % 2 == 0 ? 1.0 : -1.0;
-        const auto power = [&](std::uint64_t range) { return -static_cast<int>(random() % range); };
-        cosines.push_back(sign * (1.0 - std::ldexp(uniform(random, 0.0, 1.0), power(53))));
-        cosines.push_back(sign * std::ldexp(uniform(random, 0.0, 1.0), power(1070)));
+        const int power = -static_cast<int>(random() % 53);
+        cosines.push_back(sign * (1.0 - std::ldexp(uniform(random, 0.0, 1.0), power)));
+        const int lowPower = -static_cast<int>(random() % 1070);
+        cosines.push_back(sign * std::ldexp(uniform(random, 0.0, 1.0), lowPower));
     }
     return cosines;
 }
