@@ -5,7 +5,7 @@ import {el, button, labelled, newId} from "./dom.js";
 import {ImageList} from "./image_list.js";
 
 const rowHeight = 60;
-const mostChosen = 500;
+const chosenLimit = 500;
 
 export class Chooser {
     // onChoose  gets the names that are chosen: one, or any number in the mode for many
@@ -121,7 +121,7 @@ export class Chooser {
 
     async chooseAll() {
         try {
-            this.choose(await this.list.all(mostChosen));
+            this.choose(await this.list.all(chosenLimit));
         } catch (failure) {
             this.onFailure(failure);
         }

@@ -52,14 +52,14 @@ export class ImageList {
         }
     }
 
-    // All names that the filter lets through, at most so many.
-    async all(most) {
+    // All names that the filter lets through, at most `limit`.
+    async all(limit) {
         const names = [];
-        for (let from = 0; from < Math.min(this.total, most); from += pageSize) {
+        for (let from = 0; from < Math.min(this.total, limit); from += pageSize) {
             const answer = await api.images(from, pageSize, this.filter);
             names.push(...answer.images.map((image) => image.name));
         }
-        return names.slice(0, most);
+        return names.slice(0, limit);
     }
 
     indexOf(name) {
