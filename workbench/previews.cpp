@@ -51,7 +51,7 @@ Preview Previews::of(const fs::path& image, Use use, std::uint64_t pixels) {
     const auto sizeOf = [&end](const char* name) {
         return cv::Size(end.data.at(name).at(0).get<int>(), end.data.at(name).at(1).get<int>());
     };
-    const Preview preview{.path = file, .image = sizeOf("image"), .copy = sizeOf("size")};
+    Preview preview{.path = file, .image = sizeOf("image"), .copy = sizeOf("size")};
     const std::lock_guard lock(m_mutex);
     Store& store = storeOf(use);
     if (store.made.emplace(key, preview).second) {

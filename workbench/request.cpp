@@ -37,7 +37,7 @@ std::string pointText(const host::OptionRow& option, const Json& point) {
 }
 
 std::string boardText(const host::OptionRow& option, const Json& value) {
-    const std::string text = textOf(value, option.name);
+    std::string text = textOf(value, option.name);
     const std::size_t x = text.find('x');
     const auto isCount = [](const std::string& digits) {
         return !digits.empty() && digits.size() <= 3 &&
@@ -50,7 +50,7 @@ std::string boardText(const host::OptionRow& option, const Json& value) {
 }
 
 std::string plainText(const host::OptionRow& option, const Json& value) {
-    const std::string text = textOf(value, option.name);
+    std::string text = textOf(value, option.name);
     const bool control = std::any_of(text.begin(), text.end(),
                                      [](char c) { return static_cast<unsigned char>(c) < 0x20; });
     if (control || text.size() > longestText) {

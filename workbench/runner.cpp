@@ -71,9 +71,8 @@ std::vector<StoredResult> Runner::resultsOf(const Plan& plan, const RunEnd& end)
     const auto sizeOf = [&](const fs::path& file) {
         for (const Json& image : end.images) {
             if (image.value("file", "") == tarvix::nameOf(file)) {
-                return cv::Size(
-                    static_cast<int>(image.value("width", 0) / plan.reduction.x + 0.5),
-                    static_cast<int>(image.value("height", 0) / plan.reduction.y + 0.5));
+                return cv::Size(cvRound(image.value("width", 0) / plan.reduction.x),
+                                cvRound(image.value("height", 0) / plan.reduction.y));
             }
         }
         return cv::Size();

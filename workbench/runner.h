@@ -52,7 +52,7 @@ private:
     };
     Prepared prepare(const RunRequest& request);
     Json answerOf(const Prepared& prepared, RunEnd end);
-    std::vector<StoredResult> resultsOf(const Plan& plan, const RunEnd& end);
+    static std::vector<StoredResult> resultsOf(const Plan& plan, const RunEnd& end);
 
     Engine& m_engine;
     Previews& m_previews;
