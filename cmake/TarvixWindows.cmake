@@ -36,8 +36,9 @@ macro(tarvix_begin_shipped)
   if(MINGW)
     file(RELATIVE_PATH from_build "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}") # as ccache passes the folder
     string(REGEX REPLACE "/$" "" from_build "${from_build}")
-    add_compile_options(-g1 "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${from_build}=."
-                        "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build")
+    # For debuggers only: what messages say is set in TarvixOptions.cmake.
+    add_compile_options(-g1 "-fdebug-prefix-map=${PROJECT_SOURCE_DIR}=." "-fdebug-prefix-map=${from_build}=."
+                        "-fdebug-prefix-map=${CMAKE_BINARY_DIR}=build")
     foreach(prefix IN LISTS TARVIX_WINDOWS_PREFIX)
       add_compile_options("-ffile-prefix-map=${prefix}=")
     endforeach()
