@@ -130,7 +130,11 @@ void GalleryPage::makePagesRelative(const GalleryEntry& entry) const {
     for (const std::string& page : entry.pages) {
         const std::string path = placed(page);
         std::ifstream file(pathOf(path), std::ios::binary);
+        if (!file) {
+            continue; // its command failed, and the entry says so
+        }
         std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        file.close(); // Windows replaces no file that is open
         for (const char* folder : {"photos", "results"}) {
             replaceAll(text, escapeHtml(nameOf(m_folder / folder)), folder);
         }
