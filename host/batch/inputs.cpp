@@ -134,7 +134,8 @@ void expandPattern(const std::string& word, const Take& take) {
 class Collected {
 public:
     void add(const std::string& name) {
-        if (m_seen.insert(digestOf(name)).second) {
+        // With the system's separators: Windows knows two.
+        if (m_seen.insert(digestOf(nameOf(pathOf(name).make_preferred()))).second) {
             names.add(name);
         }
     }

@@ -96,7 +96,9 @@ TEST_F(FeatureCommands, RegisterPrintsJsonOfAnyFileName) {
     const ProgramResult run = tarvix({"register", latin, "-o", folder / "set", "--json"});
     EXPECT_EQ(run.status, 0) << run.err;
     const json image = json::parse(run.out).at("images").at(0);
-    EXPECT_EQ(image.at("input"), folder / "caf\xef\xbf\xbd.png"); // U+FFFD
+    // U+FFFD, or the letter itself on Windows, where names are not bytes.
+    EXPECT_THAT(image.at("input").get<std::string>(),
+                testing::AnyOf(folder / "caf\xef\xbf\xbd.png", folder / "caf\xc3\xa9.png"));
 }
 
 TEST_F(FeatureCommands, RegisterNumbersFilesNotFolders) {
