@@ -2,6 +2,7 @@
 
 #include "platform/system/paths.h"
 
+#include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <system_error>
@@ -31,7 +32,8 @@ std::string keyOf(const std::string& path) {
     std::error_code noSize;
     std::error_code noTime;
     const auto size = std::filesystem::file_size(file, noSize);
-    const auto time = std::filesystem::last_write_time(file, noTime).time_since_epoch().count();
+    const auto time = static_cast<std::int64_t>( // some libraries count in more than 64 bits
+        std::filesystem::last_write_time(file, noTime).time_since_epoch().count());
     return noSize || noTime ? std::string()
                             : std::to_string(size) + " " + std::to_string(time) + " " + path;
 }

@@ -20,8 +20,11 @@ std::optional<InputState> stateOf(const std::string& path) {
     const fs::directory_entry entry(pathOf(path), error);
     const std::uintmax_t bytes = error ? 0 : entry.file_size(error);
     const auto modified = error ? fs::file_time_type{} : entry.last_write_time(error);
-    return error ? std::nullopt
-                 : std::optional(InputState{bytes, modified.time_since_epoch().count()});
+    if (error) {
+        return std::nullopt;
+    }
+    // Some libraries count in more than 64 bits.
+    return InputState{bytes, static_cast<std::int64_t>(modified.time_since_epoch().count())};
 }
 
 std::size_t readManifest(const std::string& path,
