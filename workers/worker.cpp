@@ -46,6 +46,7 @@ struct Worker::State {
     std::uint64_t watchMemory();
     void begin(std::optional<Clock::time_point> until, bool withMemory);
     void finish(Reply& reply);
+    Reply ask(const Json& request, const OnProgress& onProgress);
     [[nodiscard]] std::string sentence(Outcome outcome) const;
 
     const std::vector<std::string> words;
@@ -54,6 +55,7 @@ struct Worker::State {
     std::unique_ptr<ChildProcess> child; // replaced by the asking thread only
     std::unique_ptr<LineReader> lines;
     std::uint64_t id = 0;
+    bool answeredBefore = false; // this process, when the last request began
 
     std::mutex mutex; // of what follows, and of the pointer to the child
     std::condition_variable wake;
@@ -193,51 +195,51 @@ std::optional<Json> answerTo(std::uint64_t id, LineReader& lines, const OnProgre
 
 } // namespace
 
-Reply Worker::ask(const Json& request, const OnProgress& onProgress) {
-    State& state = *m_state;
+Reply Worker::State::ask(const Json& request, const OnProgress& onProgress) {
     Reply reply;
     bool started = false;
     {
-        const std::lock_guard lock(state.mutex);
-        state.ended.reset();
-        if (state.child && state.child->hasEnded()) { // while it had nothing to do
-            state.lines.reset();
-            state.child.reset();
+        const std::lock_guard lock(mutex);
+        ended.reset();
+        if (child && child->hasEnded()) { // while it had nothing to do
+            lines.reset();
+            child.reset();
         }
-        if (!state.child) {
+        answeredBefore = child != nullptr;
+        if (!child) {
             try {
-                state.child = std::make_unique<ChildProcess>(state.words, state.errors);
+                child = std::make_unique<ChildProcess>(words, errors);
             } catch (const std::exception& e) {
                 reply.why = e.what();
                 return reply;
             }
-            state.lines = std::make_unique<LineReader>(state.child->output());
+            lines = std::make_unique<LineReader>(child->output());
             started = true;
         }
     }
     if (started) {
-        state.begin(Clock::now() + longestStart, false);
+        begin(Clock::now() + longestStart, false);
         std::string line;
-        const bool answers = state.lines->read(line);
+        const bool answers = lines->read(line);
         const Json ready = Json::parse(line, nullptr, false);
         if (!answers || !ready.is_object() || !ready.contains("ready")) {
             reply.why = answers ? noAnswer : "";
-            state.finish(reply);
+            finish(reply);
             return reply;
         }
     }
-    state.child->forgetPeakMemory();
+    child->forgetPeakMemory();
     const Clock::time_point begun = Clock::now();
-    std::optional<Clock::time_point> deadline;
-    if (state.limits.seconds > 0) {
-        deadline = begun + std::chrono::duration_cast<Clock::duration>(
-                               std::chrono::duration<double>(state.limits.seconds));
+    std::optional<Clock::time_point> until;
+    if (limits.seconds > 0) {
+        until = begun + std::chrono::duration_cast<Clock::duration>(
+                            std::chrono::duration<double>(limits.seconds));
     }
-    state.begin(deadline, state.limits.memory > 0);
+    begin(until, limits.memory > 0);
     Json sent = request;
-    sent["id"] = ++state.id;
-    if (state.child->input().write(sent.dump() + '\n')) {
-        std::optional<Json> answer = answerTo(state.id, *state.lines, onProgress);
+    sent["id"] = ++id;
+    if (child->input().write(sent.dump() + '\n')) {
+        std::optional<Json> answer = answerTo(id, *lines, onProgress);
         if (answer && answer->is_discarded()) {
             reply.why = noAnswer;
         } else if (answer) {
@@ -247,7 +249,16 @@ Reply Worker::ask(const Json& request, const OnProgress& onProgress) {
         }
     }
     reply.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
-    state.finish(reply);
+    finish(reply);
+    return reply;
+}
+
+Reply Worker::ask(const Json& request, const OnProgress& onProgress) {
+    Reply reply = m_state->ask(request, onProgress);
+    // A process keeps some of what earlier requests took: that is not held against this one.
+    if (reply.outcome == Outcome::TooMuchMemory && m_state->answeredBefore) {
+        reply = m_state->ask(request, onProgress);
+    }
     return reply;
 }
 

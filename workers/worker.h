@@ -53,7 +53,8 @@ public:
     Worker& operator=(const Worker&) = delete;
 
     // Sends the request, an object, and waits for the answer. Throws nothing of its own. After any
-    // other outcome than Answered, the next request gets a new process. One thread at a time, and
+    // other outcome than Answered, the next request gets a new process. A request that exceeds the
+    // memory in a process that has answered others is asked once more, of a new one. One thread at a time, and
     // always the same one: on Linux, the process ends with the thread that started it.
     Reply ask(const Json& request, const OnProgress& onProgress = {});
 

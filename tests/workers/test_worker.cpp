@@ -144,6 +144,18 @@ TEST(Worker, TooMuchMemoryCostsOneRequest) {
     EXPECT_EQ(served(worker.ask({{"do", ""}})), 1);
 }
 
+TEST(Worker, MemoryThatEarlierRequestsKeptCostsNone) {
+    const std::uint64_t usual = Worker({probe}).ask({{"do", ""}}).peakMemory;
+    Worker worker({probe}, {.memory = usual + 200 * mebi});
+    bool replaced = false;
+    for (int i = 0; i < 6; ++i) { // 80 MiB each
+        const Reply reply = worker.ask({{"do", "keep"}});
+        EXPECT_EQ(reply.outcome, Outcome::Answered) << reply.why;
+        replaced = replaced || (i > 0 && served(reply) == 1);
+    }
+    EXPECT_TRUE(replaced);
+}
+
 TEST(Worker, AnotherThreadStopsARequest) {
     Worker worker({probe}, {.seconds = 1000, .memory = 1000000 * mebi});
     std::thread other;

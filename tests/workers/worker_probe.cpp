@@ -23,14 +23,21 @@ void hang() {
     std::_Exit(9);
 }
 
+constexpr std::size_t step = std::size_t{8} << 20U;
+
 void takeMemory() {
-    constexpr std::size_t step = std::size_t{8} << 20U;
     constexpr int steps = 256; // 2 GiB: nobody stops us
     for (int i = 0; i < steps; ++i) {
         std::memset(std::malloc(step), 1 + i, step); // touched, and never freed
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     hang();
+}
+
+void keepMemory() {
+    static std::vector<std::vector<char>> kept;
+    kept.emplace_back(10 * step, '1');
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // to be seen
 }
 
 // What it writes as the answer; the text is written as it is.
@@ -44,6 +51,8 @@ std::string answerTo(const Json& request, tarvix::PipeEnd& out) {
         hang();
     } else if (what == "memory") {
         takeMemory();
+    } else if (what == "keep") {
+        keepMemory();
     } else if (what == "say") {
         return tarvix::fromHex(request["hex"]);
     } else if (what == "half") {
