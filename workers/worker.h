@@ -54,8 +54,9 @@ public:
 
     // Sends the request, an object, and waits for the answer. Throws nothing of its own. After any
     // other outcome than Answered, the next request gets a new process. A request that exceeds the
-    // memory in a process that has answered others is asked once more, of a new one. One thread at a time, and
-    // always the same one: on Linux, the process ends with the thread that started it.
+    // memory in a process that has answered others is asked once more, of a new one; it may take
+    // the seconds of the limit twice. One thread at a time, and always the same one: on Linux, the
+    // process ends with the thread that started it.
     Reply ask(const Json& request, const OnProgress& onProgress = {});
 
     // Ends the request that runs or, if none does, the next one at its beginning: its outcome is
