@@ -19,6 +19,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -41,6 +42,16 @@ protected:
     std::array<double, 12> result{};
 };
 
+// OpenCV's own calls.
+cv::Mat warped(const cv::Mat& image, const Points& corners, const std::vector<cv::Point2d>& to) {
+    const tarvix::Corners marked = tarvix::cornersFromArray(corners.data());
+    const std::vector<cv::Point2d> from(marked.begin(), marked.end());
+    cv::Mat result;
+    cv::warpPerspective(image, result, cv::findHomography(from, to), image.size(), cv::INTER_LINEAR,
+                        cv::BORDER_CONSTANT, cv::Scalar::all(255));
+    return result;
+}
+
 std::vector<unsigned char> storedBytes(const CDib& dib) {
     const BITMAPINFOHEADER& h = dib.m_bmi.bmiHeader;
     return {dib.m_pBits, dib.m_pBits + test::storedBytes(h)};
@@ -49,9 +60,11 @@ std::vector<unsigned char> storedBytes(const CDib& dib) {
 // The correction
 
 // Corners on a line admit no correction. What the homography makes of corners that are not numbers
-// depends on the line.
+// depends on the line, and the image on what the processor makes of such a number as a position: on
+// x86 it lies outside the image.
 TEST_F(ConvergeExports, CornersOnASlantedLineGiveNoNumbersAndAWhiteImage) {
-    const Dib source = dibOf(test::scene(450, 500));
+    const cv::Mat scene = test::scene(450, 500);
+    const Dib source = dibOf(scene);
     corners = {100, 100, 200, 200, 300, 300, 400, 400};
     const Dib out(tx_Converge(*source, corners.data(), 0.0, 1, 0, 0, 0, result.data()));
     ASSERT_NE(out, nullptr);
@@ -61,7 +74,12 @@ TEST_F(ConvergeExports, CornersOnASlantedLineGiveNoNumbersAndAWhiteImage) {
     for (std::size_t i = 8; i < 12; ++i) {
         EXPECT_EQ(result[i], 0.0) << i;
     }
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    const std::vector<cv::Point2d> nowhere(4, {none, none});
+    EXPECT_THAT(*out, IsIdenticalTo(warped(scene, corners, nowhere)));
+#if defined __x86_64__ || defined _M_X64
     EXPECT_THAT(*out, IsIdenticalTo(cv::Mat(450, 500, CV_8UC3, cv::Scalar::all(255))));
+#endif
 }
 
 TEST_F(ConvergeExports, CornersOnAnUprightLineAreRefusedByTheHomography) {
@@ -92,12 +110,7 @@ TEST_F(ConvergeExports, ConvergeIsSearchCorrectionAndWarp) {
         EXPECT_EQ(result[10], pose.rollDeg);
         EXPECT_EQ(result[11], pose.focalMm);
 
-        const std::vector<cv::Point2d> f(quad.corners.begin(), quad.corners.end());
-        const std::vector<cv::Point2d> t(to.begin(), to.end());
-        cv::Mat expected;
-        cv::warpPerspective(scene, expected, cv::findHomography(f, t), {240, 180}, cv::INTER_LINEAR,
-                            cv::BORDER_CONSTANT, cv::Scalar::all(255));
-        EXPECT_THAT(*out, IsIdenticalTo(expected));
+        EXPECT_THAT(*out, IsIdenticalTo(warped(scene, corners, {to.begin(), to.end()})));
         EXPECT_EQ(corners, tilted);
         EXPECT_THAT(*source, IsIdenticalTo(scene)); // the input is not modified
     }
