@@ -3,7 +3,9 @@ that it has configured.
 
 Every source is compiled with clang-cl, without making an object; silent runs are remembered in CACHE, as run_cache.py
 says. The class library is included first in every source, in the operations, too: names that windows.h defines as macros
-would stop a host that includes one. The sources of the exports are also compiled to objects, for the names that they export.
+would stop a host that includes one. What a source sees of these macros depends on the order of the headers, so their names
+are also looked for in the text of every source, as macro_names.py says. The sources of the exports are also compiled to
+objects, for the names that they export.
 """
 
 import concurrent.futures
@@ -14,6 +16,7 @@ import sys
 import tempfile
 import time
 
+import macro_names
 from run_cache import RunCache, content, digest, entries_of, rule_files
 
 ROOT, BUILDS, CACHE = (pathlib.Path(argument) for argument in sys.argv[1:4])
@@ -126,6 +129,33 @@ class Checker:
                     self.counts["checked"] += 1
                     self.note(result.stdout + result.stderr)
 
+    def names_of_macros(self, name):
+        """No source has a name that windows.h defines as a macro and the standard library does not."""
+        build = BUILDS / name
+        entry = next(entry for source, entry in entries_of(build).items() if source.endswith("bridge/dib_bridge.cpp"))
+        words = [word for word in compile_words(entry) if word != "/FIafxwin.h"]
+
+        def listed(*headers):
+            with tempfile.TemporaryDirectory() as folder:
+                source = pathlib.Path(folder) / "headers.cpp"
+                source.write_text("".join(f"#include <{header}>\n" for header in headers))
+                result = run([*words, "/EP", "/clang:-dM", "--", str(source)], build)
+                if result.returncode != 0:
+                    self.note(result.stdout + result.stderr)
+                return macro_names.defined(result.stdout)
+
+        names = listed("afxwin.h") - listed("cctype", "cerrno", "cstdio", "cstdlib", "cstring", "cwchar")
+        if not {"small", "near", "far"} <= names: # so that nothing is looked for
+            self.note(f"windows.h defines only {' '.join(sorted(names))}")
+        sources = [path for kind in ("*.h", "*.cpp") for folder in sorted(ROOT.iterdir())
+                   if folder.is_dir() and not folder.name.startswith((".", "build")) for path in sorted(folder.rglob(kind))
+                   if not path.is_relative_to(SHAPES)]
+        for path in sources:
+            for line, word in macro_names.used(path.read_text(), names):
+                self.note(f"{path.relative_to(ROOT)}:{line}: '{word}' is a macro of windows.h; take another name")
+        print(f"==> {name}: {len(sources)} files have none of the names {' '.join(sorted(names))}" if not self.bad else
+              f"==> {name}: {len(sources)} files looked at")
+
     def exports(self, name, listed):
         """The names that the objects of the module ask the linker to export are those of the list."""
         build = BUILDS / name
@@ -159,6 +189,7 @@ def main():
     checker = Checker(digest(version, content(str(SHAPES / "toolchain.cmake"))))
     checker.sources("x64")
     checker.sources("stand_in")
+    checker.names_of_macros("x64")
     for name in ("x64", "x86"):
         checker.public_headers(name)
     names = checker.exports("x64", "exports_msvc_x64.txt")

@@ -31,8 +31,8 @@ std::string genericOf(const fs::path& path) {
 bool isImageName(const std::string& name) {
     constexpr std::array<const char*, 11> extensions = {
         ".jpg", ".jpeg", ".png", ".bmp", ".tif", ".tiff", ".webp", ".pgm", ".ppm", ".pbm", ".jp2"};
-    const std::string small = lowerCase(name.substr(std::min(name.rfind('.'), name.size())));
-    return std::find(extensions.begin(), extensions.end(), small) != extensions.end();
+    const std::string extension = lowerCase(name.substr(std::min(name.rfind('.'), name.size())));
+    return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
 }
 
 } // namespace

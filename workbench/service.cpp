@@ -227,9 +227,9 @@ HttpResponse Service::image(const Target& target, Previews::Use use) {
     if (!file) {
         return refused(404, "there is no image '" + name + "'");
     }
-    const bool small = use == Previews::Use::Thumbnail;
+    const bool thumbnail = use == Previews::Use::Thumbnail;
     return shown(*file, use,
-                 small ? thumbnailSide : count(target, "pixels", mostPixels, mostPixels));
+                 thumbnail ? thumbnailSide : count(target, "pixels", mostPixels, mostPixels));
 }
 
 HttpResponse Service::result(const Target& target) {

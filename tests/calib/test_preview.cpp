@@ -47,9 +47,9 @@ cv::Mat expectedView(const std::string& file, cv::Size window, int halfWindow) {
     if (s > 1) {
         return colour;
     }
-    cv::Mat small;
-    cv::resize(colour, small, cv::Size(), s, s, cv::INTER_AREA);
-    return small;
+    cv::Mat reduced;
+    cv::resize(colour, reduced, cv::Size(), s, s, cv::INTER_AREA);
+    return reduced;
 }
 
 class Preview : public test::ExportTest {

@@ -19,12 +19,12 @@ TEST(LargestFace, IsAllZeroWithoutDetections) {
 }
 
 TEST(LargestFace, IsTheOneOfTheLargestArea) {
-    const cv::Rect small(5, 6, 40, 40);
+    const cv::Rect compact(5, 6, 40, 40);
     const cv::Rect large(100, 7, 60, 50);
-    EXPECT_EQ(largestFace({small, large}), cv::Rect(100, 7, 60, 50));
-    EXPECT_EQ(largestFace({large, small}), cv::Rect(100, 7, 60, 50));
+    EXPECT_EQ(largestFace({compact, large}), cv::Rect(100, 7, 60, 50));
+    EXPECT_EQ(largestFace({large, compact}), cv::Rect(100, 7, 60, 50));
     // The area decides, not the longest side.
-    EXPECT_EQ(largestFace({{0, 0, 100, 10}, small}), cv::Rect(5, 6, 40, 40));
+    EXPECT_EQ(largestFace({{0, 0, 100, 10}, compact}), cv::Rect(5, 6, 40, 40));
 }
 
 TEST(LargestFace, OfEqualAreasIsTheFirst) {
