@@ -14,7 +14,7 @@ namespace host {
 // How an entry's commands went.
 struct GalleryRun {
     int status = 0;      // exit status of the last one that ran
-    double seconds = 0;  // of the entry's own command
+    double seconds = 0;  // of its commands
     std::string printed; // on standard output, of all
     std::string errors;  // on standard error, of all
 };

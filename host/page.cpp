@@ -65,7 +65,9 @@ std::string commandLineHtml(const std::vector<std::string>& words) {
     std::string line = "tarvix";
     for (const std::string& word : words) {
         const bool plain = word.find_first_of(" '\"\\$*?") == std::string::npos;
-        line += " " + escapeHtml(plain ? word : "'" + word + "'");
+        const std::string shown = escapeHtml(plain ? word : "'" + word + "'");
+        // Browsers break lines at hyphens, which would leave "--" at the end of one.
+        line += shown.rfind('-', 0) == 0 ? " <span>" + shown + "</span>" : " " + shown;
     }
     return line;
 }
@@ -94,6 +96,7 @@ p { margin: .2rem 0 .7rem; max-width: 52rem; }
 pre { background: var(--code); color: var(--on-code); padding: .6rem .8rem; border-radius: 6px;
       font-size: .8rem; white-space: pre-wrap; overflow-wrap: anywhere; margin: 0 0 1rem;
       max-height: 14rem; overflow: auto; }
+pre span { white-space: nowrap; } .figures + pre { margin-top: .6rem; }
 .row { display: flex; flex-wrap: wrap; gap: 1rem; align-items: flex-start; }
 figure { margin: 0; flex: 1 1 320px; min-width: 0; }
 figure.small { flex: 1 1 240px; max-width: 420px; }
@@ -110,7 +113,14 @@ ul.findings { list-style: none; padding: 0; margin: 0 0 .8rem; }
 ul.findings li { padding: .3rem .7rem; margin: .3rem 0; border-left: 4px solid #2f9e5f;
                  background: var(--good-back); }
 ul.findings li.mind { border-color: #d9822b; background: var(--mind-back); }
-@media print { body { background: none; max-width: none; padding: 0; } section { break-inside: avoid; } }
+@media print { /* all of a text: paper does not scroll, and browsers omit dark backgrounds */
+  :root { color-scheme: light; --text: #000; --back: #fff; --card: #fff; --line: #bbb; --soft: #444;
+          --code: #fff; --on-code: #000; --link: #0b5cad; --bad: #b00020; --good-back: #fff;
+          --mind-back: #fff; }
+  body { max-width: none; padding: 0; } section { break-inside: avoid; overflow: visible; }
+  pre { max-height: none; overflow: visible; white-space: pre-wrap; border: 1px solid var(--line); }
+  section img { max-height: 7.5cm; width: auto; } h2, figure { break-inside: avoid; }
+  h2 { break-after: avoid; } .figures { break-before: avoid; } }
 </style></head><body>
 )" + body + "</body></html>\n";
 }

@@ -65,10 +65,10 @@ GalleryRun runEntry(const GalleryEntry& entry, const GalleryPage& page) {
     for (const MadeInput& input : entry.made) {
         makeInput(input, page);
     }
+    const auto start = std::chrono::steady_clock::now(); // of all commands that the page shows
     for (std::size_t k = 0; run.status == 0 && k < entry.prepare.size(); ++k) {
         run.status = runCommand(page.placed(entry.prepare[k]), output);
     }
-    const auto start = std::chrono::steady_clock::now();
     if (run.status == 0) {
         run.status = runCommand(page.placed(entry.command), output);
     }

@@ -56,7 +56,7 @@ TEST_F(Gallery, ShowsEveryEntry) {
     const std::string html = page();
     EXPECT_THAT(html, HasSubstr("data:image/jpeg;base64,"));
     EXPECT_THAT(html, testing::Not(HasSubstr("<b>failed</b>")));
-    EXPECT_THAT(html, HasSubstr("tarvix canny photos/home.jpg -o results/canny.png"));
+    EXPECT_THAT(html, HasSubstr("tarvix canny photos/home.jpg <span>-o</span> results/canny.png"));
     EXPECT_THAT(html, testing::Not(HasSubstr(folder / "gallery")));
     EXPECT_THAT(html, HasSubstr("distance to the true image: 22.5 dB before, 26."));
     EXPECT_THAT(html, HasSubstr("pitch -3.95"));
