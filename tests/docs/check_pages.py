@@ -1,6 +1,7 @@
 """check_pages.py ROOT: checks that the pages tell the truth about the sources.
 
 - every link leads somewhere, and every page can be reached from docs/README.md
+- the README stays short
 - every C++ and CMake example is in a program under docs/examples, which is compiled and run
 - every message of the program tarvix and of its preview window is in docs/troubleshooting.md
 - every export is on its family's page, in docs/exports.md, which is made of the sources, and in the table of the tests
@@ -42,6 +43,13 @@ def check_links():
     start = ROOT / "docs/README.md"
     for page in set(ROOT.glob("docs/*.md")) - {start} - set(links(start)):
         complain(page, "no link to it in docs/README.md")
+
+
+def check_length():
+    readme = ROOT / "README.md"
+    lines = len(readme.read_text().splitlines())
+    if lines > 120:
+        complain(readme, f"{lines} lines, more than 120: the rest belongs into docs/")
 
 
 def check_examples():
@@ -110,6 +118,7 @@ def check_exports():
 
 
 check_links()
+check_length()
 check_examples()
 check_messages()
 check_exports()
