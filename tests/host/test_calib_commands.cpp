@@ -46,6 +46,7 @@ TEST_F(CalibCommands, CalibPrintsTheMatricesAndUndistortUsesThem) {
     const ProgramResult text = tarvix(mono);
     ASSERT_EQ(text.status, 0) << text.err;
     EXPECT_THAT(text.out, HasSubstr("3 photographs"));
+    EXPECT_THAT(text.out, HasSubstr("[1/3] left01.jpg: ")) << "what it is doing";
     EXPECT_THAT(text.out, HasSubstr("cam.xml"));
     const ProgramResult run = tarvix(words(mono, {"--json"}));
     ASSERT_EQ(run.status, 0) << run.err;

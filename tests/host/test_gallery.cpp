@@ -53,6 +53,7 @@ protected:
 TEST_F(Gallery, ShowsEveryEntry) {
     const ProgramResult run = tarvix({"gallery", folder / "gallery", "--photos", TARVIX_PHOTOS});
     EXPECT_EQ(run.status, 0) << run.err << run.out;
+    EXPECT_THAT(run.out, HasSubstr("] Straight lines ... ")) << "what it is doing";
     const std::string html = page();
     EXPECT_THAT(html, HasSubstr("data:image/jpeg;base64,"));
     EXPECT_THAT(html, testing::Not(HasSubstr("<b>failed</b>")));

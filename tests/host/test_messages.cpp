@@ -137,16 +137,33 @@ TEST_F(Messages, OpenCvsPlaceIsShownOnRequest) {
     EXPECT_THAT(verbose.err, AllOf(HasSubstr("tarvix: OpenCV("), HasSubstr(".cpp:")));
 }
 
+TEST_F(Messages, WhatALibraryPrintsIsShownOnRequest) {
+    const std::vector<std::string> words = {"register", cutOff(), "-o", folder / "set"};
+    const auto libraryLine = HasSubstr("tarvix: a library says: ");
+    EXPECT_THAT(tarvix(words).err, Not(libraryLine));
+    std::vector<std::string> more = words;
+    more.emplace_back("--verbose");
+    EXPECT_THAT(tarvix(more).err, AllOf(libraryLine, HasSubstr("JPEG file\n")));
+}
+
 TEST_F(Messages, LongWorkSaysInATerminalWhatItDoes) {
-    cv::imwrite(folder / "small.png", cv::Mat(20, 30, CV_8UC3, cv::Scalar(1, 2, 3)));
-    const std::vector<std::vector<std::string>> lines = {
-        {"denoise", folder / "small.png", "-o", out}, {"register", home, "-o", folder / "set"}};
-    for (const std::vector<std::string>& words : lines) {
+    const std::string tiny = folder / "small.png";
+    cv::imwrite(tiny, cv::Mat(20, 30, CV_8UC3, cv::Scalar(1, 2, 3)));
+    struct Work {
+        std::string said;
+        std::vector<std::string> words;
+        int status;
+    };
+    const std::vector<Work> works = {{"denoising", {"denoise", tiny, "-o", out}, 0},
+                                     {"registering", {"register", home, "-o", folder / "set"}, 0},
+                                     {"joining", {"stitch", tiny, tiny, "-o", out}, 1}};
+    for (const Work& work : works) {
         for (const bool terminal : {true, false}) {
             std::ostringstream printed;
-            host::Output output(printed, std::cerr, terminal);
-            EXPECT_EQ(host::runCommand(words, output), 0);
-            EXPECT_EQ(printed.str().find("ing ") < 12, terminal) << printed.str();
+            std::ostringstream errors;
+            host::Output output(printed, errors, terminal);
+            EXPECT_EQ(host::runCommand(work.words, output), work.status) << errors.str();
+            EXPECT_EQ(printed.str().find(work.said) == 0, terminal) << printed.str();
         }
     }
 }
