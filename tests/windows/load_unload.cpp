@@ -1,5 +1,7 @@
 // Loads the module, calls it and frees it, fifty times: memory, handles and threads must not grow.
 // It is a separate program, because a test that links the module would never see it unloaded.
+#include "tests/support/module_exports.h"
+
 #include <MorvelDib.h>
 
 #include <windows.h>
@@ -58,7 +60,7 @@ Usage usage() {
 
 template <class Function>
 Function* exported(HMODULE module, const char* name) {
-    const FARPROC address = GetProcAddress(module, name);
+    const FARPROC address = test::exportedFunction(module, name);
     if (address == nullptr) {
         std::printf("FAILED: the module does not export %s\n", name);
         return nullptr;
@@ -79,8 +81,8 @@ bool once(const char* modulePath) {
         std::printf("FAILED: %s cannot be loaded, error %lu\n", modulePath, GetLastError());
         return false;
     }
-    const auto canny = exported<Canny>(module, TARVIX_CANNY_SYMBOL);
-    const auto denoise = exported<Denoise>(module, TARVIX_DENOISE_SYMBOL);
+    const auto canny = exported<Canny>(module, "tx_Canny");
+    const auto denoise = exported<Denoise>(module, "tx_Denoise");
     bool good = canny != nullptr && denoise != nullptr;
     if (good) {
         CDib image;
