@@ -130,7 +130,7 @@ std::vector<Remark> remarksOn(const Correction& correction, const Quad& onCanvas
     }
     if (const double pixels = outside(onCanvas, canvas); pixels > 1.0) {
         remarks.push_back({"cut-off", "the corrected corners leave the image by " +
-                                          fixedNumber(pixels, 0) +
+                                          fixedNumber(pixels, 1) +
                                           " pixels, and what is there is cut off"});
     }
     return remarks;

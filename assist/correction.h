@@ -12,6 +12,10 @@
 
 namespace tarvix {
 
+// The size factors that make sense: a pixel of a photograph comes to be a thousand, or the reverse.
+constexpr double smallestScale = 1e-3;
+constexpr double largestScale = 1e3;
+
 // What the search found for an image. Angles are degrees.
 struct Correction {
     cv::Size image;            // pixels, of the image on which the corners were marked
@@ -22,6 +26,8 @@ struct Correction {
     double rollDeg = 0.0;      // about the optical axis
     double focalMm = 0.0;      // 35-mm equivalent: the longer side of the image is 36 mm
     bool searchedFocal = true; // false if the focal length was known
+    bool pitchOnly = false;    // true: the corrected corners keep yaw and roll
+    double scale = 1.0;        // size factor that was asked for
     double missedDeg = 0.0; // missedRightAnglesDeg() of the corners corrected by all three angles
 };
 

@@ -84,10 +84,11 @@ void calibrate(const CalibrationOptions& options, const std::vector<std::string>
     }
     int done = 0;
     {
-        const Progress progress(output, "calibrating from " + std::to_string(files.size()) +
-                                            " photographs, board " +
-                                            std::to_string(options.board[0]) + " x " +
-                                            std::to_string(options.board[1]));
+        const Progress progress(
+            output, "calibrating from " + std::to_string(files.size()) +
+                        (files.size() == 1 ? " photograph, board " : " photographs, board ") +
+                        std::to_string(options.board[0]) + " x " +
+                        std::to_string(options.board[1]));
         done = run(list, options.folder.c_str(), window ? window->handle() : nullptr);
     }
     if (done != 0) {
@@ -162,6 +163,12 @@ std::vector<std::string> commandOf(const std::string& name, const CalibrationOpt
         std::ostringstream limit;
         limit << *o.drop.maxRms;
         words.insert(words.end(), {"--max-rms", limit.str()});
+    }
+    for (const auto& [flag, isSet] :
+         {std::pair("--strict", o.strict), std::pair("--preview", o.preview)}) {
+        if (isSet) {
+            words.emplace_back(flag);
+        }
     }
     words.insert(words.end(), {"-o", o.folder, "--report", o.report});
     return words;

@@ -23,6 +23,8 @@ std::string times(int width, int height) {
     return std::to_string(width) + " x " + std::to_string(height);
 }
 
+constexpr const char* itsPair = "its pair ";
+
 // A photograph and what came of the search.
 struct Searched {
     std::string file;
@@ -83,7 +85,8 @@ void keepWholePairs(std::vector<Searched>& photos) {
         Searched& right = photos[i + 1];
         if (left.whyNot.empty() != right.whyNot.empty()) {
             const Searched& bad = left.whyNot.empty() ? right : left;
-            (left.whyNot.empty() ? left : right).whyNot = "its pair '" + bad.file + "' is left out";
+            (left.whyNot.empty() ? left : right).whyNot =
+                itsPair + ("'" + bad.file + "' is left out");
         }
     }
 }
@@ -101,6 +104,14 @@ std::string hintOn(const std::vector<Searched>& photos, const SearchRules& rules
         }
     }
     return {};
+}
+
+// The first that is not left out because of its pair.
+const LeftOut& causeOf(const std::vector<LeftOut>& leftOut) {
+    const auto cause = std::find_if(leftOut.begin(), leftOut.end(), [](const LeftOut& one) {
+        return !one.reason.starts_with(itsPair);
+    });
+    return cause == leftOut.end() ? leftOut.front() : *cause;
 }
 
 // The last number in a file's name; no value if there is none that fits.
@@ -159,7 +170,7 @@ CalibrationSet searchSet(const std::vector<std::string>& files, const SearchRule
         }
     }
     if (!set.leftOut.empty() && (rules.strict || set.files.empty())) {
-        const LeftOut& first = set.leftOut.front();
+        const LeftOut& first = causeOf(set.leftOut);
         throw Failure("'" + first.file + "' cannot be used: " + first.reason +
                       hintOn(photos, rules));
     }

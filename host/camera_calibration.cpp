@@ -59,7 +59,11 @@ Result calibrateCamera(const CameraOptions& o, const std::vector<StoredMatrix>& 
     data.update(cameraAsJson(quality, boards, files));
     Result result{.data = data, .warnings = leftOutAsSentences(set.leftOut)};
     if (!o.report.empty()) {
-        result.texts.push_back({o.report, [data, words = commandOf("calib", o, {})] {
+        std::vector<std::string> more;
+        if (!o.exported.empty()) {
+            more = {"--export", o.exported};
+        }
+        result.texts.push_back({o.report, [data, words = commandOf("calib", o, more)] {
                                     return cameraReport(data, words);
                                 }});
     }

@@ -54,6 +54,11 @@ std::vector<double> numbersOf(const YAML::Node& document, const std::vector<cons
     return {};
 }
 
+std::string otherModel(const std::string& name, const std::string& path) {
+    return "the lens model '" + name + "' of '" + path +
+           "' cannot be used; plumb_bob and rational_polynomial can";
+}
+
 ExchangedCamera cameraOf(const YAML::Node& document, const std::string& path) {
     if (!document.IsMap()) {
         throw Failure("not a YAML file of a camera: '" + path + "'");
@@ -61,8 +66,18 @@ ExchangedCamera cameraOf(const YAML::Node& document, const std::string& path) {
     if (const YAML::Node model = document["distortion_model"]) {
         const auto name = model.as<std::string>();
         if (name != "plumb_bob" && name != "rational_polynomial") {
-            throw Failure("the lens model '" + name + "' of '" + path +
-                          "' cannot be used; plumb_bob and rational_polynomial can");
+            throw Failure(otherModel(name, path));
+        }
+    }
+    for (const char* key : {"fisheye_model", "fisheye"}) { // flags that calibration programs write
+        if (const YAML::Node flag = document[key]; flag && flag.as<int>(1) != 0) {
+            throw Failure(otherModel("fisheye", path));
+        }
+    }
+    if (const YAML::Node model = document["camera_model"]) {
+        const auto name = model.as<std::string>();
+        if (name != "pinhole") {
+            throw Failure(otherModel(name, path));
         }
     }
     const auto matrix = numbersOf(
@@ -75,9 +90,11 @@ ExchangedCamera cameraOf(const YAML::Node& document, const std::string& path) {
     if (matrix.size() != 9 || !counts.contains(distortion.size()) ||
         !std::all_of(matrix.begin(), matrix.end(), isFinite) ||
         !std::all_of(distortion.begin(), distortion.end(), isFinite) || matrix[0] <= 0 ||
-        matrix[4] <= 0 || matrix[8] != 1) {
+        matrix[4] <= 0 || matrix[1] != 0 || matrix[3] != 0 || matrix[6] != 0 || matrix[7] != 0 ||
+        matrix[8] != 1) {
         throw Failure("no camera in '" + path +
-                      "': a camera_matrix of nine numbers and distortion_coefficients (4, 5, 8, 12 "
+                      "': a camera_matrix of nine numbers (fx 0 cx 0 fy cy 0 0 1) and "
+                      "distortion_coefficients (4, 5, 8, 12 "
                       "or 14) are needed");
     }
     ExchangedCamera camera;

@@ -55,6 +55,8 @@ void saveCorrection(const Correction& c, const std::string& path) {
                            {"roll_deg", c.rollDeg},
                            {"focal_mm", c.focalMm},
                            {"focal_searched", c.searchedFocal},
+                           {"pitch_only", c.pitchOnly},
+                           {"scale", c.scale},
                            {"missed_right_angles_deg", c.missedDeg}};
     saveText(document.dump(1) + "\n", path);
 }
@@ -78,9 +80,14 @@ Correction loadCorrection(const std::string& path) {
                            .rollDeg = document.at("roll_deg").get<double>(),
                            .focalMm = document.at("focal_mm").get<double>(),
                            .searchedFocal = document.at("focal_searched").get<bool>(),
+                           .pitchOnly = document.value("pitch_only", false),
+                           .scale = document.value("scale", 1.0),
                            .missedDeg = document.at("missed_right_angles_deg").get<double>()};
         if (c.image.width < 1 || c.image.height < 1) {
             throw Failure("its image has no pixels");
+        }
+        if (!(c.scale >= tarvix::smallestScale && c.scale <= tarvix::largestScale)) {
+            throw Failure("its scale is out of range");
         }
         return c;
     } catch (const std::exception& e) { // what the JSON library says, and what we say above

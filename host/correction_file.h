@@ -7,8 +7,9 @@
 
 namespace host {
 
-// Writes the correction as JSON: the image's size, the marked and the corrected corners, the angles
-// and the focal length. Throws Failure; an existing file is then unchanged.
+// Writes the correction as JSON: the image's size, the marked and the corrected corners, the
+// angles, the focal length and how it was asked for. Throws Failure; an existing file is then
+// unchanged.
 void saveCorrection(const tarvix::Correction& correction, const std::string& path);
 
 // Reads such a file. Throws Failure if it is missing or is not a correction whose corners are four

@@ -50,6 +50,18 @@ void addFormat(CLI::App& parser, CommonOptions& options) {
                       "With -o -: the format (png, jpg, bmp, tif ...; otherwise png)");
 }
 
+void addQuality(CLI::App& parser, CommonOptions& options) {
+    parser
+        .add_option("--quality", options.quality,
+                    "Quality of a JPEG or WebP file: 1 to 100 (otherwise 95, and WebP lossless)")
+        ->check(wholeFrom(1, 100));
+}
+
+void addStrip(CLI::App& parser, CommonOptions& options) {
+    parser.add_flag("--strip", options.strip,
+                    "Leave out the photograph's metadata: EXIF, XMP and the colour profile");
+}
+
 } // namespace
 
 void addOut(CLI::App& parser, CommonOptions& options) {
@@ -60,23 +72,21 @@ void addOut(CLI::App& parser, CommonOptions& options) {
         ->type_name("FILE")
         ->required();
     addFormat(parser, options);
-    parser
-        .add_option("--quality", options.quality,
-                    "Quality of a JPEG or WebP file: 1 to 100 (otherwise 95, and WebP lossless)")
-        ->check(wholeFrom(1, 100));
+    addQuality(parser, options);
 }
 
 void addDrawing(CLI::App& parser, CommonOptions& options, const std::string& names,
                 const std::string& help) {
     parser.add_option(names, options.out, help + "; - is standard output")->type_name("FILE");
     addFormat(parser, options);
+    addQuality(parser, options);
+    addStrip(parser, options);
 }
 
 void addInOut(CLI::App& parser, CommonOptions& options) {
     addIn(parser, options);
     addOut(parser, options);
-    parser.add_flag("--strip", options.strip,
-                    "Leave out the photograph's metadata: EXIF, XMP and the colour profile");
+    addStrip(parser, options);
 }
 
 void addGray(CLI::App& parser, CommonOptions& options) {

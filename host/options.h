@@ -29,7 +29,7 @@ void addIn(CLI::App& parser, CommonOptions& options);
 // -o, the image file for the result, --format and --quality.
 void addOut(CLI::App& parser, CommonOptions& options);
 
-// The same for commands that make an image only on request.
+// The same, and --strip, for commands that make an image only on request.
 //   names  such as "-o,--out"
 //   help   what the image shows
 void addDrawing(CLI::App& parser, CommonOptions& options, const std::string& names,

@@ -27,17 +27,31 @@ struct Files {
     std::vector<LeftOut> leftOut;   // of a folder: what belongs to no pair
 };
 
+// left right left right ..., of files or folders of them.
+std::vector<std::string> inTurns(const std::vector<std::string>& left,
+                                 const std::vector<std::string>& right) {
+    const std::vector<std::string> lefts = photographsOf(left);
+    const std::vector<std::string> rights = photographsOf(right);
+    if (lefts.size() != rights.size()) {
+        throw BadUsage("there are " + std::to_string(lefts.size()) + " left photographs, but " +
+                       std::to_string(rights.size()) + " right ones");
+    }
+    std::vector<std::string> pairs;
+    for (std::size_t i = 0; i < lefts.size(); ++i) {
+        pairs.push_back(lefts[i]);
+        pairs.push_back(rights[i]);
+    }
+    return pairs;
+}
+
 // The photographs, however they were named.
 Files filesOf(const PairOptions& o) {
     Files files;
     if (!o.left.empty() || !o.right.empty()) {
-        if (o.left.size() != o.right.size() || !o.photos.empty()) {
-            throw BadUsage("give as many --left as --right photographs");
+        if (!o.photos.empty()) {
+            throw BadUsage("give --left and --right, or the photographs without them");
         }
-        for (std::size_t i = 0; i < o.left.size(); ++i) {
-            files.pairs.push_back(o.left[i]);
-            files.pairs.push_back(o.right[i]);
-        }
+        files.pairs = inTurns(o.left, o.right);
     } else if (o.photos.size() == 1 && isFolder(o.photos[0])) {
         files.pairs = pairsIn(o.photos[0]);
         for (const std::string& file : photographsOf(o.photos)) {
@@ -45,6 +59,8 @@ Files filesOf(const PairOptions& o) {
                 files.leftOut.push_back({file, "whose name is of no pair left..., right..."});
             }
         }
+    } else if (o.photos.size() == 2 && isFolder(o.photos[0]) && isFolder(o.photos[1])) {
+        files.pairs = inTurns({o.photos[0]}, {o.photos[1]});
     } else {
         files.pairs = o.photos;
     }
@@ -141,8 +157,14 @@ Json calibrateMetrically(const Pairs& pairs, const PairOptions& o, Output& outpu
     data["rms"] = metric->rms;
     data["baseline"] = metric->baseline;
     data.update(rectificationAsJson(pairs.seen, pattern, metric->rectifying, pairs.files, metric));
-    data["findings"] = findingsAsJson(tarvix::findingsOfPair(
-        *metric, tarvix::rowErrorsOf(pairs.seen, metric->rectifying), pairs.names()));
+    std::vector<tarvix::Finding> findings = tarvix::findingsOfPair(
+        *metric, tarvix::rowErrorsOf(pairs.seen, metric->rectifying),
+        tarvix::squareLengths(pairs.seen, pattern, metric->rectifying), o.square, pairs.names());
+    if (o.refine) {
+        findings.push_back({false, "what is said of each camera alone is as it was before "
+                                   "--refine; the files in the folder are refined"});
+    }
+    data["findings"] = findingsAsJson(findings);
     return data;
 }
 
@@ -193,6 +215,10 @@ Result calibratePair(const PairOptions& o, const std::vector<StoredMatrix>& stor
         throw BadUsage("--preview shows what the module does; it does not go with --metric");
     }
     const Files files = filesOf(o);
+    if (o.strict && !files.leftOut.empty()) {
+        const auto& [file, reason] = files.leftOut.front();
+        throw Failure("'" + file + "' cannot be used: " + reason);
+    }
     // Without --metric, refined as tx_StereoCalib does it.
     const tarvix::CornerWindow window =
         o.metric ? tarvix::CornerWindow{} : tarvix::CornerWindow{11, 0.01};

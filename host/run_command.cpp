@@ -11,6 +11,7 @@
 #include "host/progress.h"
 #include "host/saving.h"
 #include "host/sentences.h"
+#include "host/written_files.h"
 #include "platform/system/binary_streams.h"
 #include "platform/system/paths.h"
 #include "platform/system/stray_lines.h"
@@ -283,6 +284,9 @@ int runCommand(std::vector<std::string> words, Output& output) {
         }
         application().setVerbose(verbose);
         requireFilesNamed(app, *command);
+        if (!command->newJobFor) {
+            requireSafeOutputs(*app.get_subcommand(command->name));
+        }
         const PipedImages piped(*job.options, output);
         return perform(*command, job, output);
     });

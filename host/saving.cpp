@@ -83,7 +83,7 @@ bool writeBytes(const fs::path& path, const std::string& bytes) {
 
 } // namespace
 
-void requireWritable(const std::string& path) {
+void requireFolderOf(const std::string& path) {
     const fs::path target = pathOf(path);
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
     std::error_code ignored;
@@ -93,6 +93,10 @@ void requireWritable(const std::string& path) {
     if (fs::is_directory(target, ignored)) {
         cannotWrite(path, "a folder has that name");
     }
+}
+
+void requireWritable(const std::string& path) {
+    requireFolderOf(path);
     requireImageFormat(path);
 }
 

@@ -28,6 +28,9 @@ std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path
 std::string encodeImage(const cv::Mat& image, const std::string& format, const Saving& saving,
                         std::vector<std::string>& leftOut);
 
+// Throws Failure, with the reason, if the file's folder is missing or a folder has its name.
+void requireFolderOf(const std::string& path);
+
 // Throws Failure, with the reason, if no image can be written there: the folder is missing, a
 // folder has that name, or the extension is not a format that can be written.
 void requireWritable(const std::string& path);

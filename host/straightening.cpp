@@ -26,6 +26,8 @@ namespace {
 // A canvas with more pixels than the image many times over comes from a horizon close by.
 constexpr double largestCanvas = 16;
 
+constexpr double farthestOffset = 1e6; // pixels
+
 constexpr const char* noBitmap = "no bitmap could be made for the corrected image";
 
 Quad quadOf(const Corners& c) {
@@ -63,7 +65,8 @@ KnownFocal knownFocal(const StraighteningOptions& o, cv::Size image) {
     }
     const tarvix::ExifFacts exif = readPhotographFile(o.in).exif;
     if (const auto mm = tarvix::focal35Of(exif, image, o.cropFactor)) {
-        return {*mm, "from the file"};
+        const bool isComputed = !exif.focal35Mm && o.cropFactor == 0;
+        return {*mm, isComputed ? "from the lens and the sensor in the file" : "from the file"};
     }
     KnownFocal unknown;
     unknown.cropped = (exif.focalMm || exif.focal35Mm) && tarvix::wasCropped(exif, image);
@@ -101,7 +104,9 @@ Straightened searched(const StraighteningOptions& o, CDib& in, const Quad& marke
                     .yawDeg = found[9],
                     .rollDeg = found[10],
                     .focalMm = found[11],
-                    .searchedFocal = focal.mm == 0};
+                    .searchedFocal = focal.mm == 0,
+                    .pitchOnly = o.pitchOnly,
+                    .scale = o.scale};
     s.onCanvas = s.correction.corrected;
     if (o.pitchOnly) { // which leaves the other angles in the corners
         converge(false, found);
@@ -127,6 +132,9 @@ Straightened applied(const StraighteningOptions& o, CDib& in) {
 // Moves the result to another canvas: `from` on the image come to be where `to` are on it.
 void putOnCanvas(CDib& in, Straightened& s, cv::Size2d size, const Quad& from, const Quad& to) {
     const cv::Size image = s.correction.image;
+    if (!std::isfinite(size.area())) {
+        throw Failure("no rectangle explains these corners, so nothing can be cut out");
+    }
     if (!(size.area() <= largestCanvas * image.area())) {
         std::ostringstream text;
         text << std::fixed << std::setprecision(0) << size.width << " x " << size.height;
@@ -139,10 +147,13 @@ void putOnCanvas(CDib& in, Straightened& s, cv::Size2d size, const Quad& from, c
                    "the corners give no canvas that a bitmap can hold");
 }
 
-void crop(const StraighteningOptions& o, CDib& in, Straightened& s) {
+void crop(CDib& in, Straightened& s) {
     const Correction& c = s.correction;
-    const cv::Size2d size =
-        tarvix::naturalSize(c.marked, c.corrected, o.apply.empty() ? o.scale : 1);
+    if (c.pitchOnly) {
+        throw Failure("the correction straightens the verticals only, and leaves no rectangle that "
+                      "could be cut out");
+    }
+    const cv::Size2d size = tarvix::naturalSize(c.marked, c.corrected, c.scale);
     s.onCanvas = tarvix::outlineOf(size);
     putOnCanvas(in, s, size, c.marked, s.onCanvas);
 }
@@ -222,6 +233,9 @@ Result straighten(const StraighteningOptions& o, CDib& in) {
     std::optional<std::string> refusal;
     std::vector<tarvix::Proposal> found;
     Straightened s;
+    if (std::max(std::abs(o.offset[0]), std::abs(o.offset[1])) > farthestOffset) {
+        throw BadUsage("--offset is above a million pixels");
+    }
     if (!o.apply.empty()) {
         s = applied(o, in);
     } else if (o.corners) {
@@ -245,7 +259,7 @@ Result straighten(const StraighteningOptions& o, CDib& in) {
         throw BadUsage("give the corners (--corners), --auto or a correction (--apply)");
     }
     if (o.crop) {
-        crop(o, in, s);
+        crop(in, s);
     } else if (o.fit) {
         fit(in, s);
     }

@@ -1,3 +1,4 @@
+#include "assist/fixed_number.h"
 #include "host/calibrating.h"
 #include "host/calibration_folder.h"
 #include "host/calibration_text.h"
@@ -11,6 +12,7 @@
 #include <tarvix/tarvix.h>
 
 #include <CLI/App.hpp>
+#include <cmath>
 #include <optional>
 #include <sstream>
 
@@ -26,24 +28,32 @@ const std::vector<StoredMatrix> files = {
     {"Q.xml", "Q", "disparity to depth"},
 };
 
+constexpr double mostRows = 5; // pixels between marks of one point, on a fair calibration
+
+constexpr double smallestSquare = 1e-6; // in whatever unit: an atom's to a country's
+constexpr double largestSquare = 1e6;
+
 void addPairOptions(CLI::App& parser, PairOptions& o) {
     parser
         .add_option(
             "PHOTOS", o.photos,
-            "Photographs as left right left right ..., or one folder with pairs left*, right*")
+            "Photographs as left right left right ..., one folder with pairs left*, right*, or "
+            "the left and the right folder")
         ->type_name("IMAGE");
-    parser.add_option("--left", o.left, "The left photographs, in order")->type_name("IMAGE");
-    parser.add_option("--right", o.right, "The right photographs, in the same order")
+    parser.add_option("--left", o.left, "The left photographs, in order, or their folder, by name")
+        ->type_name("IMAGE");
+    parser
+        .add_option("--right", o.right, "The right photographs, in the same order, or their folder")
         ->type_name("IMAGE");
     addCalibrationOptions(parser, o);
+    CLI::Option* square = parser.add_option(
+        "--square", o.square, "Edge of a square, in the unit wanted for measured points");
+    square->check(numberFrom(smallestSquare, largestSquare))->capture_default_str();
     parser
-        .add_option("--square", o.square,
-                    "Edge of a square, in the unit wanted for measured points")
-        ->check(numberAbove(0))
-        ->capture_default_str();
-    parser.add_flag("--metric", o.metric,
-                    "Estimate each camera first, so that measured points have the unit of "
-                    "--square; without it, the module's own calibration, which has no unit");
+        .add_flag("--metric", o.metric,
+                  "Estimate each camera first, so that measured points have the unit of "
+                  "--square; without it, the module's own calibration, which has no unit")
+        ->needs(square);
     parser.add_flag("--refine", o.refine,
                     "With --metric: estimate the cameras again together with how they stand");
 }
@@ -195,6 +205,16 @@ Command measure() {
                                    {"z", out.z}}};
             if (metric != Metric::Yes) {
                 result.warnings.push_back(notMetric(metric, o.folder));
+            }
+            if (!std::isfinite(out.x + out.y + out.z)) {
+                result.warnings.emplace_back("the two points have the same x: what they show is at "
+                                             "infinity");
+            }
+            if (const double rows = std::abs(o.p1[1] - o.p2[1]); rows > mostRows) {
+                result.warnings.push_back("the rows of the two points are " +
+                                          tarvix::fixedNumber(rows, 1) +
+                                          " pixels apart; one point of space is seen in one row of "
+                                          "both rectified images");
             }
             return result;
         });

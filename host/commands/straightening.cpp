@@ -1,4 +1,5 @@
 #include "host/straightening.h"
+#include "assist/correction.h"
 #include "host/commands.h"
 #include "host/numbers.h"
 #include "host/options.h"
@@ -34,8 +35,8 @@ void addConvergeOptions(CLI::App& parser, StraighteningOptions& o) {
                     "35-mm equivalent per mm of the lens, for files that state only the latter")
         ->check(numberAbove(0))
         ->excludes(focal);
-    CLI::Option* scale =
-        parser.add_option("--scale", o.scale, "Extra size factor")->check(numberAbove(0));
+    CLI::Option* scale = parser.add_option("--scale", o.scale, "Extra size factor")
+                             ->check(numberFrom(tarvix::smallestScale, tarvix::largestScale));
     scale->capture_default_str();
     CLI::Option* offset =
         addPoint(parser, "--offset", o.offset, "Shift x,y of the corrected corners (pixels)");

@@ -110,9 +110,10 @@ TEST_F(CalibrationReport, OfAPairShowsRowsAndSquares) {
 }
 
 TEST_F(CalibrationReport, ThatCannotBeWrittenLeavesTheCalibration) {
+    const std::string tooLong = folder / (std::string(300, 'n') + ".html");
     const ProgramResult run =
         tarvix({"calib", test::pairPhoto("left", 1), test::pairPhoto("left", 2), "--board", "9x6",
-                "-o", set, "--report", folder / "no/folder/page.html"});
+                "-o", set, "--report", tooLong});
     test::expectOneLine(run, 1);
     EXPECT_THAT(run.err, HasSubstr("cannot write '"));
     EXPECT_TRUE(std::filesystem::exists(set + "/cam.xml"));

@@ -128,6 +128,25 @@ TEST_F(CalibrationSets, APairIsLeftOutAsAWhole) {
     EXPECT_EQ(data.at("leftOut").size(), 2U);
 }
 
+TEST_F(CalibrationSets, StrictMeansPhotographsWithoutAPairToo) {
+    for (const char* name : {"left01.jpg", "right01.jpg", "fruits.jpg"}) {
+        std::filesystem::copy_file(test::photoPath(name), folder / name);
+    }
+    const ProgramResult run = stereoCalib({folder.path()}, {"--strict"});
+    expectOneLine(run, 1);
+    EXPECT_THAT(run.err, HasSubstr("fruits.jpg' cannot be used: whose name is of no pair"));
+}
+
+TEST_F(CalibrationSets, CamerasOfDifferentSizesAreTheReasonThatIsSaid) {
+    cv::Mat right;
+    cv::resize(test::photo("right01.jpg"), right, {}, 0.5, 0.5, cv::INTER_AREA);
+    cv::imwrite(folder / "right01.png", right);
+    const ProgramResult run =
+        stereoCalib({test::photoPath("left01.jpg"), folder / "right01.png"}, {});
+    expectOneLine(run, 1);
+    EXPECT_THAT(run.err, HasSubstr("right01.png' cannot be used: 320 x 240 pixels, and not"));
+}
+
 TEST(PairNumbers, ThatDifferAreNamed) {
     EXPECT_THAT(host::numbersThatDiffer({"left01.jpg", "right01.jpg", "a/l7x.png", "b/r007y.png"}),
                 IsEmpty());

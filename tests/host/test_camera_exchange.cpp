@@ -114,7 +114,7 @@ TEST_F(Exchange, OpenCvsOwnFileIsImportedAndUsed) {
 TEST_F(Exchange, WhatIsNoCameraIsRefusedAndNothingIsWritten) {
     const std::string matrix = "camera_matrix: {data: [500, 0, 320, 0, 500, 240, 0, 0, 1]}\n";
     const std::string distortion = "distortion_coefficients: {data: [0.1, 0, 0, 0, 0]}\n";
-    EXPECT_EQ(import(matrix + distortion).status, 0);
+    EXPECT_EQ(import(matrix + distortion + "fisheye_model: 0\n").status, 0);
     std::filesystem::remove_all(set);
     std::string nested;
     for (int i = 0; i < 100000; ++i) {
@@ -126,6 +126,10 @@ TEST_F(Exchange, WhatIsNoCameraIsRefusedAndNothingIsWritten) {
              matrix + "distortion_coefficients: {data: [0.1, 0, 0, x]}\n",
              matrix + "distortion_coefficients: {data: [0.1, 0, 0, .nan]}\n",
              matrix + distortion + "distortion_model: equidistant\n",
+             matrix + distortion + "fisheye_model: 1\n",
+             matrix + distortion + "camera_model: fisheye\n",
+             "camera_matrix: {data: [500, 0, 0, 0, 500, 0, 320, 240, 1]}\n" + distortion,
+             "camera_matrix: {data: [500, 2, 320, 0, 500, 240, 0, 0, 1]}\n" + distortion,
              "camera_matrix: {data: [0, 0, 320, 0, 500, 240, 0, 0, 1]}\n" + distortion,
              "camera_matrix: {data: [1, 2]}\n" + distortion, "a: [1, 2", nested, "%YAML:1.0",
              std::string(2U << 20U, ' ')}) {

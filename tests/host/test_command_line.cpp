@@ -99,8 +99,11 @@ TEST_F(CommandLine, DenoisePatchWarpMask) {
             .status,
         0);
     EXPECT_EQ(result().size(), cv::Size(41, 30));
-    EXPECT_EQ(tarvix({"denoise", out, "-o", out, "--template", "3", "--search", "7"}).status, 0);
-    EXPECT_EQ(result().size(), cv::Size(41, 30));
+    EXPECT_EQ(
+        tarvix({"denoise", out, "-o", folder / "denoised.png", "--template", "3", "--search", "7"})
+            .status,
+        0);
+    EXPECT_EQ(cv::imread(folder / "denoised.png").size(), cv::Size(41, 30));
     // Negative coordinates are points, not options.
     EXPECT_EQ(tarvix({"warp", home, "-o", out, "--from", "0,0", "10,0", "10,10", "0,10", "--to",
                       "-5,-5", "5,-5", "5,5", "-5,5"})

@@ -245,6 +245,37 @@ TEST_F(Converge, ASavedCorrectionIsAppliedToTheBit) {
     EXPECT_THAT(result(), test::IsIdenticalTo(cut));
 }
 
+TEST_F(Converge, ASavedCorrectionIsCutOutAtItsScale) {
+    const std::string file = folder / "sheet.json";
+    dataOf(words(sudoku, sheet, {"--scale", "2", "--save", file, "--crop"}));
+    const cv::Mat cut = result();
+    dataOf({"converge", sudoku, "-o", out, "--apply", file, "--crop"});
+    EXPECT_THAT(result(), test::IsIdenticalTo(cut));
+}
+
+TEST_F(Converge, ASavedCorrectionOfTheVerticalsOnlyIsNotCutOut) {
+    const std::string file = folder / "sheet.json";
+    dataOf(words(sudoku, sheet, {"--pitch-only", "--save", file}));
+    const ProgramResult run =
+        inProcess({"converge", sudoku, "-o", folder / "cut.png", "--apply", file, "--crop"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("straightens the verticals only"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "cut.png"));
+}
+
+TEST_F(Converge, NumbersBeyondAllSenseAreBadUsage) {
+    for (const auto& [option, value] :
+         {std::pair("--scale", "1e-300"), std::pair("--scale", "1e300"),
+          std::pair("--offset", "1e300,0"), std::pair("--offset", "0,-2e6")}) {
+        EXPECT_EQ(inProcess(words(sudoku, sheet, {std::string(option) + "=" + value})).status, 2)
+            << value;
+    }
+    EXPECT_FALSE(std::filesystem::exists(out));
+    const Quad line = {cv::Point2d(100, 100), {200, 200}, {300, 300}, {400, 400}};
+    EXPECT_THAT(inProcess(words(sudoku, line, {"--as-given", "--crop"})).err,
+                HasSubstr("nothing can be cut out"));
+}
+
 TEST_F(Converge, ASavedCorrectionFitsAnotherResolution) {
     const std::string file = folder / "sheet.json";
     const json found = dataOf(words(sudoku, sheet, {"--save", file}));

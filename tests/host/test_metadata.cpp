@@ -134,6 +134,8 @@ TEST_F(Metadata, StripAndQuality) {
     EXPECT_EQ(inProcess({"load", in, "-o", out, "--strip"}).status, 0);
     EXPECT_THAT(said(out), Not(HasSubstr("Ann")));
     EXPECT_TRUE(host::readPhotographFile(out).metadata.empty());
+    EXPECT_EQ(inProcess({"lines", in, "-o", out, "--strip", "--quality", "80"}).status, 0);
+    EXPECT_TRUE(host::readPhotographFile(out).metadata.empty());
     const std::string photo = test::photoPath("home.jpg");
     EXPECT_EQ(inProcess({"load", photo, "-o", out, "--quality", "20"}).status, 0);
     const auto low = std::filesystem::file_size(out);
@@ -200,7 +202,7 @@ TEST_F(Metadata, TheFocalLengthComesFromTheFile) {
     }
     const std::vector<std::string> corners = {"--corners", "20,12", "80,8", "86,50", "16,55"};
     const auto found = [&](const std::string& in, const std::vector<std::string>& more) {
-        std::vector<std::string> words = {"converge", in, "-o", folder / "out.jpg", "--json"};
+        std::vector<std::string> words = {"converge", in, "-o", in + ".out.jpg", "--json"};
         words.insert(words.end(), corners.begin(), corners.end());
         words.insert(words.end(), more.begin(), more.end());
         const ProgramResult run = inProcess(words);
@@ -214,7 +216,7 @@ TEST_F(Metadata, TheFocalLengthComesFromTheFile) {
     EXPECT_EQ(found(in, {"--focal", "40"}).at("focal_source"), "given");
     EXPECT_EQ(found(in, {"--focal", "0"}).at("focal_source"), "searched");
     // A straightened image has another view: its focal length is not used again.
-    const auto again = found(folder / "out.jpg", {});
+    const auto again = found(in + ".out.jpg", {});
     EXPECT_EQ(again.at("focal_source"), "searched");
     // The file states another shape than the image has.
     ASSERT_EQ(

@@ -145,7 +145,9 @@ TEST(MetricCommand, APairThatDoesNotBelongTogetherIsNamedAndDroppedWhenAsked) {
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.err, HasSubstr("left03.jpg' and '"));
     EXPECT_THAT(run.err, HasSubstr("do not match: were they taken together?"));
-    EXPECT_THAT(run.out, HasSubstr("mind: "));
+    EXPECT_THAT(run.out, HasSubstr("mind: the corners are met to "));
+    EXPECT_THAT(run.out, testing::ContainsRegex("worst pair is '[^']*left0[34].jpg' and '"));
+    EXPECT_THAT(run.out, HasSubstr("mind: squares of 25 measure "));
     test::expectOneLine(tarvix(words(photos, {"--metric", "-o", folder / "new", "--strict"})), 1);
     EXPECT_FALSE(std::filesystem::exists(folder / "new"));
     const ProgramResult dropped =
@@ -154,6 +156,65 @@ TEST(MetricCommand, APairThatDoesNotBelongTogetherIsNamedAndDroppedWhenAsked) {
     const json data = json::parse(dropped.out);
     EXPECT_EQ(data.at("pairs").size(), 6U);
     EXPECT_LT(data.at("rowError").at("median").get<double>(), 0.2);
+    EXPECT_THAT(dropped.out, Not(HasSubstr("the corners are met to")));
+}
+
+TEST(MetricCommand, NeedsTheEdgeOfASquare) {
+    const test::TempFolder folder;
+    std::vector<std::string> all{"stereo-calib"};
+    const auto photos = test::pairPhotos(1);
+    all.insert(all.end(), photos.begin(), photos.end());
+    all.insert(all.end(), {"--board", "9x6", "--metric", "-o", folder / "set"});
+    const ProgramResult run = tarvix(all);
+    test::expectOneLine(run, 2);
+    EXPECT_THAT(run.err, HasSubstr("--metric requires --square"));
+    all.insert(all.end(), {"--square", "1e30"});
+    test::expectOneLine(tarvix(all), 2);
+}
+
+TEST(MetricCommand, RefineSaysWhichNumbersAreOfBefore) {
+    const test::TempFolder folder;
+    const ProgramResult run =
+        tarvix(words(test::pairPhotos(6), {"--metric", "--refine", "-o", folder / "set"}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("as it was before --refine"));
+}
+
+TEST(MetricCommand, FoldersOfLeftAndRightAreTakenByName) {
+    const test::TempFolder folder;
+    namespace fs = std::filesystem;
+    const auto photos = test::pairPhotos(3);
+    for (std::size_t i = 0; i < photos.size(); ++i) {
+        const fs::path side = folder / (i % 2 == 0 ? "left" : "right");
+        fs::create_directories(side);
+        fs::copy_file(photos[i], side / (std::to_string(i / 2) + ".jpg"));
+    }
+    const ProgramResult direct = tarvix(words(photos, {"-o", folder / "set", "--json"}));
+    ASSERT_EQ(direct.status, 0) << direct.err;
+    const std::string left = folder / "left";
+    const std::string right = folder / "right";
+    for (const std::vector<std::string>& named :
+         {std::vector<std::string>{left, right}, {"--left", left, "--right", right}}) {
+        const ProgramResult run = tarvix(words(named, {"-o", folder / "set", "--json"}));
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(json::parse(run.out).at("Q"), json::parse(direct.out).at("Q"));
+    }
+    fs::remove(fs::path(right) / "2.jpg");
+    const ProgramResult fewer = tarvix(words({left, right}, {"-o", folder / "set"}));
+    test::expectOneLine(fewer, 2);
+    EXPECT_THAT(fewer.err, HasSubstr("there are 3 left photographs, but 2 right ones"));
+}
+
+TEST(MetricCommand, MeasureDoubtsPointsThatCannotBeOne) {
+    const test::TempFolder folder;
+    const std::string set = folder / "set";
+    ASSERT_EQ(tarvix(words(test::pairPhotos(6), {"--metric", "-o", set})).status, 0);
+    const auto said = [&](const char* p1, const char* p2) {
+        return tarvix({"measure", "--calib", set, "--p1", p1, "--p2", p2}).err;
+    };
+    EXPECT_EQ(said("300,200", "280,203"), "");
+    EXPECT_THAT(said("300,200", "280,300"), HasSubstr("100.0 pixels apart"));
+    EXPECT_THAT(said("300,200", "300,200"), HasSubstr("at infinity"));
 }
 
 } // namespace

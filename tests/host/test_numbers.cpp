@@ -97,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadNumber{{"converge", "IN", "--corners", "0,0", "9,0", "9,9", "0,9", "--focal", "nan"},
                   "'nan'"},
         BadNumber{{"converge", "IN", "--corners", "0,0", "9,0", "9,9", "0,9", "--scale", "0"},
-                  "'0' is not a number above 0"},
+                  "'0' is not a number, from 0.001 to 1000"},
         BadNumber{{"converge", "IN", "--corners", "0,0", "9,0", "9,9", "0,9", "--offset", "1,inf"},
                   "'1,inf' is not a point"},
         BadNumber{{"converge", "IN", "--corners", "0,0", "9,0", "9,9", "nan,9"},
