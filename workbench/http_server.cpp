@@ -22,6 +22,7 @@ struct HttpServer::State {
         const tcp::endpoint loopback(boost::asio::ip::address_v4::loopback(), port);
         try {
             acceptor.open(loopback.protocol());
+            tarvix::keepFromChildren(static_cast<std::uintptr_t>(acceptor.native_handle()));
             if (tarvix::portsLinger()) {
                 acceptor.set_option(tcp::acceptor::reuse_address(true));
             }
@@ -43,6 +44,7 @@ struct HttpServer::State {
                 pause.async_wait([this](Error) { accept(); });
                 return;
             }
+            tarvix::keepFromChildren(static_cast<std::uintptr_t>(socket.native_handle()));
             beginConnection(shared, std::move(socket));
             accept();
         });
