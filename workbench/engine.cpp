@@ -13,13 +13,8 @@ constexpr std::uint64_t mostMemory = std::uint64_t{6} << 30U; // of a worker
 constexpr double runSeconds = 180;
 constexpr double longSeconds = 3600;
 
-RunEnd endOf(const tarvix::Reply& reply) {
-    RunEnd end{.seconds = reply.seconds};
-    if (reply.outcome != tarvix::Outcome::Answered) {
-        end.messages = {reply.why};
-        return end;
-    }
-    const Json& answer = reply.answer;
+RunEnd endOfAnswer(const Json& answer, const tarvix::Reply& reply) {
+    RunEnd end;
     end.status = answer.value("status", workerLost);
     end.data = answer.contains("data") ? answer["data"] : Json();
     end.messages = answer.value("messages", std::vector<std::string>{});
@@ -27,6 +22,17 @@ RunEnd endOf(const tarvix::Reply& reply) {
     end.seconds = answer.value("seconds", reply.seconds);
     end.cpuSeconds = answer.value("cpuSeconds", 0.0);
     return end;
+}
+
+RunEnd endOf(const tarvix::Reply& reply) {
+    if (reply.outcome != tarvix::Outcome::Answered) {
+        return {.messages = {reply.why}, .seconds = reply.seconds};
+    }
+    try {
+        return endOfAnswer(reply.answer, reply);
+    } catch (const Json::exception&) { // members of other types
+        return {.messages = {"the worker's answer makes no sense"}, .seconds = reply.seconds};
+    }
 }
 
 } // namespace
@@ -43,29 +49,30 @@ tarvix::Pool& Engine::poolOf(Lane lane) {
 tarvix::Pool::Ticket Engine::start(const std::vector<std::string>& words, Lane lane, bool draft,
                                    OnEnd onEnd, tarvix::OnProgress onProgress) {
     tarvix::Pool& pool = poolOf(lane);
-    if (pool.waiting() >= longestQueue) {
-        throw Busy("the workbench has too much to do; try again in a moment");
-    }
     Json request = tarvix::requestOf(words);
     if (draft) {
         request["draft"] = true;
     }
+    const std::lock_guard lock(m_mutex);
+    if (m_closed) {
+        throw Busy("the workbench ends");
+    }
+    if (pool.waiting() >= longestQueue) {
+        throw Busy("the workbench has too much to do; try again in a moment");
+    }
     return pool.submit(
         std::move(request),
-        [onEnd = std::move(onEnd)](const tarvix::Reply& reply) {
-            try {
-                onEnd(endOf(reply));
-            } catch (const Json::exception&) { // an answer with members of other types
-                onEnd({.messages = {"the worker's answer makes no sense"}});
-            }
-        },
+        [onEnd = std::move(onEnd)](const tarvix::Reply& reply) { onEnd(endOf(reply)); },
         std::move(onProgress));
 }
 
-RunEnd Engine::run(const std::vector<std::string>& words, Lane lane, bool draft) {
+RunEnd Engine::run(const std::vector<std::string>& words, Lane lane, bool draft,
+                   const std::stop_token& gone) {
     const auto end = std::make_shared<std::promise<RunEnd>>();
     std::future<RunEnd> future = end->get_future();
-    start(words, lane, draft, [end](const RunEnd& e) { end->set_value(e); });
+    const tarvix::Pool::Ticket ticket =
+        start(words, lane, draft, [end](const RunEnd& e) { end->set_value(e); });
+    const std::stop_callback stopsIt(gone, [this, lane, ticket] { stop(lane, ticket); });
     return future.get();
 }
 
@@ -73,10 +80,17 @@ void Engine::stop(Lane lane, tarvix::Pool::Ticket ticket) {
     poolOf(lane).stop(ticket);
 }
 
-void Engine::stopAll() {
-    m_drag.stopAll();
-    m_work.stopAll();
-    m_long.stopAll();
+void Engine::close() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_closed = true;
+    }
+    for (tarvix::Pool* pool : {&m_drag, &m_work, &m_long}) {
+        pool->stopAll();
+    }
+    for (tarvix::Pool* pool : {&m_drag, &m_work, &m_long}) {
+        pool->waitUntil(0);
+    }
 }
 
 } // namespace workbench

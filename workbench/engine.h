@@ -6,7 +6,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -43,17 +45,22 @@ public:
 
     using OnEnd = std::function<void(const RunEnd&)>;
 
-    // Runs the words and waits for the end. Throws Busy.
-    RunEnd run(const std::vector<std::string>& words, Lane lane, bool draft = false);
-
-    // The same without waiting; `onEnd` is called on another thread, and must not throw. Throws
+    // Runs the words and waits for the end, which comes early if `gone` asks for a stop. Throws
     // Busy.
+    RunEnd run(const std::vector<std::string>& words, Lane lane, bool draft = false,
+               const std::stop_token& gone = {});
+
+    // The same without waiting; `onEnd` is called once, on another thread, and must not throw.
+    // Throws Busy.
     tarvix::Pool::Ticket start(const std::vector<std::string>& words, Lane lane, bool draft,
                                OnEnd onEnd, tarvix::OnProgress onProgress = {});
 
     // Ends a run that start() began in that lane.
     void stop(Lane lane, tarvix::Pool::Ticket ticket);
-    void stopAll();
+
+    // Ends all runs, waits until each has called its `onEnd`, and begins no more: start() throws
+    // Busy then.
+    void close();
 
 private:
     tarvix::Pool& poolOf(Lane lane);
@@ -61,6 +68,8 @@ private:
     tarvix::Pool m_drag;
     tarvix::Pool m_work;
     tarvix::Pool m_long;
+    std::mutex m_mutex; // guards the rest
+    bool m_closed = false;
 };
 
 } // namespace workbench

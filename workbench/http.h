@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +20,7 @@ struct HttpRequest {
     Fields fields{};
     std::string body{};
     std::filesystem::path bodyFile{}; // has the body instead, if it is not empty
+    std::stop_token gone{};           // asks for a stop once the client has ended the connection
 
     // The values of all fields of that name.
     [[nodiscard]] std::vector<std::string> all(const std::string& name) const;

@@ -4,6 +4,7 @@
 #include "workbench/names.h"
 
 #include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http.hpp>
@@ -12,6 +13,7 @@
 #include <exception>
 #include <limits>
 #include <optional>
+#include <stop_token>
 
 namespace workbench {
 
@@ -23,13 +25,18 @@ using Error = boost::system::error_code;
 
 class Connection : public std::enable_shared_from_this<Connection> {
 public:
-    Connection(ConnectionsShared& shared, tcp::socket socket)
-        : m_shared(shared), m_stream(std::move(socket)), m_buffer(65536) {
+    Connection(ConnectionsShared& s, tcp::socket socket)
+        : m_shared(s), m_stream(std::move(socket)), m_buffer(65536), m_last(s.io) {
         ++m_shared.connections;
         m_place = m_shared.reading.insert(m_shared.reading.end(), this);
     }
     ~Connection() {
         leaveReading();
+        if (!m_request.bodyFile.empty()) { // nobody has taken it over
+            m_file.reset();
+            std::error_code ignored;
+            std::filesystem::remove(m_request.bodyFile, ignored);
+        }
         --m_shared.connections;
     }
     Connection(const Connection&) = delete;
@@ -139,7 +146,8 @@ private:
         } else if (error && error.category() == Error(http::error::bad_target).category() &&
                    error != http::error::partial_message && error != http::error::end_of_stream) {
             respond(refused(400, "this is not a request that the workbench understands"));
-        } else if (error && m_file && error.category() == boost::system::generic_category()) {
+        } else if (error && m_file) {
+            // The disk is full, for example. If it is the client who has gone, nobody gets this.
             respond(refused(500, "the upload cannot be stored: " + error.message()));
         } else if (!error && Clock::now() < m_deadline) {
             readSome(parser);
@@ -153,12 +161,13 @@ private:
         }
         m_file.reset(); // closes it
         leaveReading();
-        m_stream.expires_never();
         if (m_shared.answers >= m_shared.limits.answers) {
             respond(refused(503, "the workbench has too much to do; try again in a moment"));
             return;
         }
         ++m_shared.answers;
+        m_request.gone = m_gone.get_token();
+        watch();
         boost::asio::post(m_shared.answering, [self = shared_from_this()]() mutable {
             HttpResponse response;
             try {
@@ -233,6 +242,8 @@ private:
                                [self = shared_from_this(), written](Error error, std::size_t) {
                                    if (!error && Clock::now() < self->m_deadline) {
                                        self->writeSome(written);
+                                   } else {
+                                       self->end(); // what watches ends with it
                                    }
                                });
     }
@@ -242,19 +253,36 @@ private:
     void finish() {
         Error ignored;
         m_stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
-        m_stream.expires_after(std::chrono::seconds(2)); // for all that comes
-        drain();
+        if (!m_watching) {
+            watch();
+        }
+        m_last.expires_after(std::chrono::seconds(2)); // for all that comes
+        m_last.async_wait([self = shared_from_this()](Error error) {
+            if (!error) {
+                self->end();
+            }
+        });
     }
 
-    void drain() {
+    // Takes in what comes, for nothing, until the client ends the connection: then nobody waits for
+    // the answer any more. Past the stream, whose time limits are for requests and responses.
+    void watch() {
         constexpr std::size_t most = std::size_t{64} << 20U;
-        m_stream.async_read_some(boost::asio::buffer(m_rest),
-                                 [self = shared_from_this()](Error error, std::size_t bytes) {
-                                     self->m_drained += bytes;
-                                     if (!error && self->m_drained < most) {
-                                         self->drain();
-                                     }
-                                 });
+        m_watching = true;
+        m_stream.socket().async_read_some(
+            boost::asio::buffer(m_rest),
+            [self = shared_from_this()](Error error, std::size_t bytes) {
+                self->m_drained += bytes;
+                if (!error && self->m_drained < most) {
+                    self->watch();
+                    return;
+                }
+                self->m_watching = false;
+                self->m_last.cancel();
+                if (error) {
+                    self->m_gone.request_stop();
+                }
+            });
     }
 
     ConnectionsShared& m_shared;
@@ -270,6 +298,9 @@ private:
     Clock::time_point m_deadline;
     std::array<char, 16384> m_rest{};
     std::size_t m_drained = 0;
+    bool m_watching = false;
+    std::stop_source m_gone;
+    boost::asio::steady_timer m_last;
 };
 
 void beginConnection(ConnectionsShared& shared, tcp::socket socket) {

@@ -28,7 +28,8 @@ Previews::Store& Previews::storeOf(Use use) {
     return use == Use::Thumbnail ? m_thumbnails : use == Use::Show ? m_shown : m_copies;
 }
 
-Preview Previews::of(const fs::path& image, Use use, std::uint64_t pixels) {
+Preview Previews::of(const fs::path& image, Use use, std::uint64_t pixels,
+                     const std::stop_token& gone) {
     const std::string key = keyOf(image, use, pixels);
     fs::path file;
     {
@@ -39,10 +40,10 @@ Preview Previews::of(const fs::path& image, Use use, std::uint64_t pixels) {
         }
         file = m_folder / (std::to_string(++m_last) + (use == Use::RunOn ? ".png" : ".jpg"));
     }
-    const RunEnd end = m_engine.run({"reduced", tarvix::nameOf(image), "-o", tarvix::nameOf(file),
-                                     use == Use::Thumbnail ? "--side" : "--pixels",
-                                     std::to_string(pixels), "--json"},
-                                    use == Use::RunOn ? Engine::Lane::Drag : Engine::Lane::Work);
+    const RunEnd end = m_engine.run(
+        {"reduced", tarvix::nameOf(image), "-o", tarvix::nameOf(file),
+         use == Use::Thumbnail ? "--side" : "--pixels", std::to_string(pixels), "--json"},
+        use == Use::RunOn ? Engine::Lane::Drag : Engine::Lane::Work, false, gone);
     if (end.status != 0 || !end.data.is_object()) {
         std::error_code ignored;
         fs::remove(file, ignored);

@@ -36,7 +36,9 @@ public:
 
     // A copy with at most so many pixels; for thumbnails, with at most so many a side. Throws
     // NoPreview and Busy.
-    Preview of(const std::filesystem::path& image, Use use, std::uint64_t pixels);
+    //   gone  may ask for a stop: nobody waits for the copy any more
+    Preview of(const std::filesystem::path& image, Use use, std::uint64_t pixels,
+               const std::stop_token& gone = {});
 
 private:
     struct Store {

@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t mostJobs = 50;
-
 // A folder below the images' folder.
 std::optional<fs::path> folderOf(const ImageFolder& images, const std::string& name) {
     std::error_code error;
@@ -32,9 +30,9 @@ std::optional<fs::path> folderOf(const ImageFolder& images, const std::string& n
 Runner::Runner(Engine& engine, Previews& previews, const ImageFolder& images,
                const fs::path& folder, fs::path outFolder)
     : m_engine(engine), m_previews(previews), m_images(images), m_results(folder),
-      m_outFolder(std::move(outFolder)) {}
+      m_outFolder(std::move(outFolder)), m_jobs(engine) {}
 
-Runner::Prepared Runner::prepare(const RunRequest& request) {
+Runner::Prepared Runner::prepare(const RunRequest& request, const std::stop_token& gone) {
     Prepared prepared{.plan = {}, .folder = m_results.newRunFolder()};
     std::error_code error;
     const fs::path relative = fs::relative(m_outFolder, m_images.folder(), error);
@@ -48,8 +46,8 @@ Runner::Prepared Runner::prepare(const RunRequest& request) {
                           : std::nullopt;
         },
         .copy =
-            [this](const fs::path& image, std::uint64_t pixels) {
-                const Preview copy = m_previews.of(image, Previews::Use::RunOn, pixels);
+            [this, &gone](const fs::path& image, std::uint64_t pixels) {
+                const Preview copy = m_previews.of(image, Previews::Use::RunOn, pixels, gone);
                 return copy.copy == copy.image
                            ? Surroundings::Copy{image, Reduction{}}
                            : Surroundings::Copy{copy.path, reductionBetween(copy.image, copy.copy)};
@@ -81,7 +79,8 @@ std::vector<StoredResult> Runner::resultsOf(const Plan& plan, const RunEnd& end)
     for (const PlannedOutput& output : plan.outputs) {
         std::error_code error;
         if (output.kind == "images") { // one for each image that registered
-            for (const Json& image : end.data.value("images", Json::array())) {
+            const Json images = end.data.is_object() ? end.data.value("images", Json()) : Json();
+            for (const Json& image : images) {
                 if (image.value("output", Json()).is_string()) {
                     const fs::path file = tarvix::pathOf(image["output"].get<std::string>());
                     results.push_back({.id = {},
@@ -135,12 +134,21 @@ Json Runner::answerOf(const Prepared& prepared, RunEnd end) {
             {"reduced", plan.isReduced}};
 }
 
-Json Runner::run(const RunRequest& request) {
-    const Prepared prepared = prepare(request);
-    const bool drag = request.pixels > 0 && canBeReduced(request.command->name);
-    return answerOf(prepared, m_engine.run(prepared.plan.words,
-                                           drag ? Engine::Lane::Drag : Engine::Lane::Work,
-                                           prepared.plan.isReduced));
+RunEnd Runner::ended(const Prepared& prepared, Engine::Lane lane, const std::stop_token& gone) {
+    try {
+        return m_engine.run(prepared.plan.words, lane, prepared.plan.isReduced, gone);
+    } catch (const Busy&) {
+        Results::drop(prepared.folder);
+        throw;
+    }
+}
+
+Json Runner::run(const RunRequest& request, const std::stop_token& gone) {
+    const Prepared prepared = prepare(request, gone);
+    // What follows a drag is fast, and waits for nothing that is not.
+    const bool drag = request.pixels > 0 && request.command->name == "converge";
+    return answerOf(prepared,
+                    ended(prepared, drag ? Engine::Lane::Drag : Engine::Lane::Work, gone));
 }
 
 Json Runner::save(const RunRequest& request) {
@@ -155,7 +163,7 @@ Json Runner::save(const RunRequest& request) {
         throw taken;
     }
     const Prepared prepared = prepare(request);
-    const RunEnd end = m_engine.run(prepared.plan.words, Engine::Lane::Work);
+    const RunEnd end = ended(prepared, Engine::Lane::Work);
     const fs::path made = prepared.plan.outputs.front().path;
     std::string failure;
     if (end.status == 0 && fs::exists(made, error)) {
@@ -179,63 +187,18 @@ Json Runner::save(const RunRequest& request) {
 
 std::string Runner::begin(const RunRequest& request) {
     const auto prepared = std::make_shared<Prepared>(prepare(request));
-    const std::lock_guard lock(m_jobsMutex);
-    std::string id = "j" + std::to_string(++m_lastJob);
-    const auto onEnd = [this, id, prepared](const RunEnd& end) {
-        Json answer = answerOf(*prepared, end);
-        const std::lock_guard ended(m_jobsMutex);
-        if (const auto job = m_jobs.find(id); job != m_jobs.end()) {
-            job->second.state["state"] = "done";
-            job->second.state["answer"] = std::move(answer);
-        }
-    };
-    const auto onProgress = [this, id, prepared](const Json& progress) {
-        const std::lock_guard running(m_jobsMutex);
-        if (const auto job = m_jobs.find(id); job != m_jobs.end()) {
-            Json what = progress.value("what", Json(""));
-            showNames(what, prepared->plan.names);
-            job->second.state["state"] = "running";
-            job->second.state["done"] = progress.value("done", Json(0));
-            job->second.state["total"] = progress.value("total", Json(0));
-            job->second.state["what"] = std::move(what);
-        }
-    };
-    m_jobs[id].state = {{"state", "waiting"}, {"done", 0}, {"total", 0}, {"what", ""}};
-    m_jobOrder.push_back(id);
     try {
-        m_jobs[id].ticket =
-            m_engine.start(prepared->plan.words, Engine::Lane::Long, false, onEnd, onProgress);
+        return m_jobs.begin(
+            prepared->plan.words,
+            [this, prepared](const RunEnd& end) { return answerOf(*prepared, end); },
+            [prepared](Json what) {
+                showNames(what, prepared->plan.names);
+                return what;
+            });
     } catch (const Busy&) {
-        m_jobs.erase(id);
-        m_jobOrder.pop_back();
         Results::drop(prepared->folder);
         throw;
     }
-    while (m_jobOrder.size() > mostJobs) {
-        m_jobs.erase(m_jobOrder.front());
-        m_jobOrder.pop_front();
-    }
-    return id;
-}
-
-std::optional<Json> Runner::state(const std::string& job) {
-    const std::lock_guard lock(m_jobsMutex);
-    const auto found = m_jobs.find(job);
-    return found == m_jobs.end() ? std::nullopt : std::optional(found->second.state);
-}
-
-bool Runner::stop(const std::string& job) {
-    tarvix::Pool::Ticket ticket = 0;
-    {
-        const std::lock_guard lock(m_jobsMutex);
-        const auto found = m_jobs.find(job);
-        if (found == m_jobs.end()) {
-            return false;
-        }
-        ticket = found->second.ticket;
-    }
-    m_engine.stop(Engine::Lane::Long, ticket);
-    return true;
 }
 
 } // namespace workbench

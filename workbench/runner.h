@@ -2,13 +2,13 @@
 #pragma once
 
 #include "workbench/engine.h"
+#include "workbench/jobs.h"
 #include "workbench/names.h"
 #include "workbench/plan.h"
 #include "workbench/previews.h"
 #include "workbench/results.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace workbench {
@@ -29,28 +29,26 @@ public:
     [[nodiscard]] const std::filesystem::path& outFolder() const { return m_outFolder; }
 
     // The answer to a request. Throws BadRequest, Busy and NoPreview.
-    Json run(const RunRequest& request);
+    //   gone  may ask for a stop: nobody waits for the answer any more
+    Json run(const RunRequest& request, const std::stop_token& gone = {});
 
-    // Runs in full and saves the result as request.name. Throws Conflict if that exists, too.
+    // Runs in full and saves the result as request.name, also if who asked has gone. Throws Conflict
+    // if that exists, too.
     Json save(const RunRequest& request);
 
-    // Begins a long run, and gives its id.
+    // Begins a long run. Returns its id in jobs(). Throws as run() does.
     std::string begin(const RunRequest& request);
 
-    // How far it is; nothing if there is no such job. stop() returns false then.
-    std::optional<Json> state(const std::string& job);
-    bool stop(const std::string& job);
+    // What begin() began.
+    [[nodiscard]] Jobs& jobs() { return m_jobs; }
 
 private:
     struct Prepared {
         Plan plan;
         std::filesystem::path folder;
     };
-    struct Job {
-        Json state{};
-        tarvix::Pool::Ticket ticket = 0;
-    };
-    Prepared prepare(const RunRequest& request);
+    Prepared prepare(const RunRequest& request, const std::stop_token& gone = {});
+    RunEnd ended(const Prepared& prepared, Engine::Lane lane, const std::stop_token& gone = {});
     Json answerOf(const Prepared& prepared, RunEnd end);
     static std::vector<StoredResult> resultsOf(const Plan& plan, const RunEnd& end);
 
@@ -59,11 +57,7 @@ private:
     const ImageFolder& m_images;
     Results m_results;
     const std::filesystem::path m_outFolder;
-
-    std::mutex m_jobsMutex; // guards the rest
-    std::map<std::string, Job> m_jobs;
-    std::deque<std::string> m_jobOrder;
-    std::uint64_t m_lastJob = 0;
+    Jobs m_jobs;
 };
 
 } // namespace workbench

@@ -154,19 +154,19 @@ HttpResponse Service::routed(const HttpRequest& request, const Target& target) {
         return imageList(target);
     }
     if (path == "/api/image") {
-        return image(target, Previews::Use::Show);
+        return image(target, Previews::Use::Show, request.gone);
     }
     if (path == "/api/thumbnail") {
-        return image(target, Previews::Use::Thumbnail);
+        return image(target, Previews::Use::Thumbnail, request.gone);
     }
     if (path.starts_with("/api/result/")) {
-        return result(target);
+        return result(target, request.gone);
     }
     if (path.starts_with("/api/saved/")) {
         return saved(path.substr(11));
     }
     if (path.starts_with("/api/job/")) {
-        const auto state = m_parts.runner.state(path.substr(9));
+        const auto state = m_parts.runner.jobs().state(path.substr(9));
         return state ? json(*state) : refused(404, "there is no such job");
     }
     return refused(404, "there is no such page");
@@ -180,7 +180,7 @@ HttpResponse Service::posted(const HttpRequest& request, const Target& target) {
         return json(uploaded);
     }
     if (path == "/api/run") {
-        return json(m_parts.runner.run(readRequest(request.body)));
+        return json(m_parts.runner.run(readRequest(request.body), request.gone));
     }
     if (path == "/api/job") {
         return json({{"id", m_parts.runner.begin(readRequest(request.body))}});
@@ -192,8 +192,8 @@ HttpResponse Service::posted(const HttpRequest& request, const Target& target) {
     }
     if (path.starts_with("/api/job/") && path.ends_with("/stop")) {
         const std::string job = path.substr(9, path.size() - 14);
-        return m_parts.runner.stop(job) ? json(Json::object())
-                                        : refused(404, "there is no such job");
+        return m_parts.runner.jobs().stop(job) ? json(Json::object())
+                                               : refused(404, "there is no such job");
     }
     return refused(404, "there is no such page");
 }
@@ -213,15 +213,16 @@ HttpResponse Service::imageList(const Target& target) {
                                   parameter(target, "filter")));
 }
 
-HttpResponse Service::shown(const fs::path& file, Previews::Use use, std::uint64_t pixels) {
-    const Preview preview = m_parts.previews.of(file, use, pixels);
+HttpResponse Service::shown(const fs::path& file, Previews::Use use, std::uint64_t pixels,
+                            const std::stop_token& gone) {
+    const Preview preview = m_parts.previews.of(file, use, pixels, gone);
     return {.type = "image/jpeg",
             .file = preview.path,
             .fields = {{"X-Image-Width", std::to_string(preview.image.width)},
                        {"X-Image-Height", std::to_string(preview.image.height)}}};
 }
 
-HttpResponse Service::image(const Target& target, Previews::Use use) {
+HttpResponse Service::image(const Target& target, Previews::Use use, const std::stop_token& gone) {
     const std::string name = parameter(target, "name");
     const auto file = m_parts.images.find(name);
     if (!file) {
@@ -229,17 +230,17 @@ HttpResponse Service::image(const Target& target, Previews::Use use) {
     }
     const bool thumbnail = use == Previews::Use::Thumbnail;
     return shown(*file, use,
-                 thumbnail ? thumbnailSide : count(target, "pixels", mostPixels, mostPixels));
+                 thumbnail ? thumbnailSide : count(target, "pixels", mostPixels, mostPixels), gone);
 }
 
-HttpResponse Service::result(const Target& target) {
+HttpResponse Service::result(const Target& target, const std::stop_token& gone) {
     const auto found = m_parts.runner.results().find(target.path.substr(12));
     if (!found || found->kind == "folder") {
         return refused(404, "this result is not there any more; run it again");
     }
     if (target.parameters.contains("pixels") && found->kind == "image") {
         return shown(found->path, Previews::Use::Show,
-                     count(target, "pixels", mostPixels, mostPixels));
+                     count(target, "pixels", mostPixels, mostPixels), gone);
     }
     HttpResponse response{.type = contentTypeOf(utf8Of(found->path.filename())),
                           .file = found->path};

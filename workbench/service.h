@@ -7,6 +7,7 @@
 #include "workbench/session.h"
 #include "workbench/uploads.h"
 
+#include <optional>
 #include <string>
 
 namespace workbench {
@@ -24,7 +25,7 @@ public:
     explicit Service(Parts parts) : m_parts(parts) {}
 
     // Before the first request: the port is known only when the server listens.
-    void open(const Session& session) { m_session = &session; }
+    void open(const Session& session) { m_session = session; }
 
     std::optional<HttpResponse> refusal(const HttpRequest& head) override;
     BodyPlan bodyPlan(const HttpRequest& head) override;
@@ -35,13 +36,14 @@ private:
     HttpResponse posted(const HttpRequest& request, const Target& target);
     HttpResponse about() const;
     HttpResponse imageList(const Target& target);
-    HttpResponse image(const Target& target, Previews::Use use);
-    HttpResponse result(const Target& target);
+    HttpResponse image(const Target& target, Previews::Use use, const std::stop_token& gone);
+    HttpResponse result(const Target& target, const std::stop_token& gone);
     HttpResponse saved(const std::string& name) const;
-    HttpResponse shown(const std::filesystem::path& file, Previews::Use use, std::uint64_t pixels);
+    HttpResponse shown(const std::filesystem::path& file, Previews::Use use, std::uint64_t pixels,
+                       const std::stop_token& gone);
 
     Parts m_parts;
-    const Session* m_session = nullptr;
+    std::optional<Session> m_session;
 };
 
 } // namespace workbench

@@ -1,8 +1,10 @@
 #include "workbench/uploads.h"
 
+#include "platform/system/paths.h"
 #include "workbench/names.h"
 #include "workbench/new_files.h"
 #include "workbench/request.h"
+#include "workbench/shown_names.h"
 
 namespace workbench {
 
@@ -63,9 +65,10 @@ nlohmann::ordered_json Uploads::finish(const fs::path& file, const std::string& 
         return {{"name", uploadsPrefix + utf8Of(placed.filename())},
                 {"width", preview.image.width},
                 {"height", preview.image.height}};
-    } catch (const NoPreview&) {
-        const Removed notAnImage{placed};
-        throw BadRequest("'" + name + "' is not an image that can be read");
+    } catch (const NoPreview& e) { // not an image, or too large, or the disk is full
+        const Removed notShown{placed};
+        throw BadRequest("'" + name + "' is not taken: " +
+                         withShownNames(e.what(), {{tarvix::nameOf(placed), name}}));
     } catch (...) {
         const Removed notNow{placed};
         throw;

@@ -59,7 +59,7 @@ void runWorkbench(const WorkbenchOptions& options, host::Output& output) {
         openPage(session.address(), temporary.path(), output);
     }
     server.run();
-    engine.stopAll();
+    engine.close();
 }
 
 } // namespace workbench

@@ -8,6 +8,7 @@ import json
 import os
 import pathlib
 import re
+import resource
 import shutil
 import signal
 import socket
@@ -20,14 +21,24 @@ import unittest
 PROGRAM, PHOTOS = sys.argv[1], pathlib.Path(sys.argv[2])
 CORNERS = [[193.5, 302], [778, 52], [797, 299], [192.5, 422]]  # of building.jpg
 
+PATIENCE = 300  # seconds until a condition that never holds ends a test; no test depends on a duration
+
+
+def wait_until(condition):
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        assert time.monotonic() < end, "what the test waits for does not happen"
+        time.sleep(0.05)
+
 
 class Workbench:
     """A running `tarvix workbench` on a folder of its own."""
 
-    def __init__(self, folder, temporary):
-        self.folder = folder
-        self.process = subprocess.Popen([PROGRAM, "workbench", folder, "--no-open"], stdout=subprocess.PIPE, text=True,
-                                        env={**os.environ, "TMPDIR": str(temporary)})
+    def __init__(self, folder, temporary, words=("--no-open",), more=None, **starting):
+        """more: variables of its environment; starting: of subprocess.Popen."""
+        self.folder, self.temporary = folder, temporary
+        self.process = subprocess.Popen([PROGRAM, "workbench", folder, *words], stdout=subprocess.PIPE, text=True,
+                                        env={**os.environ, "TMPDIR": str(temporary), **(more or {})}, **starting)
         address = re.fullmatch(r"http://127\.0\.0\.1:(\d+)(/\?token=[0-9a-f]{32})\n", self.process.stdout.readline())
         self.port, self.entry = int(address[1]), address[2]
         self.cookie = self.send("GET", self.entry, cookie=None)[1]["Set-Cookie"].split(";")[0]
@@ -58,6 +69,17 @@ class Workbench:
         status, _, answer = self.send("POST", path, json.dumps(body))
         return status, json.loads(answer)
 
+    def begin(self, command, images, options=None):
+        """Begins a job. Returns its id."""
+        return self.run(command, images, options, path="/api/job")[1]["id"]
+
+    def job_state(self, job):
+        return json.loads(self.send("GET", "/api/job/" + job)[2])
+
+    def answer_of_job(self, job):
+        wait_until(lambda: self.job_state(job)["state"] == "done")
+        return self.job_state(job)["answer"]
+
     def result(self, answer, index=0):
         return self.send("GET", "/api/result/" + answer["results"][index]["id"])[2]
 
@@ -69,8 +91,9 @@ class Workbench:
         return int(re.search(r"VmRSS:\s+(\d+)", pathlib.Path(f"/proc/{self.process.pid}/status").read_text())[1]) << 10
 
     def end(self):
-        self.process.send_signal(signal.SIGINT)
-        self.process.wait(60)
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGINT)
+            self.process.wait(60)
         self.process.stdout.close()
 
 
@@ -166,7 +189,7 @@ class ServerTest(unittest.TestCase):
         self.refused(413, "POST", "/api/run", b" " * (2 << 20))
         self.refused(413, "POST", "/api/upload?name=a.jpg", b"", Content_Length=str(1 << 40))
         for request in (b"nonsense\r\n\r\n", b"GET / HTTP/1.1\r\nContent-Length: -1\r\n\r\n", b"\0" * 100 + b"\r\n\r\n"):
-            self.assertIn(self.bench.raw(request), (b"HTTP/1.1 400 Bad Request", b""))
+            self.assertEqual(self.bench.raw(request), b"HTTP/1.1 400 Bad Request")
         self.assertIn(b"431", self.bench.raw(b"GET / HTTP/1.1\r\nX: " + b"x" * 60000 + b"\r\n\r\n"))
         self.refused(405, "PUT", "/api/run", "{}")
 
@@ -178,6 +201,9 @@ class ServerTest(unittest.TestCase):
                 s.sendall(b"GET / HTT")
                 slow.append(s)
             self.assertEqual(self.bench.send("GET", "/api/about")[0], 200)
+            self.assertEqual(slow[0].recv(1), b"")  # the ones that wait longest gave their places
+            slow[-1].setblocking(False)
+            self.assertRaises(BlockingIOError, slow[-1].recv, 1)
         finally:
             for s in slow:
                 s.close()
@@ -230,35 +256,87 @@ class ServerTest(unittest.TestCase):
         self.assertEqual((first["name"], first["width"], first["height"]), ("uploads/mine.jpg", 512, 384))
         self.assertEqual(json.loads(self.bench.send("POST", "/api/upload?name=mine.jpg", image)[2])["name"],
                          "uploads/mine-2.jpg")
-        self.refused(400, "POST", "/api/upload?name=text.jpg", b"not an image")
+        status, _, answer = self.bench.send("POST", "/api/upload?name=text.jpg", b"not an image")
+        self.assertEqual(status, 400)
+        self.assertRegex(json.loads(answer)["error"], "^'text.jpg' is not taken: .*'text.jpg'")
         self.refused(400, "POST", "/api/upload?name=..%2Fx.jpg", image)
         self.assertEqual(self.bench.run("canny", ["uploads/mine.jpg"])[1]["status"], 0)
 
     def test_a_killed_worker_is_replaced(self):
         self.bench.run("canny", ["home.jpg"])
-        job = json.loads(self.bench.send("POST", "/api/job", json.dumps(
-            {"command": "denoise", "images": ["building.jpg"], "options": {"search": 101}}))[2])["id"]
-        state = lambda: json.loads(self.bench.send("GET", "/api/job/" + job)[2])
-        while state()["state"] != "done":
+        job = self.bench.begin("denoise", ["building.jpg"], {"search": 101})
+        while self.bench.job_state(job)["state"] != "done":
             for pid in self.bench.workers():
                 os.kill(pid, signal.SIGKILL)
             time.sleep(0.1)
-        self.assertEqual(state()["answer"]["status"], 3)
-        self.assertTrue(state()["answer"]["messages"])
+        answer = self.bench.answer_of_job(job)
+        self.assertEqual(answer["status"], 3)
+        self.assertTrue(answer["messages"])
         answer = self.bench.run("canny", ["home.jpg"])[1]
         self.assertEqual(answer["status"], 0, answer)
 
     def test_a_job_can_be_stopped(self):
-        job = json.loads(self.bench.send("POST", "/api/job", json.dumps(
-            {"command": "denoise", "images": ["building.jpg"], "options": {"search": 127}}))[2])["id"]
-        self.assertEqual(self.bench.send("POST", f"/api/job/{job}/stop")[0], 200)
-        while True:
-            state = json.loads(self.bench.send("GET", "/api/job/" + job)[2])
-            if state["state"] == "done":
-                break
-            time.sleep(0.05)
-        self.assertEqual(state["answer"]["status"], 3)
+        for command, images, options in (("denoise", ["building.jpg"], {"search": 127}),
+                                         ("register", ["graf1.png", "graf3.png"], {})):
+            with self.subTest(command):
+                job = self.bench.begin(command, images, options)
+                self.assertEqual(self.bench.send("POST", f"/api/job/{job}/stop")[0], 200)
+                answer = self.bench.answer_of_job(job)
+                self.assertEqual((answer["status"], answer["messages"]), (3, ["it was stopped"]))
+        self.assertEqual(self.bench.send("GET", "/api/about")[0], 200)
         self.refused(404, "GET", "/api/job/j999")
+
+    def test_images_that_do_not_register_are_an_answer(self):
+        answer = self.bench.answer_of_job(self.bench.begin("register", ["home.jpg", "building.jpg"]))
+        self.assertEqual((answer["status"], answer["results"]), (1, []))
+        self.assertTrue(answer["messages"])
+        self.assertEqual(self.bench.send("GET", "/api/about")[0], 200)
+
+    def test_a_run_ends_with_its_client(self):
+        body = json.dumps({"command": "denoise", "images": ["building.jpg"], "options": {"search": 127}})
+        with tempfile.TemporaryDirectory() as temporary:
+            bench = Workbench(self.folder, temporary)
+            self.addCleanup(bench.end)
+            clients = [http.client.HTTPConnection("127.0.0.1", bench.port) for _ in range(2)]
+            for client in clients:
+                client.request("POST", "/api/run", body, {"Cookie": bench.cookie,
+                                                          "Origin": f"http://127.0.0.1:{bench.port}"})
+            wait_until(lambda: len(bench.workers()) == 2)
+            for client in clients:
+                client.close()
+            wait_until(lambda: not bench.workers())
+
+    def test_an_upload_that_breaks_off_leaves_nothing(self):
+        unfinished = next(self.temporary.iterdir()) / "unfinished"
+        with socket.create_connection(("127.0.0.1", self.bench.port), timeout=60) as s:
+            s.sendall(b"POST /api/upload?name=half.jpg HTTP/1.1\r\nHost: 127.0.0.1:%d\r\nCookie: %s\r\n"
+                      b"Sec-Fetch-Site: same-origin\r\nContent-Length: 100000\r\n\r\nhalf" %
+                      (self.bench.port, self.bench.cookie.encode()))
+            wait_until(lambda: list(unfinished.iterdir()))
+        wait_until(lambda: not list(unfinished.iterdir()))
+
+    def test_a_full_disk_is_said(self):
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100000, 100000))
+        with tempfile.TemporaryDirectory() as temporary:
+            bench = Workbench(self.folder, temporary, preexec_fn=limit, restore_signals=False)
+            status, _, answer = bench.send("POST", "/api/upload?name=large.jpg", b"x" * 1000000)
+            bench.end()
+        self.assertEqual(status, 500)
+        self.assertRegex(json.loads(answer)["error"], "^the upload cannot be stored: .")
+
+    def test_the_browser_gets_no_socket(self):
+        """A browser outlives the workbench; the port must not stay taken."""
+        with tempfile.TemporaryDirectory() as base:
+            opened, ready = pathlib.Path(base) / "opened", pathlib.Path(base) / "ready"
+            script = pathlib.Path(base) / "xdg-open"
+            script.write_text(f"#!/bin/sh\nreadlink /proc/$$/fd/* > {opened}\nmv {opened} {ready}\n")
+            script.chmod(0o755)
+            bench = Workbench(self.folder, base, words=(), more={"DISPLAY": ":0", "PATH": f"{base}:{os.environ['PATH']}"})
+            wait_until(ready.exists)
+            bench.end()
+            self.assertNotIn("socket", ready.read_text())
+            self.assertIn("/", ready.read_text())
 
     def test_many_requests_leave_memory_flat(self):
         def some(count):
