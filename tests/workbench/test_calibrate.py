@@ -99,6 +99,42 @@ class Calibrate(WorkbenchTest):
         self.calibrate(f"images={'|'.join(LEFT[:5])}")
         self.assertEqual(len(self.rows()), 5)
 
+    def test_stop_holds_also_before_the_run_has_begun(self):
+        self.open(f"#calibrate?images={'|'.join(LEFT * 30)}")
+        self.hold("/api/job")
+        self.button("Calibrate").click()
+        self.button("Stop").click()
+        self.release()
+        self.wait_idle()
+        self.assertEqual(self.text(".calibrate .findings .failed"), "It was stopped.")
+
+    def test_a_question_without_answer_is_asked_again(self):
+        self.open(f"#calibrate?images={'|'.join(LEFT[:3])}")
+        self.script("""
+            const real = window.fetch;
+            let failures = 2;
+            window.fetch = (path, options) => {
+                if (String(path).startsWith('/api/job/') && failures > 0) {
+                    failures -= 1;
+                    return Promise.reject(new TypeError('no answer'));
+                }
+                return real(path, options);
+            };""")
+        self.button("Calibrate").click()
+        self.wait(lambda: self.all(".calibrate table caption") or self.all(".calibrate .findings .failed"), "no end")
+        self.assertEqual(self.text(".calibrate .findings .failed"), "")
+
+    def test_a_run_ends_with_its_page(self):
+        self.open(f"#calibrate?images={'|'.join(LEFT * 30)}")
+        self.button("Calibrate").click()
+        self.wait(lambda: " of " in self.text(".calibrate progress + p"), "it does not begin")
+        job = self.script("return performance.getEntriesByType('resource').map((entry) => entry.name)"
+                          ".filter((name) => name.includes('/api/job/')).at(-1)")
+        self.open("#register")
+        state = lambda: self.script("return (async () => (await fetch(arguments[0])).json())(arguments[0])", job)
+        self.wait(lambda: state()["state"] == "done", "it goes on")
+        self.assertEqual(state()["answer"]["messages"], ["it was stopped"])
+
     def test_a_board_is_made_to_print(self):
         self.open("#calibrate?board=7x4")
         self.find(".calibrate summary").click()

@@ -54,8 +54,10 @@ class Modules(WorkbenchTest):
             return [m.parsePoints('1,2;3.5,-4', 2), m.parsePoints('1,2', 2), m.parsePoints('1,;3,4', 2),
                     m.parsePoints(undefined, 1), m.formatPoints([[1.04, 2.06]]),
                     m.parseNames(m.formatNames(['a|b.jpg', '100%.jpg'])),
-                    m.nameOfPath('C:\\\\x\\\\a\\\\b.jpg', ['a/b.jpg'])];"""),
-            [[[1, 2], [3.5, -4]], None, None, None, "1,2.1", ["a|b.jpg", "100%.jpg"], "a/b.jpg"])
+                    m.nameOfPath('C:\\\\x\\\\a\\\\b.jpg', ['a/b.jpg']), m.nameOfPath('b/x.jpg', ['x.jpg', 'b/x.jpg']),
+                    m.nameOfPath('/c/b/x.jpg', ['x.jpg', 'b/x.jpg']), m.nameOfPath('x.jpg', ['b/x.jpg', 'x.jpg'])];"""),
+            [[[1, 2], [3.5, -4]], None, None, None, "1,2.1", ["a|b.jpg", "100%.jpg"], "a/b.jpg", "b/x.jpg", "b/x.jpg",
+             "x.jpg"])
 
     def test_the_queue_runs_one_at_a_time_and_the_last_wins(self):
         self.assertEqual(self.run_module("latest", """
@@ -73,6 +75,22 @@ class Modules(WorkbenchTest):
             ask(5);
             return [ran, failed];"""), [[1, 4, 5], ["no"]])
 
+    def test_the_queue_drops_what_nobody_wants_any_more(self):
+        self.assertEqual(self.run_module("latest", """
+            const ran = [], failed = [];
+            let idle;
+            const done = new Promise((resolve) => { idle = resolve; });
+            const ask = m.latestOnly((request, signal) => {
+                ran.push(request);
+                return request === 3 ? null : new Promise((resolve, reject) => signal.addEventListener('abort',
+                    () => reject(new DOMException('', 'AbortError'))));
+            }, (failure) => failed.push(failure.message), (isIdle) => isIdle && idle());
+            ask(1); ask(2);
+            ask.drop();
+            ask(3);
+            await done;
+            return [ran, failed];"""), [[1, 3], []])
+
     def test_photographs_are_paired_by_their_names(self):
         self.assertEqual(self.run_module("pairs", """
             return m.pairsOf(['right01.jpg', 'left01.jpg', 'left02.jpg', 'b/cam_L_7.png', 'b/cam_R_7.png',
@@ -85,10 +103,16 @@ class Modules(WorkbenchTest):
             const command = {options: [{name: 'low', kind: 'number', default: 50, minimum: 0}, {name: 'l2', kind: 'flag'},
                 {name: 'from', kind: 'corners', required: true}, {name: 'out', kind: 'file', required: true},
                 {name: 'fill', kind: 'colour', default: '[0,0,0]'}]};
-            return [m.requestOptions(command, {low: '50', l2: '1', from: '0,0;1,0;1,1;0,1'}),
-                    m.requestOptions(command, {low: '60'}), m.sliderRange(command.options[0]),
+            const corners = '0,0;1,0;1,1;0,1';
+            return [m.requestOptions(command, {low: '50', l2: '1', from: corners}),
+                    m.requestOptions(command, {low: '60'}), m.requestOptions(command, {from: '1,2;x'}),
+                    m.requestOptions(command, {low: '1e', from: corners}),
+                    m.requestOptions(command, {fill: '0,0,256', from: corners}), m.sliderRange(command.options[0]),
                     m.sliderRange({kind: 'integer', minimum: 1, maximum: 127, step: 2, default: 7})];"""), [
-                {"l2": True, "from": [[0, 0], [1, 0], [1, 1], [0, 1]]}, None,
+                {"l2": True, "from": [[0, 0], [1, 0], [1, 1], [0, 1]]},
+                *["The option 'from' takes four points, such as 0,0;90,0;90,60;0,60"] * 2,
+                "The option 'low' takes a number",
+                "The option 'fill' takes three numbers from 0 to 255, such as 255,0,0",
                 {"min": 0, "max": 300, "step": 1}, {"min": 1, "max": 42, "step": 2}])
 
     def test_distances_say_when_they_are_no_lengths(self):

@@ -163,6 +163,22 @@ class Page(WorkbenchTest):
         self.assertEqual([address for address in addresses if not address.startswith((own, "blob:" + own))], [])
 
 
+class EmptyFolder(WorkbenchTest):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.photos = folder.name
+        super().setUpClass()
+
+    def test_keys_in_an_empty_list_do_nothing(self):
+        self.open()
+        self.wait(lambda: "0 images" in self.text("#images"), "the images are not counted")
+        self.script("document.querySelector('[role=listbox]').focus()")
+        ActionChains(self.driver).send_keys(Keys.ARROW_DOWN, Keys.END, Keys.ENTER).perform()
+        self.assertFalse(self.find("#problem").is_displayed(), self.text("#problem"))
+
+
 class LongFolder(unittest.TestCase):
     def test_ten_thousand_images_make_few_elements_and_few_requests(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -31,10 +31,11 @@ class Server:
 
     def stop(self):
         self.process.terminate()
-        self.process.wait()
+        status = self.process.wait()
         self.process.stdin.close()
         self.process.stdout.close()
         self.out.cleanup()
+        assert status == 0, f"the workbench ended with {status}"
 
 
 def browser(width=1400, height=900, dark=False):
@@ -100,6 +101,35 @@ class WorkbenchTest(unittest.TestCase):
             "return document.querySelector('#work > .work') !== null"
             " && document.querySelector('#work[aria-busy=true], #work [aria-busy=true]') === null"),
             "the page does not become idle")
+
+    def hold(self, part):
+        """From now on, requests whose address has this part wait until release(); given_up() counts those that the page
+        does not want any more."""
+        self.script("""
+            const [part] = arguments;
+            const real = window.fetch;
+            window.heldSignals = [];
+            const held = new Promise((resolve) => { window.releaseHeld = () => { window.fetch = real; resolve(); }; });
+            window.fetch = async (path, options) => {
+                if (String(path).includes(part)) {
+                    window.heldSignals.push(options?.signal);
+                    await held;
+                }
+                return real(path, options);
+            };""", part)
+
+    def held(self):
+        return self.script("return window.heldSignals.length")
+
+    def given_up(self):
+        return self.script("return window.heldSignals.filter((signal) => signal?.aborted).length")
+
+    def release(self):
+        self.script("window.releaseHeld()")
+
+    def go(self, state):
+        """Changes the state in the address, and waits for nothing."""
+        self.script("location.hash = arguments[0]", state)
 
     def find(self, selector):
         return self.driver.find_element(By.CSS_SELECTOR, selector)

@@ -10,7 +10,7 @@ async function answerOf(response) {
     } catch {
         // what is not JSON has no sentence for people
     }
-    throw new Error(sentence);
+    throw Object.assign(new Error(sentence), {status: response.status});
 }
 
 async function ask(path, options = {}) {
@@ -30,8 +30,9 @@ async function getJson(path) {
     return (await ask(path)).json();
 }
 
-async function postJson(path, body) {
+async function postJson(path, body, signal) {
     return (await ask(path, {
+        signal,
         method: "POST",
         headers: {"Content-Type": "application/json"},
         body: JSON.stringify(body),
@@ -43,7 +44,8 @@ export const commands = () => getJson("/api/commands");
 export const images = (from, count, filter) =>
     getJson(`/api/images?${new URLSearchParams({from, count, filter})}`);
 export const thumbnailUrl = (name) => `/api/thumbnail?${new URLSearchParams({name})}`;
-export const run = (request) => postJson("/api/run", request);
+// signal  ends the run if nobody wants its answer any more
+export const run = (request, signal) => postJson("/api/run", request, signal);
 export const save = (request) => postJson("/api/save", request);
 export const savedUrl = (name) => `/api/saved/${name.split("/").map(encodeURIComponent).join("/")}`;
 export const resultUrl = (id) => `/api/result/${encodeURIComponent(id)}`;
@@ -77,13 +79,13 @@ class Shown {
     }
 }
 
-export async function imageToShow(name, pixels) {
-    return shownOf(await ask(`/api/image?${new URLSearchParams({name, pixels})}`));
+export async function imageToShow(name, pixels, signal) {
+    return shownOf(await ask(`/api/image?${new URLSearchParams({name, pixels})}`, {signal}));
 }
 
 // size  [width, height] of what the result is a reduced copy of; without it, the result's own
-export async function resultToShow(result, pixels, size) {
-    return shownOf(await ask(`${resultUrl(result.id)}?${new URLSearchParams({pixels})}`), size);
+export async function resultToShow(result, pixels, size, signal) {
+    return shownOf(await ask(`${resultUrl(result.id)}?${new URLSearchParams({pixels})}`, {signal}), size);
 }
 
 async function shownOf(response, size) {
@@ -91,17 +93,44 @@ async function shownOf(response, size) {
     return new Shown(await response.blob(), ...(size ?? own));
 }
 
-// Runs a long command. onProgress gets {state, done, total, what}; what it returns as
-// onProgress.stop(stop) takes a function that ends the job.
+const pause = (milliseconds) => new Promise((resolve) => {
+    setTimeout(resolve, milliseconds);
+});
+
+// How far a job is. A question that gets no answer is asked again.
+async function stateOfJob(id) {
+    for (let tries = 1; ; tries += 1) {
+        try {
+            return await getJson(`/api/job/${id}`);
+        } catch (failure) {
+            const passes = failure.status === undefined || failure.status === 503;
+            if (!passes || tries === 5) {
+                throw failure;
+            }
+            await pause(1000);
+        }
+    }
+}
+
+// Runs a long command, which ends with the page.
+//   onStart     gets a function that ends the job
+//   onProgress  gets {state, done, total, what}
 export async function job(request, {onProgress, onStart}) {
     const {id} = await postJson("/api/job", request);
-    onStart?.(() => postJson(`/api/job/${id}/stop`, {}));
-    for (;;) {
-        const state = await getJson(`/api/job/${id}`);
-        onProgress?.(state);
-        if (state.state === "done") {
-            return state.answer;
+    const stop = `/api/job/${id}/stop`;
+    const leave = () => navigator.sendBeacon(stop);
+    addEventListener("pagehide", leave);
+    try {
+        onStart?.(() => postJson(stop, {}));
+        for (;;) {
+            const state = await stateOfJob(id);
+            onProgress?.(state);
+            if (state.state === "done") {
+                return state.answer;
+            }
+            await pause(200);
         }
-        await new Promise((resolve) => setTimeout(resolve, 200));
+    } finally {
+        removeEventListener("pagehide", leave);
     }
 }

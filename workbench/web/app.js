@@ -49,7 +49,7 @@ class Page {
             return;
         }
         document.title = `Tarvix workbench: ${this.about.folder}`;
-        await this.chooser.search("");
+        this.chooser.search(""); // a large folder takes a while; what the address says does not wait
         this.showAddress();
     }
 
@@ -71,7 +71,6 @@ class Page {
         const {tab: asked, values} = parseState(location.hash);
         const tab = asked in tabs ? asked : Object.keys(tabs)[0];
         this.workplaces[tab] ??= tabs[tab].make(this);
-        this.tab = tab;
         this.current = this.workplaces[tab];
         this.links.forEach((link, i) => {
             if (Object.keys(tabs)[i] === tab) {
@@ -96,10 +95,21 @@ class Page {
         }
     }
 
-    // Keeps the state of the tab in the address, without a step in the browser's history.
-    keep(values) {
-        this.last[this.tab] = values;
-        history.replaceState(null, "", formatState(this.tab, values));
+    // Keeps the state of a tab: in the address if the tab is in sight, without a step in the
+    // browser's history.
+    keep(place, values) {
+        const tab = Object.keys(this.workplaces).find((name) => this.workplaces[name] === place);
+        this.last[tab] = values;
+        if (place === this.current) {
+            history.replaceState(null, "", formatState(tab, values));
+        }
+    }
+
+    // Marks in the list what a tab has chosen, if the tab is in sight.
+    showChosen(place, names, many) {
+        if (place === this.current) {
+            this.chooser.show(names, many);
+        }
     }
 
     // Shows a failure as its sentence.
@@ -108,8 +118,11 @@ class Page {
         this.problem.hidden = false;
     }
 
-    fine() {
-        this.problem.hidden = true;
+    // A tab has an answer again.
+    fine(place) {
+        if (place === this.current) {
+            this.problem.hidden = true;
+        }
     }
 
     changeTheme() {

@@ -35,9 +35,15 @@ export class Blink {
     }
 
     async load() {
+        this.loading = (this.loading ?? 0) + 1;
+        const {loading} = this;
         try {
             const shown = await Promise.all(this.pick.map((select) =>
                 api.resultToShow(this.list[Number(select.value)].result, shownPixels)));
+            if (loading !== this.loading) { // others were chosen meanwhile
+                shown.forEach((late) => late.release());
+                return;
+            }
             this.viewer.setImage(shown[0]);
             this.viewer.setAfter(shown[1]);
             this.viewer.setDivider(0);
@@ -46,6 +52,9 @@ export class Blink {
             this.said.textContent = "";
             this.showOpacity(this.opacity.value / 100);
         } catch (failure) {
+            if (loading !== this.loading) {
+                return;
+            }
             this.said.textContent = sentence(failure.message);
         }
     }

@@ -53,14 +53,14 @@ export class Calibrate {
         this.square.value = values.square ?? 25;
         this.metric.checked = values.metric !== "0";
         this.names = parseNames(values.images);
-        this.page.chooser.show(this.names, true);
+        this.page.showChosen(this, this.names, true);
         this.changed();
     }
 
     changed() {
         const pair = this.kind.value === "pair";
         this.pairFields.hidden = !pair;
-        this.page.keep({image: this.page.carried().image, kind: pair ? "pair" : "", board: this.board(),
+        this.page.keep(this, {image: this.page.carried().image, kind: pair ? "pair" : "", board: this.board(),
             square: pair ? this.square.value : "", metric: pair && !this.metric.checked ? "0" : "",
             images: formatNames(this.names)});
         const {pairs, single} = pairsOf(this.names);
@@ -112,7 +112,7 @@ export class Calibrate {
     keepOnly(use) {
         this.names = this.kind.value === "one" ? [...use]
             : pairsOf(this.names).pairs.filter(([left]) => use.has(left)).flat();
-        this.page.chooser.show(this.names, true);
+        this.page.showChosen(this, this.names, true);
         this.changed();
     }
 }

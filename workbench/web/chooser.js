@@ -130,6 +130,9 @@ export class Chooser {
     keyPressed(event) {
         const page = Math.max(1, Math.floor(this.box.clientHeight / rowHeight) - 1);
         const last = this.list.total - 1;
+        if (last < 0) {
+            return;
+        }
         const targets = {ArrowDown: this.active + 1, ArrowUp: this.active - 1, PageDown: this.active + page,
             PageUp: this.active - page, Home: 0, End: last};
         if (event.key in targets) {

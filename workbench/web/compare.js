@@ -1,6 +1,7 @@
 // An image before and after: with a divider over both, or side by side, zoomed and moved together.
 
 import {el, button} from "./dom.js";
+import {followDrag} from "./drag.js";
 import {Viewer} from "./viewer.js";
 
 export class Compare {
@@ -30,23 +31,13 @@ export class Compare {
     }
 
     dragLine() {
-        let dragging = false;
-        this.line.addEventListener("pointerdown", (event) => {
-            dragging = true;
-            this.line.setPointerCapture(event.pointerId);
-            event.stopPropagation();
-        });
-        this.line.addEventListener("pointermove", (event) => {
-            if (dragging) {
+        followDrag(this.line, {
+            begin: (event) => event.stopPropagation(),
+            move: (event) => {
                 this.range.value = 100 * this.before.placeOf(event)[0] / this.before.box().width;
                 this.place();
-            }
+            },
         });
-        for (const end of ["pointerup", "pointercancel"]) {
-            this.line.addEventListener(end, () => {
-                dragging = false;
-            });
-        }
     }
 
     place() {

@@ -28,7 +28,7 @@ function numberField(option, onChange) {
     });
     return {
         element: el("div", {class: "option"}, labelled(titleOf(option), field, option.unit), slider),
-        get: () => field.value,
+        get: () => (field.validity.badInput ? "?" : field.value), // what is typed is no number
         set: (text) => {
             field.value = text;
             if (slider) {

@@ -1,6 +1,7 @@
 // Points on a viewer that are moved by mouse, touch and keys.
 
 import {el, button, svg} from "./dom.js";
+import {followDrag} from "./drag.js";
 import {round} from "./state.js";
 import {Magnifier} from "./magnifier.js";
 
@@ -38,26 +39,20 @@ export class Handles {
         const handle = button(badge, () => {}, {class: `handle ${kind}`, hidden: true,
             "aria-roledescription": "point to move", "aria-keyshortcuts": "ArrowLeft ArrowRight ArrowUp ArrowDown"});
         let drag = null; // where the pointer and the point were
-        handle.addEventListener("pointerdown", (event) => {
-            handle.setPointerCapture(event.pointerId);
-            handle.focus({preventScroll: true});
-            drag = {from: [event.clientX, event.clientY], point: this.points[i]};
-            this.magnifier.show(this.points[i]);
-            event.preventDefault();
-        });
-        handle.addEventListener("pointermove", (event) => {
-            if (drag) {
+        followDrag(handle, {
+            begin: (event) => {
+                handle.focus({preventScroll: true});
+                drag = {from: [event.clientX, event.clientY], point: this.points[i]};
+                this.magnifier.show(this.points[i]);
+                event.preventDefault();
+            },
+            move: (event) => {
                 const {scale} = this.viewer.view;
                 this.move(i, [drag.point[0] + (event.clientX - drag.from[0]) / scale,
                     drag.point[1] + (event.clientY - drag.from[1]) / scale]);
-            }
+            },
+            end: () => this.magnifier.hide(),
         });
-        for (const end of ["pointerup", "pointercancel"]) {
-            handle.addEventListener(end, () => {
-                drag = null;
-                this.magnifier.hide();
-            });
-        }
         handle.addEventListener("keydown", (event) => {
             const arrow = arrows[event.key];
             if (arrow) {

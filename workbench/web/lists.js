@@ -1,34 +1,24 @@
-// What a command found, as a count, a table and drawings on the image.
+// What a command found, as a count and a table.
 
-import {el, svg} from "./dom.js";
+import {el} from "./dom.js";
 
 const mostRows = 1000;
 
 const kinds = {
     segments: {
         one: "segment", many: "segments", columns: ["x1", "y1", "x2", "y2"], row: (segment) => segment,
-        draw: ([x1, y1, x2, y2]) => svg("line", {x1, y1, x2, y2, class: "outline"}),
     },
     corners: {
         one: "corner", many: "corners", columns: ["x", "y"],
         row: (corner) => corner.map((value) => value.toFixed(2)),
-        draw: ([cx, cy]) => svg("circle", {cx, cy, r: 4, class: "outline"}),
     },
     faces: {
         one: "face", many: "faces", columns: ["left", "top", "right", "bottom"],
         row: ({left, top, right, bottom}) => [left, top, right, bottom],
-        draw: ({left, top, right, bottom}) =>
-            svg("rect", {x: left - 0.5, y: top - 0.5, width: right - left, height: bottom - top, class: "outline"}),
     },
 };
 
 const listOf = (data) => Object.entries(kinds).find(([name]) => Array.isArray(data?.[name]));
-
-// The drawings of what was found, for a viewer.
-export function drawingsOf(data) {
-    const found = listOf(data);
-    return found ? data[found[0]].map(found[1].draw) : [];
-}
 
 // The count and the table, or null if the command makes no list.
 export function listElement(data) {

@@ -11,7 +11,7 @@ export class LongRun {
         this.request = request;
         this.onDone = onDone;
         this.start = button(title, () => this.run(), {class: "main"});
-        this.stop = button("Stop", () => this.stopIt?.(), {hidden: true});
+        this.stop = button("Stop", () => this.askToStop(), {hidden: true});
         this.bar = el("progress", {hidden: true, "aria-label": title});
         this.what = el("p", {class: "hint", role: "status"});
         this.strip = el("div", {class: "strip", "aria-hidden": "true"});
@@ -27,6 +27,8 @@ export class LongRun {
             return;
         }
         this.showRunning(true);
+        this.stopIt = null;
+        this.stopAsked = false;
         this.messages.clear();
         this.strip.replaceChildren(...request.images.map((name) =>
             el("img", {src: api.thumbnailUrl(name), alt: "", loading: "lazy", "data-name": name})));
@@ -34,6 +36,7 @@ export class LongRun {
             const answer = await api.job(request, {
                 onStart: (stop) => {
                     this.stopIt = stop;
+                    this.stopIfAsked();
                 },
                 onProgress: (state) => this.showProgress(state),
             });
@@ -46,9 +49,26 @@ export class LongRun {
         this.showRunning(false);
     }
 
+    // Also before the program has said that it begins.
+    askToStop() {
+        this.stopAsked = true;
+        this.stop.disabled = true;
+        this.stopIfAsked();
+    }
+
+    stopIfAsked() {
+        if (this.stopAsked && this.stopIt) {
+            this.stopIt().catch((failure) => {
+                this.stop.disabled = false;
+                this.messages.show([failure.message], "failed");
+            });
+        }
+    }
+
     showRunning(running) {
         this.start.disabled = running;
         this.stop.hidden = !running;
+        this.stop.disabled = false;
         this.bar.hidden = !running;
         this.what.textContent = "";
         this.bar.removeAttribute("value");

@@ -4,10 +4,10 @@ import * as api from "./api.js";
 import {CommandLine} from "./command_line.js";
 import {Compare} from "./compare.js";
 import {startCorners} from "./coords.js";
-import {el, labelled, panel} from "./dom.js";
+import {el, button, labelled, panel} from "./dom.js";
 import {Form} from "./form.js";
 import {latestOnly} from "./latest.js";
-import {drawingsOf, listElement} from "./lists.js";
+import {listElement} from "./lists.js";
 import {Messages} from "./messages.js";
 import {keptTexts, offered, pointsIn, pointsText, requestOptions} from "./option_values.js";
 import {PointOptions} from "./point_options.js";
@@ -23,6 +23,11 @@ function operations(commands) {
     return commands.filter(({name, takes}) => !elsewhere.has(name) && (takes === "image" || takes === "two images"));
 }
 
+// A window of so many pixels covers more of the scene on a copy with fewer.
+const reducedHint = (command) => (command === "denoise"
+    ? "Shown on a reduced copy, where it smooths more: this is not what saving gives."
+    : "Shown as a reduced copy; saving works in full size.");
+
 export class Operate {
     constructor(page) {
         this.page = page;
@@ -35,7 +40,7 @@ export class Operate {
         this.about = el("p", {class: "hint"});
         this.slots = el("select", {onchange: () => {
             this.slot = Number(this.slots.value);
-            this.page.chooser.show([this.images[this.slot]], false);
+            this.showChosen();
         }}, el("option", {value: 0}, "first"), el("option", {value: 1}, "second"));
         this.slotField = labelled("The list chooses the image that is", this.slots);
         this.formPlace = el("div", {});
@@ -47,12 +52,14 @@ export class Operate {
         this.found = el("div", {class: "found"});
         this.line = new CommandLine();
         this.saving = new Saving(() => this.request(), (answer) => this.line.show(answer.commandLine));
-        this.ask = latestOnly((request) => this.run(request), (failure) => page.fail(failure),
-            (idle) => this.element.setAttribute("aria-busy", String(!idle)));
+        this.ask = latestOnly((request, signal) => this.run(request, signal), (failure) => page.fail(failure),
+            (idle) => this.showBusy(!idle));
+        this.busy = el("div", {class: "row late", hidden: true}, el("span", {}, "Working."),
+            button("Stop", () => this.stop(), {class: "quiet"}));
         this.element = el("div", {class: "work operate"},
             el("div", {class: "work side"},
                 panel("Operation", this.select, this.about, this.slotField, this.formPlace),
-                panel("Result", this.found, this.messages.element),
+                panel("Result", this.found, this.messages.element, this.busy),
                 panel("Save", this.saving.element, this.line.element)),
             this.compare.element);
         this.compare.left.after(this.second.element);
@@ -99,35 +106,49 @@ export class Operate {
         this.form = new Form(command, values, (texts) => this.formChanged(texts));
         this.formPlace.replaceChildren(this.form.element);
         this.saving.suggest(values.image ? nameFor(values.image, command.name) : "");
-        await this.loadImages([values.image ?? "", values.second ?? ""]);
-        this.page.chooser.show(this.images[this.slot] ? [this.images[this.slot]] : [], false);
-        this.startPoints();
-        this.formChanged(this.form.texts());
-    }
-
-    async loadImages(names) {
-        const viewers = [this.compare, this.second];
-        const places = [(image) => this.compare.setBefore(image), (image) => this.second.setImage(image)];
-        this.clearResult();
-        for (const slot of this.takesTwo ? [0, 1] : [0]) {
-            if (names[slot] !== this.images[slot] || !viewers[slot].shown) {
-                this.images[slot] = names[slot];
-                const shown = names[slot] ? await this.load(names[slot]) : null;
-                viewers[slot].shown?.release();
-                viewers[slot].shown = shown;
-                places[slot](shown);
-                const viewer = slot === 0 ? this.compare.before : this.second;
-                viewer.caption.textContent = shown ? `${names[slot]}, ${shown.width} × ${shown.height}`
-                    : "Choose an image from the list.";
-            }
+        this.images = [values.image ?? "", values.second ?? ""];
+        this.showChosen();
+        this.ask.drop();
+        this.showing = (this.showing ?? 0) + 1;
+        if (await this.loadImages(this.showing)) {
+            this.startPoints();
+            this.formChanged(this.form.texts());
         }
     }
 
-    async load(name) {
+    showChosen() {
+        this.page.showChosen(this, [this.images[this.slot]].filter(Boolean), false);
+    }
+
+    // Loads what is not there yet. Returns whether it is still wanted then.
+    async loadImages(showing) {
+        const places = [{owner: this.compare, viewer: this.compare.before}, {owner: this.second, viewer: this.second}];
+        this.clearResult();
+        for (const [slot, {owner, viewer}] of places.slice(0, this.takesTwo ? 2 : 1).entries()) {
+            const name = this.images[slot];
+            if (name === "" || owner.shown?.name !== name) {
+                const shown = name ? await this.load(name, showing) : null;
+                if (showing !== this.showing) {
+                    shown?.release();
+                    return false;
+                }
+                owner.shown?.release();
+                owner.shown = shown;
+                owner[slot === 0 ? "setBefore" : "setImage"](shown);
+                viewer.caption.textContent = shown ? `${name}, ${shown.width} × ${shown.height}`
+                    : "Choose an image from the list.";
+            }
+        }
+        return true;
+    }
+
+    async load(name, showing) {
         try {
-            return await api.imageToShow(name, shownPixels);
+            return Object.assign(await api.imageToShow(name, shownPixels), {name});
         } catch (failure) {
-            this.page.fail(failure);
+            if (showing === this.showing) {
+                this.page.fail(failure);
+            }
             return null;
         }
     }
@@ -156,49 +177,66 @@ export class Operate {
         if (!byHand) {
             this.points.set(texts);
         }
-        this.page.keep(this.stateOf(texts));
+        this.page.keep(this, this.stateOf(texts));
         const request = this.request();
-        if (request) {
+        if (typeof request === "string") {
+            this.ask.drop();
+            this.clearResult();
+            this.messages.show([request], "mind");
+        } else {
             this.ask(request);
         }
     }
 
+    // What to run, or why it cannot be.
     request() {
         const options = requestOptions(this.command, this.texts);
         const images = this.takesTwo ? this.images : this.images.slice(0, 1);
-        return options && images.every((name) => name !== "") ? {command: this.command.name, images, options} : null;
+        if (images.includes("")) {
+            return images.length === 1 ? "Choose an image in the list" : "Choose both images in the list";
+        }
+        return typeof options === "string" ? options : {command: this.command.name, images, options};
+    }
+
+    // Whether a request is of the operation and the images that are in sight.
+    isWanted({command, images}) {
+        return command === this.command.name && images.every((name, i) => name === this.images[i]);
+    }
+
+    stop() {
+        this.ask.drop();
+        this.messages.show(["It was stopped"], "mind");
+    }
+
+    showBusy(working) {
+        this.element.setAttribute("aria-busy", String(working));
+        this.busy.hidden = !working;
     }
 
     clearResult() {
         this.compare.setAfter(null);
-        this.compare.before.drawing.querySelectorAll(".found").forEach((drawing) => drawing.remove());
         this.found.replaceChildren();
         this.messages.clear();
         this.line.show("");
     }
 
-    async run(request) {
-        const answer = await api.run({...request, pixels: previewPixels});
-        if (request.command !== this.command.name || request.images[0] !== this.images[0]) {
+    async run(request, signal) {
+        const answer = await api.run({...request, pixels: previewPixels}, signal);
+        const image = answer.results.find(({kind}) => kind === "image");
+        const shown = image ? await api.resultToShow(image, shownPixels, answer.data?.size, signal) : null;
+        if (!this.isWanted(request)) {
+            shown?.release();
             return;
         }
-        this.page.fine();
-        const image = answer.results.find(({kind}) => kind === "image");
-        const shown = image ? await api.resultToShow(image, shownPixels, answer.data?.size) : null;
+        this.page.fine(this);
         this.clearResult();
         this.line.show(answer.commandLine);
-        if (!this.messages.showAnswer(answer)) {
-            return;
+        if (this.messages.showAnswer(answer)) {
+            this.result?.release();
+            this.result = shown;
+            this.compare.setAfter(shown);
+            this.describe(answer, image, shown);
         }
-        this.result?.release();
-        this.result = shown;
-        this.compare.setAfter(shown);
-        if (!shown) {
-            const drawings = drawingsOf(answer.data);
-            drawings.forEach((drawing) => drawing.classList.add("found"));
-            this.compare.before.drawing.append(...drawings);
-        }
-        this.describe(answer, image, shown);
     }
 
     describe(answer, image, shown) {
@@ -206,7 +244,7 @@ export class Operate {
         const list = listElement(answer.data);
         this.found.replaceChildren(...[list,
             image ? el("p", {}, `${shown.width} × ${shown.height} pixels. `, answer.reduced
-                ? "Shown as a reduced copy; saving works in full size."
+                ? reducedHint(this.command.name)
                 : el("a", {href: api.downloadUrl(image.id), download: image.name}, "Download")) : null,
             el("p", {class: "hint"}, `${answer.seconds.toFixed(2)} s`)].filter(Boolean));
         this.compare.after.caption.textContent = "The result";

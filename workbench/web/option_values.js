@@ -28,7 +28,8 @@ export function startText(option) {
     return {board: "9x6", choice: String(option.choices?.[0] ?? "")}[option.kind] ?? "";
 }
 
-// The value that a request has for a text, or undefined if the option is not to be given.
+// The value that a request has for a text, undefined if the option is not to be given, or null if
+// the text is not a value of it.
 export function valueOf(option, text) {
     const given = text ?? startText(option);
     if (option.kind === "flag") {
@@ -38,25 +39,41 @@ export function valueOf(option, text) {
         return undefined;
     }
     if (option.kind === "integer" || option.kind === "number") {
-        return Number.isFinite(Number(given)) ? Number(given) : undefined;
+        const number = given.trim() === "" ? NaN : Number(given);
+        return Number.isFinite(number) && (option.kind === "number" || Number.isInteger(number)) ? number : null;
     }
     const count = pointsIn(option);
     if (count > 0) {
         const points = parsePoints(given, count);
-        return points && count === 1 ? points[0] : points ?? undefined;
+        return points && count === 1 ? points[0] : points;
     }
-    return option.kind === "colour" ? given.split(",").map(Number) : given;
+    if (option.kind === "colour") {
+        const parts = given.split(",").map((part) => (part.trim() === "" ? NaN : Number(part)));
+        return parts.length === 3 && parts.every((part) => Number.isInteger(part) && part >= 0 && part <= 255)
+            ? parts : null;
+    }
+    return given;
 }
 
-// The options of a request, or null if one that is required is not set.
+const wanted = {
+    integer: "a whole number",
+    number: "a number",
+    point: "a point, such as 20,10",
+    corners: "four points, such as 0,0;90,0;90,60;0,60",
+    colour: "three numbers from 0 to 255, such as 255,0,0",
+    board: "the inner corners of a board, such as 9x6",
+};
+
+// The options of a request, or a sentence that says which one is not set.
 export function requestOptions(command, texts) {
     const options = {};
     for (const option of offered(command)) {
         const value = valueOf(option, texts[option.name]);
+        if (value === null || (value === undefined && option.required)) {
+            return `The option '${option.name}' takes ${wanted[option.kind] ?? "a text"}`;
+        }
         if (value !== undefined) {
             options[option.name] = value;
-        } else if (option.required) {
-            return null;
         }
     }
     return options;

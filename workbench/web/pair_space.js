@@ -28,14 +28,21 @@ export class PairSpace {
         this.handles = this.views.map((view, i) => new Handles(view, {
             names: [`The point, ${i === 0 ? "left" : "right"}`], closed: false,
             kind: i === 0 ? "marked" : "target", onChange: () => this.moved(i)}));
-        this.views.forEach((view, i) => view.onClick((point) => this.handles[i].place(0, point)));
+        this.views.forEach((view, i) => view.onClick((point) => {
+            if (this.handles[i].points.length > 0) {
+                this.handles[i].place(0, point);
+            }
+        }));
         this.messages = new Messages();
         this.line = new CommandLine();
         this.current = el("p", {class: "count", role: "status"});
         this.points = [];
         this.table = el("tbody", {});
-        this.ask = latestOnly((work) => work(), (failure) => page.fail(failure),
-            (idle) => this.element.setAttribute("aria-busy", String(!idle)));
+        // A point that is asked for does not take the place of a pair that waits.
+        this.working = new Set();
+        const queue = (run) => latestOnly(run, (failure) => page.fail(failure), (idle) => this.showBusy(run, !idle));
+        this.askPair = queue((pair, signal) => this.rectify(pair, signal));
+        this.askPoint = queue((points, signal) => this.locate(points, signal));
         this.element = panel("Measure in the rectified pair", labelled("Pair", this.select),
             labelled("Unit", this.unit),
             el("p", {class: "hint"}, "Click a point in the left image, then the same point in the right one, or move " +
@@ -59,20 +66,30 @@ export class PairSpace {
         this.change();
     }
 
-    change() {
-        const pair = this.pairs[Number(this.select.value)];
-        this.ask(() => this.rectify(pair));
+    showBusy(run, working) {
+        this.working[working ? "add" : "delete"](run);
+        this.element.setAttribute("aria-busy", String(this.working.size > 0));
     }
 
-    async rectify(pair) {
+    change() {
+        this.askPair.drop();
+        this.askPoint.drop();
+        this.askPair(this.pairs[Number(this.select.value)]);
+    }
+
+    async rectify(pair, signal) {
         this.wasMoved = false;
+        this.point = null;
+        this.current.textContent = "";
+        this.handles.forEach((handles) => handles.set(null));
         for (const [i, view] of this.views.entries()) {
             const answer = await api.run({command: "rectify", images: [pair[i]],
-                options: {calib: {result: this.folder.id}, camera: i + 1}});
+                options: {calib: {result: this.folder.id}, camera: i + 1}}, signal);
             if (!this.messages.showAnswer(answer)) {
                 return;
             }
-            const shown = await api.resultToShow(answer.results.find(({kind}) => kind === "image"), shownPixels);
+            const shown = await api.resultToShow(answer.results.find(({kind}) => kind === "image"), shownPixels,
+                undefined, signal);
             const before = view.image;
             view.setImage(shown);
             before?.release();
@@ -83,8 +100,6 @@ export class PairSpace {
         const middle = [Math.round(right * 0.6), Math.round(bottom * 0.6)];
         this.handles[0].set([middle]);
         this.handles[1].set([[middle[0] - Math.round(right * 0.05), middle[1]]]);
-        this.point = null;
-        this.current.textContent = "";
     }
 
     drawRows(i, {width, height}) {
@@ -105,16 +120,16 @@ export class PairSpace {
     measure() {
         const [p1, p2] = this.handles.map((handles) => handles.points[0]);
         if (p1 && p2 && this.wasMoved) {
-            this.ask(() => this.askPoint(p1, p2));
+            this.askPoint([p1, p2]);
         }
     }
 
-    async askPoint(p1, p2) {
+    async locate([p1, p2], signal) {
         const options = {calib: {result: this.folder.id}, p1, p2};
         if (this.metric && this.unit.value.trim()) {
             options.unit = this.unit.value.trim();
         }
-        const answer = await api.run({command: "measure", images: [], options});
+        const answer = await api.run({command: "measure", images: [], options}, signal);
         this.line.show(answer.commandLine);
         const unsaid = answer.data?.metric === false && answer.messages.length === 0;
         const done = this.messages.showAnswer(answer, unsaid ? [notMetric] : []);

@@ -37,12 +37,12 @@ export class Register {
     show(values) {
         this.kind.value = values.kind === "stitch" ? "stitch" : "register";
         this.names = parseNames(values.images);
-        this.page.chooser.show(this.names, true);
+        this.page.showChosen(this, this.names, true);
         this.changed();
     }
 
     changed() {
-        this.page.keep({image: this.page.carried().image, kind: this.kind.value === "stitch" ? "stitch" : "",
+        this.page.keep(this, {image: this.page.carried().image, kind: this.kind.value === "stitch" ? "stitch" : "",
             images: formatNames(this.names)});
         this.order.replaceChildren(...this.names.map((name) => el("li", {}, name)));
     }

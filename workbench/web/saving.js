@@ -13,7 +13,7 @@ export function nameFor(image, what) {
 }
 
 export class Saving {
-    // request    returns what to run, or null
+    // request    returns what to run, or a sentence that says why it cannot
     // onSaved    gets the answer
     constructor(request, onSaved = () => {}) {
         this.request = request;
@@ -43,7 +43,8 @@ export class Saving {
 
     async save() {
         const request = this.request();
-        if (!request) {
+        if (typeof request === "string") {
+            this.fail(request);
             return;
         }
         this.button.disabled = true;

@@ -46,10 +46,12 @@ export function parseNames(text) {
         .map((part) => part.replaceAll("%7C", "|").replaceAll("%25", "%"));
 }
 
-// The name in the list that a path of the program ends with, or the path's last part.
+// The name in the list that a path of the program is or ends with, the longest one, or the path's
+// last part.
 export function nameOfPath(path, names) {
     const plain = path.replaceAll("\\", "/");
-    return names.find((name) => plain === name || plain.endsWith(`/${name}`)) ?? plain.split("/").at(-1);
+    const ends = names.filter((name) => plain === name || plain.endsWith(`/${name}`));
+    return ends.sort((a, b) => b.length - a.length)[0] ?? plain.split("/").at(-1);
 }
 
 // The step of the finest key: a tenth of a pixel.

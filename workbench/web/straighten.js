@@ -38,8 +38,9 @@ export class Straighten {
         this.messages = new Messages();
         this.line = new CommandLine();
         this.saving = new Saving(() => this.request(), (answer) => this.line.show(answer.commandLine));
-        this.ask = latestOnly((request) => this.preview(request), (failure) => page.fail(failure),
+        this.ask = latestOnly((request, signal) => this.preview(request, signal), (failure) => page.fail(failure),
             (idle) => this.showBusy(!idle));
+        this.proposing = 0; // searches under way
         this.hint = el("p", {class: "hint"}, "Choose an image, or drop one onto the page.");
         this.element = el("div", {class: "work straighten"}, this.hint,
             el("div", {class: "pair"}, this.photograph.element, this.corrected.element),
@@ -56,7 +57,7 @@ export class Straighten {
 
     // Shows the state of the address.
     async show(values) {
-        this.page.chooser.show(values.image ? [values.image] : [], false);
+        this.page.showChosen(this, values.image ? [values.image] : [], false);
         this.options.set(values);
         this.values = this.options.values();
         if (!values.image) {
@@ -76,6 +77,9 @@ export class Straighten {
     // Loads the photograph. Returns whether that is still wanted and done.
     async load(image) {
         this.image = image;
+        this.ask.drop();
+        this.search?.abort();
+        this.search = null;
         this.handles.set(null);
         this.corrected.setImage(null);
         this.numbers.clear();
@@ -119,26 +123,27 @@ export class Straighten {
         this.changed();
     }
 
+    // What to run, or why it cannot be.
     request() {
         return this.image && this.corners ? {command: "converge", images: [this.image],
-            options: optionsOf(this.values, this.corners)} : null;
+            options: optionsOf(this.values, this.corners)} : "Choose an image in the list";
     }
 
     changed() {
         const request = this.request();
-        if (request) {
-            this.page.keep({image: this.image, corners: formatPoints(this.corners), ...this.values});
+        if (typeof request !== "string") {
+            this.page.keep(this, {image: this.image, corners: formatPoints(this.corners), ...this.values});
             this.ask(request);
         }
     }
 
     // One step: runs the correction on a reduced copy and shows what comes of it.
-    async preview(request) {
-        const answer = await api.run({...request, pixels: previewPixels});
+    async preview(request, signal) {
+        const answer = await api.run({...request, pixels: previewPixels}, signal);
         if (request.images[0] !== this.image) {
             return;
         }
-        this.page.fine();
+        this.page.fine(this);
         this.line.show(answer.commandLine);
         const remarks = (answer.data?.remarks ?? []).map((remark) => remark.text);
         const done = this.messages.showAnswer(answer, remarks);
@@ -148,20 +153,25 @@ export class Straighten {
             return;
         }
         this.numbers.show(answer.data);
-        await this.showCorrected(answer);
+        await this.showCorrected(answer, request, signal);
     }
 
-    async showCorrected({data, results}) {
+    async showCorrected({data, results, reduced}, {images: [image], options}, signal) {
         const result = results.find(({kind}) => kind === "image");
         const {width, height} = data;
-        const shown = await api.resultToShow(result, previewPixels, [width, height]);
+        const shown = await api.resultToShow(result, previewPixels, [width, height], signal);
         const waiting = new Image();
         waiting.src = shown.url;
         await waiting.decode();
+        if (image !== this.image) {
+            shown.release();
+            return;
+        }
         this.result?.release();
         this.result = shown;
         this.corrected.setImage(shown);
-        this.corrected.caption.textContent = `Corrected, ${width} × ${height}`;
+        const about = reduced && (options.crop || options.fit) ? "about " : ""; // reckoned from the copy
+        this.corrected.caption.textContent = `Corrected, ${about}${width} × ${height}`;
         this.outline.setAttribute("points", data.corners.map((point) => point.join(",")).join(" "));
     }
 
@@ -173,13 +183,16 @@ export class Straighten {
         }
         const before = formatPoints(this.corners);
         this.fields.say("Looking for a rectangle.");
-        this.proposing = true;
+        this.search?.abort();
+        const search = new AbortController();
+        this.search = search;
+        this.proposing += 1;
         this.showBusy();
         try {
             const answer = await api.run({command: "converge", images: [image],
-                options: {auto: true}, pixels: previewPixels});
+                options: {auto: true}, pixels: previewPixels}, search.signal);
             const proposals = answer.data?.proposals ?? [];
-            if (this.image !== image) {
+            if (this.search !== search) {
                 return;
             }
             if (proposals.length === 0) {
@@ -191,15 +204,18 @@ export class Straighten {
                 }
             }
         } catch (failure) {
-            this.page.fail(failure);
+            if (this.search === search) {
+                this.fields.say("");
+                this.page.fail(failure);
+            }
         } finally {
-            this.proposing = false;
+            this.proposing -= 1;
             this.showBusy();
         }
     }
 
     showBusy(working = this.working) {
         this.working = working;
-        this.element.setAttribute("aria-busy", String(Boolean(working || this.proposing)));
+        this.element.setAttribute("aria-busy", String(Boolean(working || this.proposing > 0)));
     }
 }

@@ -15,7 +15,8 @@ export class UndistortPanel {
         this.compare = new Compare("The photograph", "Undistorted");
         this.messages = new Messages();
         this.line = new CommandLine();
-        this.ask = latestOnly((request) => this.run(request), (failure) => page.fail(failure));
+        this.ask = latestOnly((request, signal) => this.run(request, signal), (failure) => page.fail(failure),
+            (idle) => this.element.setAttribute("aria-busy", String(!idle)));
         this.element = panel("Undistort", labelled("Image", this.select), this.compare.element,
             this.messages.element, this.line.element);
     }
@@ -28,19 +29,21 @@ export class UndistortPanel {
     }
 
     change() {
+        this.ask.drop();
         this.ask({command: "undistort", images: [this.select.value], options: {calib: {result: this.folder.id}}});
     }
 
-    async run(request) {
-        const before = await api.imageToShow(request.images[0], shownPixels);
+    async run(request, signal) {
+        const before = await api.imageToShow(request.images[0], shownPixels, signal);
         this.compare.setBefore(before);
         this.before?.release();
         this.before = before;
         this.compare.before.caption.textContent = request.images[0];
-        const answer = await api.run(request);
+        const answer = await api.run(request, signal);
         this.line.show(answer.commandLine);
         if (this.messages.showAnswer(answer)) {
-            const after = await api.resultToShow(answer.results.find(({kind}) => kind === "image"), shownPixels);
+            const after = await api.resultToShow(answer.results.find(({kind}) => kind === "image"), shownPixels,
+                undefined, signal);
             this.compare.setAfter(after);
             this.after?.release();
             this.after = after;

@@ -170,7 +170,7 @@ export class Viewer {
             }
         }, {passive: false});
         stage.addEventListener("pointerdown", (event) => {
-            if (event.target.closest("button")) {
+            if (event.button !== 0 || event.target.closest("button")) {
                 return;
             }
             this.pressed = this.pointers.size === 0 ? this.placeOf(event) : null;
@@ -185,7 +185,7 @@ export class Viewer {
             this.pressed = null;
         });
         stage.addEventListener("pointermove", (event) => this.pointerMoved(event));
-        for (const name of ["pointerup", "pointercancel"]) {
+        for (const name of ["pointerup", "pointercancel", "lostpointercapture"]) {
             stage.addEventListener(name, (event) => this.pointers.delete(event.pointerId));
         }
         stage.addEventListener("keydown", (event) => this.keyPressed(event));
@@ -194,6 +194,10 @@ export class Viewer {
     // One pointer moves the image, two pinch it.
     pointerMoved(event) {
         const before = this.pointers.get(event.pointerId);
+        if (event.buttons === 0) { // let go where nobody told us
+            this.pointers.delete(event.pointerId);
+            return;
+        }
         if (!before || !this.image) {
             return;
         }
