@@ -32,8 +32,8 @@ public:
     //   gone  may ask for a stop: nobody waits for the answer any more
     Json run(const RunRequest& request, const std::stop_token& gone = {});
 
-    // Runs in full and saves the result as request.name, also if who asked has gone. Throws Conflict
-    // if that exists, too.
+    // Runs in full and saves the result as request.name, also if who asked has gone. Throws what
+    // run() throws, and Conflict if that name is taken.
     Json save(const RunRequest& request);
 
     // Begins a long run. Returns its id in jobs(). Throws as run() does.
