@@ -1,5 +1,6 @@
 #include "workbench/image_list.h"
 
+#include "platform/system/links.h"
 #include "workers/worker.h"
 
 #include <algorithm>
@@ -51,7 +52,7 @@ void ImageList::lookBelow(const fs::path& folder, const std::string& prefix) {
         const std::string name = utf8Of(entry.path().filename());
         std::error_code unknown;
         if (entry.is_directory(unknown)) {
-            if (name.starts_with(".") || next.depth() >= deepest) {
+            if (name.starts_with(".") || next.depth() >= deepest || tarvix::isLink(entry)) {
                 next.disable_recursion_pending();
             }
             continue;
@@ -61,7 +62,7 @@ void ImageList::lookBelow(const fs::path& folder, const std::string& prefix) {
         }
         std::string whole = genericOf(entry.path().lexically_relative(folder));
         whole.insert(0, prefix);
-        const bool leadsOut = entry.is_symlink(unknown) && !m_folder.find(whole);
+        const bool leadsOut = tarvix::isLink(entry) && !m_folder.find(whole);
         if (!leadsOut && entry.is_regular_file(unknown) && tarvix::isUtf8(whole)) {
             const std::uintmax_t bytes = entry.file_size(unknown);
             m_entries.push_back({std::move(whole), unknown ? 0 : bytes});

@@ -1,5 +1,6 @@
 #include "workbench/names.h"
 
+#include "platform/system/links.h"
 #include "workers/worker.h"
 
 #include <algorithm>
@@ -45,6 +46,15 @@ std::optional<std::string> decoded(const std::string& text, bool plusIsSpace) {
 
 constexpr bool hasDrives =
     fs::path::preferred_separator != '/'; // and '\\' separates, ':' is special
+
+fs::path followed(const fs::path& folder) {
+    std::error_code error;
+    fs::path path = tarvix::followedPath(folder, error);
+    if (error) {
+        throw fs::filesystem_error("cannot open the folder", folder, error);
+    }
+    return path;
+}
 
 // A relative path without "." and "..".
 bool isPlain(const std::string& name) {
@@ -142,7 +152,7 @@ bool isBelow(const fs::path& path, const fs::path& folder) {
 }
 
 ImageFolder::ImageFolder(const fs::path& folder, const fs::path& uploads)
-    : m_folder(fs::canonical(folder)), m_uploads(fs::canonical(uploads)) {}
+    : m_folder(followed(folder)), m_uploads(followed(uploads)) {}
 
 std::optional<fs::path> ImageFolder::find(const std::string& name) const {
     if (!isPlain(name)) {
@@ -156,13 +166,25 @@ std::optional<fs::path> ImageFolder::find(const std::string& name) const {
             continue;
         }
         const fs::path& folder = uploaded ? m_uploads : m_folder;
-        const fs::path file =
-            fs::canonical(folder / pathOfUtf8(uploaded ? name.substr(prefix.size()) : name), error);
+        const fs::path file = tarvix::followedPath(
+            folder / pathOfUtf8(uploaded ? name.substr(prefix.size()) : name), error);
         if (!error && isBelow(file, folder) && fs::is_regular_file(file, error)) {
             return file;
         }
     }
     return std::nullopt;
+}
+
+std::optional<fs::path> ImageFolder::findFolder(const std::string& name) const {
+    if (!isPlain(name)) {
+        return std::nullopt;
+    }
+    std::error_code error;
+    const fs::path path = tarvix::followedPath(m_folder / pathOfUtf8(name), error);
+    if (error || !isBelow(path, m_folder) || !fs::is_directory(path, error)) {
+        return std::nullopt;
+    }
+    return path;
 }
 
 } // namespace workbench

@@ -44,6 +44,9 @@ public:
     // of the two folders.
     [[nodiscard]] std::optional<std::filesystem::path> find(const std::string& name) const;
 
+    // The same for a folder below that of the images.
+    [[nodiscard]] std::optional<std::filesystem::path> findFolder(const std::string& name) const;
+
 private:
     std::filesystem::path m_folder; // links followed
     std::filesystem::path m_uploads;

@@ -1,5 +1,6 @@
 #include "workbench/output_names.h"
 
+#include "platform/system/windows_words.h"
 #include "workbench/names.h"
 
 #include <algorithm>
@@ -20,7 +21,7 @@ std::string lowerExtension(const std::string& name) {
 
 } // namespace
 
-std::string extensionFor(const host::Command& command, const std::string& firstImage) {
+std::string extensionFor(const Operation& operation, const std::string& firstImage) {
     constexpr std::array<const char*, 10> photographs = {
         "load",  "denoise", "converge",  "converge-scaled", "warp",
         "align", "patch",   "undistort", "rectify",         "stitch"};
@@ -28,7 +29,7 @@ std::string extensionFor(const host::Command& command, const std::string& firstI
                                                     ".tif", ".tiff", ".webp"};
     const std::string own = lowerExtension(firstImage);
     const bool keeps =
-        std::find(photographs.begin(), photographs.end(), command.name) != photographs.end() &&
+        std::find(photographs.begin(), photographs.end(), operation.name) != photographs.end() &&
         std::find(formats.begin(), formats.end(), own) != formats.end();
     return keeps ? own : ".png";
 }
@@ -51,7 +52,7 @@ std::string commandLineOf(const std::vector<std::string>& words) {
             }
             line += '\'';
         } else {
-            line.append("\"").append(word).append("\"");
+            line += tarvix::quotedForWindows(word);
         }
     }
     return line;

@@ -1,7 +1,7 @@
 // How results are named, and how command lines are shown.
 #pragma once
 
-#include "host/command.h"
+#include "workbench/operations.h"
 
 #include <string>
 #include <vector>
@@ -10,7 +10,7 @@ namespace workbench {
 
 // The extension of a command's image: photographs keep their format, drawings and masks have hard
 // edges, which JPEG blurs.
-std::string extensionFor(const host::Command& command, const std::string& firstImage);
+std::string extensionFor(const Operation& operation, const std::string& firstImage);
 
 // The words as a line for the system's shell, after "tarvix".
 std::string commandLineOf(const std::vector<std::string>& words);

@@ -5,6 +5,7 @@
 #include "workbench/output_names.h"
 
 #include <algorithm>
+#include <array>
 
 namespace workbench {
 
@@ -20,8 +21,8 @@ std::string shownName(const std::string& name) {
 class Planner {
 public:
     Planner(const RunRequest& request, const Surroundings& s)
-        : m_request(request), m_surroundings(s), m_rows(host::optionsOf(*request.command)) {
-        m_stem = request.images.empty() ? request.command->name
+        : m_request(request), m_surroundings(s), m_rows(request.operation->options) {
+        m_stem = request.images.empty() ? request.operation->name
                                         : utf8Of(pathOfUtf8(request.images.front()).stem());
         if (m_stem.empty() || m_stem.front() == '-') {
             m_stem.insert(0, "image");
@@ -29,9 +30,12 @@ public:
     }
 
     Plan plan() {
-        m_plan.words = m_plan.shown = {m_request.command->name};
+        if (!m_request.name.empty() && !isNewName(m_request.name)) {
+            throw BadRequest("'" + m_request.name + "' is not a name for a new file");
+        }
+        m_plan.words = m_plan.shown = {m_request.operation->name};
         m_plan.isReduced = m_request.pixels > 0 && m_request.name.empty() &&
-                           canBeReduced(m_request.command->name) && !hasFiles();
+                           canBeReduced(m_request.operation->name) && !hasFiles();
         addImages();
         for (const auto& [name, value] : m_request.options.items()) {
             addOption(name, value);
@@ -71,15 +75,17 @@ private:
 
     void addImages() {
         using host::Takes;
+        constexpr std::array<const char*, 4> counts = {"no image", "one image", "two images",
+                                                       "images"};
         const std::size_t count = m_request.images.size();
-        const Takes takes = m_request.command->takes;
+        const Takes takes = m_request.operation->takes;
         const bool right =
             (takes == Takes::Nothing && count == 0) || (takes == Takes::OneImage && count == 1) ||
             (takes == Takes::TwoImages && count == 2) || (takes == Takes::ImageSet && count >= 1);
         if (!right) {
-            throw BadRequest("'" + m_request.command->name + "' takes " +
-                             host::asJson(*m_request.command).at("takes").get<std::string>() +
-                             ", not " + std::to_string(count));
+            throw BadRequest("'" + m_request.operation->name + "' takes " +
+                             counts.at(static_cast<std::size_t>(takes)) + ", not " +
+                             std::to_string(count));
         }
         for (const std::string& name : m_request.images) {
             fs::path path = imageOf(name);
@@ -105,7 +111,7 @@ private:
             return r.name == name && !r.positional;
         });
         if (row == m_rows.end() || name == "out" || name == "folder" || name == "preview") {
-            throw BadRequest("'" + m_request.command->name + "' has no option '" + name +
+            throw BadRequest("'" + m_request.operation->name + "' has no option '" + name +
                              "' in the workbench");
         }
         if (value.is_null() || value == Json(false)) {
@@ -212,25 +218,25 @@ private:
     }
 
     void addOutput() {
-        const host::Command& command = *m_request.command;
+        const Operation& operation = *m_request.operation;
         const auto row = std::find_if(m_rows.begin(), m_rows.end(), [](const auto& r) {
             return !r.positional && (r.name == "out" || r.name == "folder");
         });
         if (row != m_rows.end()) {
             const bool isFolder = row->kind == host::Kind::Folder;
-            std::string end = isFolder ? "" : extensionFor(command, firstImage());
-            if (command.name == "board") {
+            std::string end = isFolder ? "" : extensionFor(operation, firstImage());
+            if (operation.name == "board") {
                 end = ".svg";
             }
-            const std::string kind = command.name == "board" ? "file"
-                                     : row->name == "folder" ? "folder"
-                                     : isFolder              ? "images"
-                                                             : "image";
+            const std::string kind = operation.name == "board" ? "file"
+                                     : row->name == "folder"   ? "folder"
+                                     : isFolder                ? "images"
+                                                               : "image";
             std::string name =
-                m_request.images.empty() ? command.name : m_stem + "-" + command.name;
+                m_request.images.empty() ? operation.name : m_stem + "-" + operation.name;
             name += m_plan.isReduced ? ".jpg" : end;
             std::string shown =
-                m_request.images.empty() ? command.name : m_stem + "-" + command.name;
+                m_request.images.empty() ? operation.name : m_stem + "-" + operation.name;
             shown += end;
             if (kind == "folder") {
                 shown = m_surroundings.freeName(shown);
@@ -244,7 +250,7 @@ private:
             addPath(path, shown);
             m_plan.outputs.push_back({kind, shown, path});
         } else if (!m_request.name.empty()) {
-            throw BadRequest("'" + command.name + "' makes nothing that could be saved");
+            throw BadRequest("'" + operation.name + "' makes nothing that could be saved");
         }
         m_plan.outputs.insert(m_plan.outputs.end(), m_beside.begin(), m_beside.end());
     }
@@ -255,7 +261,7 @@ private:
 
     const RunRequest& m_request;
     const Surroundings& m_surroundings;
-    const std::vector<host::OptionRow> m_rows;
+    const std::vector<host::OptionRow>& m_rows;
     std::string m_stem; // of the first image
     std::vector<Reduction> m_reductions{};
     std::vector<PlannedOutput> m_beside{};

@@ -1,8 +1,5 @@
 #include "workbench/request.h"
 
-#include "host/commands.h"
-#include "workers/worker.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -81,14 +78,7 @@ std::string numberText(double number) {
     return error == std::errc{} ? std::string(text.data(), end) : std::string("0");
 }
 
-bool isOffered(const host::Command& command) {
-    constexpr std::array<const char*, 5> families = {"filters", "faces", "geometry", "calib",
-                                                     "features"};
-    return !command.internal && command.name != "track" && command.name != "import-calib" &&
-           std::find(families.begin(), families.end(), command.family) != families.end();
-}
-
-RunRequest readRequest(const std::string& body) {
+RunRequest readRequest(const std::string& body, const std::vector<Operation>& offered) {
     // Values of values of values: an option's list of points.
     constexpr int deepest = 6;
     bool tooDeep = false;
@@ -104,11 +94,10 @@ RunRequest readRequest(const std::string& body) {
     for (const auto& [key, value] : json.items()) {
         if (key == "command") {
             const std::string name = textOf(value, key);
-            for (const host::Command& command : host::commands()) {
-                if (command.name == name && isOffered(command)) {
-                    request.command = &command;
-                }
-            }
+            const auto found =
+                std::find_if(offered.begin(), offered.end(),
+                             [&](const Operation& operation) { return operation.name == name; });
+            request.operation = found == offered.end() ? nullptr : &*found;
         } else if (key == "images") {
             if (!value.is_array() || value.size() > mostImages) {
                 throw BadRequest("'images' must be a list of at most " +
@@ -133,7 +122,7 @@ RunRequest readRequest(const std::string& body) {
             throw BadRequest("a request has no member '" + key + "'");
         }
     }
-    if (request.command == nullptr) {
+    if (request.operation == nullptr) {
         throw BadRequest("there is no such command in the workbench");
     }
     return request;

@@ -1,7 +1,7 @@
 // What the page asks to be run, read from JSON.
 #pragma once
 
-#include "host/command_table.h"
+#include "workbench/operations.h"
 
 #include <cstdint>
 #include <stdexcept>
@@ -18,7 +18,7 @@ struct BadRequest : std::runtime_error {
 };
 
 struct RunRequest {
-    const host::Command* command = nullptr;
+    const Operation* operation = nullptr;
     std::vector<std::string> images;
     Json options = Json::object();
     std::uint64_t pixels = 0; // of the reduced copies that it may run on; 0: in full
@@ -26,12 +26,9 @@ struct RunRequest {
 };
 
 // {"command","images":[...],"options":{...},"pixels":n,"name":"..."}; all but the command may be
-// left out. Throws BadRequest for what is not that, and for a command that the workbench does not
-// offer.
-RunRequest readRequest(const std::string& body);
-
-// The commands that the workbench offers: the operations on images and calibrations.
-bool isOffered(const host::Command& command);
+// left out. Throws BadRequest for what is not that, and for a command that `offered` does not have.
+// The result points into `offered`.
+RunRequest readRequest(const std::string& body, const std::vector<Operation>& offered);
 
 // The words of an option with that value, such as "--corners" "0,0" "9,0" "9,9" "0,9". None if the
 // value is false or null. Not for files. Throws BadRequest if it is not a value of that kind.

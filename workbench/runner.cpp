@@ -12,21 +12,6 @@ namespace workbench {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-// A folder below the images' folder.
-std::optional<fs::path> folderOf(const ImageFolder& images, const std::string& name) {
-    std::error_code error;
-    const fs::path path = fs::canonical(images.folder() / pathOfUtf8(name), error);
-    if (error || !tarvix::isUtf8(name) || !isBelow(path, images.folder()) ||
-        !fs::is_directory(path, error)) {
-        return std::nullopt;
-    }
-    return path;
-}
-
-} // namespace
-
 Runner::Runner(Engine& engine, Previews& previews, const ImageFolder& images,
                const fs::path& folder, fs::path outFolder)
     : m_engine(engine), m_previews(previews), m_images(images), m_results(folder),
@@ -39,7 +24,7 @@ Runner::Prepared Runner::prepare(const RunRequest& request, const std::stop_toke
     const bool inFolder = !error && !relative.empty() && *relative.begin() != "..";
     const Surroundings surroundings{
         .image = [this](const std::string& name) { return m_images.find(name); },
-        .folder = [this](const std::string& name) { return folderOf(m_images, name); },
+        .folder = [this](const std::string& name) { return m_images.findFolder(name); },
         .earlier = [this](const std::string& id) -> std::optional<Surroundings::Earlier> {
             const auto result = m_results.find(id);
             return result ? std::optional(Surroundings::Earlier{result->path, result->name})
@@ -146,7 +131,7 @@ RunEnd Runner::ended(const Prepared& prepared, Engine::Lane lane, const std::sto
 Json Runner::run(const RunRequest& request, const std::stop_token& gone) {
     const Prepared prepared = prepare(request, gone);
     // What follows a drag is fast, and waits for nothing that is not.
-    const bool drag = request.pixels > 0 && request.command->name == "converge";
+    const bool drag = request.pixels > 0 && request.operation->name == "converge";
     return answerOf(prepared,
                     ended(prepared, drag ? Engine::Lane::Drag : Engine::Lane::Work, gone));
 }

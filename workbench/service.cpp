@@ -1,6 +1,7 @@
 #include "workbench/service.h"
 
 #include "host/commands.h"
+#include "platform/system/links.h"
 #include "workbench/embedded.h"
 #include "workbench/version.h"
 
@@ -180,13 +181,13 @@ HttpResponse Service::posted(const HttpRequest& request, const Target& target) {
         return json(uploaded);
     }
     if (path == "/api/run") {
-        return json(m_parts.runner.run(readRequest(request.body), request.gone));
+        return json(m_parts.runner.run(readRequest(request.body, operations()), request.gone));
     }
     if (path == "/api/job") {
-        return json({{"id", m_parts.runner.begin(readRequest(request.body))}});
+        return json({{"id", m_parts.runner.begin(readRequest(request.body, operations()))}});
     }
     if (path == "/api/save") {
-        Json answer = m_parts.runner.save(readRequest(request.body));
+        Json answer = m_parts.runner.save(readRequest(request.body, operations()));
         m_parts.list.lookAgain();
         return json(answer);
     }
@@ -256,7 +257,8 @@ HttpResponse Service::result(const Target& target, const std::stop_token& gone) 
 HttpResponse Service::saved(const std::string& name) const {
     std::error_code error;
     const fs::path file = m_parts.runner.outFolder() / pathOfUtf8(name);
-    if (!isNewName(name) || fs::symlink_status(file, error).type() != fs::file_type::regular) {
+    if (!isNewName(name) || fs::symlink_status(file, error).type() != fs::file_type::regular ||
+        tarvix::isLink(fs::directory_entry(file, error))) {
         return refused(404, "there is no saved file '" + name + "'");
     }
     return {.type = contentTypeOf(name),

@@ -1,6 +1,7 @@
 #include "platform/system/child_process.h"
 
 #include "platform/system/paths.h"
+#include "platform/system/windows_words.h"
 
 #include <windows.h>
 // after windows.h
@@ -63,24 +64,6 @@ std::pair<PipeEnd, PipeEnd> pipe(const std::string& program) {
         cannotStart(program);
     }
     return {endOf(reading), endOf(writing)};
-}
-
-// One word as the run-time library of the started program splits the command line.
-std::wstring asWord(const std::wstring& word) {
-    std::wstring out = L"\"";
-    std::size_t backslashes = 0;
-    for (const wchar_t c : word) {
-        if (c == L'\\') {
-            ++backslashes;
-            continue;
-        }
-        // Backslashes count double before a quote only.
-        out.append(c == L'"' ? 2 * backslashes + 1 : backslashes, L'\\');
-        backslashes = 0;
-        out += c;
-    }
-    out.append(2 * backslashes, L'\\');
-    return out + L'"';
 }
 
 // The list of handles that a started program inherits.
@@ -195,9 +178,9 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, Errors errors)
     start.StartupInfo.hStdError = streams[2];
     start.lpAttributeList = inherited.list();
     const std::wstring program = pathOf(words[0]).make_preferred().wstring();
-    std::wstring line = asWord(program);
+    std::wstring line = quotedForWindows(program);
     for (std::size_t i = 1; i < words.size(); ++i) {
-        line.append(L" ").append(asWord(pathOf(words[i]).wstring()));
+        line.append(L" ").append(quotedForWindows(pathOf(words[i]).wstring()));
     }
     m_state->job = jobThatEndsWithUs();
     PROCESS_INFORMATION started{};

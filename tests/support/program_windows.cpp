@@ -1,5 +1,6 @@
 #include "tests/support/program.h"
 
+#include "platform/system/windows_words.h"
 #include "tests/support/files.h"
 
 #include <algorithm>
@@ -23,24 +24,6 @@ std::string slurp(const std::string& path) {
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
-}
-
-// Quotes one word as the run-time library of the called program splits the command line.
-std::string asWord(const std::string& word) {
-    std::string out = "\"";
-    std::size_t backslashes = 0;
-    for (const char c : word) {
-        if (c == '\\') {
-            ++backslashes;
-            continue;
-        }
-        // Backslashes count double before a quote only.
-        out.append(c == '"' ? 2 * backslashes + 1 : backslashes, '\\');
-        backslashes = 0;
-        out += c;
-    }
-    out.append(2 * backslashes, '\\');
-    return out + '"';
 }
 
 class Handle {
@@ -73,9 +56,9 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
     const std::string output = redirected.out.empty() ? folder / "out" : redirected.out;
     std::string path = program;
     std::replace(path.begin(), path.end(), '/', '\\');
-    std::string line = asWord(path);
+    std::string line = tarvix::quotedForWindows(path);
     for (const std::string& argument : arguments) {
-        line += ' ' + asWord(argument);
+        line += ' ' + tarvix::quotedForWindows(argument);
     }
     ProgramResult result;
     {
