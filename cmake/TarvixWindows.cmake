@@ -59,9 +59,11 @@ function(tarvix_debug_file target)
     file(MAKE_DIRECTORY "${folder}")
     add_custom_command(
       TARGET ${target} POST_BUILD
-      COMMAND "${CMAKE_OBJCOPY}" --only-keep-debug $<TARGET_FILE:${target}> "${debug}"
-      # Without a date of its own, objcopy would write today's into the DLL or program.
-      COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=315532800 "${CMAKE_OBJCOPY}" "--add-gnu-debuglink=${debug}" $<TARGET_FILE:${target}>
+      # Without a date of its own, objcopy would write today's into both files.
+      COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=315532800 "${CMAKE_OBJCOPY}" --only-keep-debug
+              $<TARGET_FILE:${target}> "${debug}"
+      COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=315532800 "${CMAKE_OBJCOPY}" "--add-gnu-debuglink=${debug}"
+              $<TARGET_FILE:${target}>
       VERBATIM)
     install(FILES "${debug}" DESTINATION debug COMPONENT Debug)
   endif()
