@@ -120,11 +120,16 @@ void Pool::stop(Ticket ticket) {
     }
 }
 
-void Pool::stopAll() {
+void Pool::stopWaiting() {
     const std::lock_guard lock(m_state->mutex);
     for (Entry& entry : m_state->queue) {
         entry.stopped = true;
     }
+}
+
+void Pool::stopAll() {
+    stopWaiting();
+    const std::lock_guard lock(m_state->mutex);
     for (State::Seat& seat : m_state->seats) {
         if (seat.ticket != 0) {
             seat.worker->stop();

@@ -31,6 +31,7 @@ public:
     // Stops a request: its reply is Stopped, unless it was answered already. Nothing happens if
     // it is finished.
     void stop(Ticket ticket);
+    void stopWaiting(); // all that no worker has begun
     void stopAll();
 
     // Waits until at most `count` requests are not finished.

@@ -88,6 +88,7 @@ private:
     [[nodiscard]] Recorder::Entry entryOf(const Task& task, const std::optional<Digest>& hash,
                                           const tarvix::Reply& reply) const;
     void makeFolders(const Task& task);
+    void obeyInterruptions(tarvix::Pool& pool, BatchProgress& progress);
     void finishOrStop(tarvix::Pool& pool, BatchProgress& progress);
     void warnOf(const Json& record);
 
@@ -103,6 +104,7 @@ private:
     std::optional<ManifestWriter> m_manifest;
     std::optional<Recorder> m_recorder;
     std::atomic<int> m_interruptions = 0;
+    int m_obeyed = 0; // of them
     tarvix::Interrupts m_interrupts{[this] { ++m_interruptions; }};
     std::set<std::string> m_folders; // that are there
     std::size_t m_skipped = 0;
@@ -279,17 +281,27 @@ void Batch::warnOf(const Json& record) {
     }
 }
 
-// Waits for what is begun; a second interruption stops it.
+// The first interruption leaves what runs, the second one nothing.
+void Batch::obeyInterruptions(tarvix::Pool& pool, BatchProgress& progress) {
+    const int now = m_interruptions;
+    if (m_obeyed == 0 && now > 0) {
+        pool.stopWaiting();
+        progress.clear();
+        m_output.say("finishing what is running; once more stops it\n");
+    }
+    if (m_obeyed < 2 && now > 1) {
+        pool.stopAll();
+    }
+    m_obeyed = now;
+}
+
+// Waits for what is begun. Nothing is submitted any more.
 void Batch::finishOrStop(tarvix::Pool& pool, BatchProgress& progress) {
-    bool stopped = false;
-    while (!m_recorder->waitFor(0)) {
-        if (m_interruptions > 1 && !stopped) {
-            stopped = true;
-            pool.stopAll();
-        }
+    do {
+        obeyInterruptions(pool, progress);
         const Counts counts = m_recorder->counts();
         progress.show(counts.done + counts.failed, counts.failed, m_skipped);
-    }
+    } while (!m_recorder->waitFor(0));
 }
 
 Result Batch::run() {
@@ -318,10 +330,6 @@ Result Batch::run() {
             }
             const Counts counts = m_recorder->counts();
             progress.show(counts.done + counts.failed, counts.failed, m_skipped);
-        }
-        if (m_interruptions > 0) {
-            progress.clear();
-            m_output.say("finishing what is running; once more stops it\n");
         }
         finishOrStop(pool, progress);
     }

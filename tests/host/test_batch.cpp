@@ -1,29 +1,18 @@
 // The command batch, run as a user runs it.
-#include "host/result.h"
 #include "platform/system/child_process.h"
-#include "tests/host/sub_command.h"
+#include "tests/host/batch_test.h"
 #include "tests/support/environment.h"
-#include "tests/support/files.h"
 #include "tests/support/images.h"
 
 #include <gmock/gmock.h>
-#include <opencv2/imgcodecs.hpp>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <random>
-#include <set>
-#include <sstream>
 #include <thread>
 
 #if __has_include(<sys/wait.h>)
 #include "tests/support/file_size_limit.h"
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 #endif
 
 namespace {
@@ -37,65 +26,7 @@ using testing::IsEmpty;
 
 const std::string program = fs::absolute(TARVIX_PROGRAM).string();
 
-class Batch : public testing::Test {
-protected:
-    // Small images of noise, no two alike.
-    void makeInputs(int count) {
-        fs::create_directories(folder / "in");
-        for (int i = 0; i < count; ++i) {
-            cv::Mat image(12, 16 + i % 7, CV_8UC3);
-            cv::RNG random(static_cast<std::uint64_t>(i) + 1);
-            random.fill(image, cv::RNG::UNIFORM, 0, 256);
-            char name[40];
-            static_cast<void>(std::snprintf(name, sizeof name, "in/%04d.png", i));
-            cv::imwrite(folder / name, image);
-        }
-    }
-    [[nodiscard]] std::vector<std::string> words(const std::vector<std::string>& more = {}) const {
-        std::vector<std::string> all = {
-            "batch",      "canny", folder / "in", "--low", "20", "--out", folder / "out/{name}.png",
-            "--manifest", manifest};
-        all.insert(all.end(), more.begin(), more.end());
-        return all;
-    }
-    [[nodiscard]] std::vector<Json> lines(const std::string& path) const {
-        std::vector<Json> all;
-        std::istringstream text(test::bytesOf(path));
-        for (std::string line; std::getline(text, line);) {
-            all.push_back(Json::parse(line));
-        }
-        return all;
-    }
-    // Every input has one line, in order, and one whole result: the bytes of a run for itself.
-    void expectComplete(int count) {
-        const std::vector<Json> all = lines(manifest);
-        ASSERT_EQ(all.size(), static_cast<std::size_t>(count)) << "one line for each";
-        std::set<std::string> inputs;
-        for (const Json& line : all) {
-            EXPECT_EQ(line.at("status"), "done");
-            EXPECT_TRUE(inputs.insert(line.at("input")).second) << line.dump();
-        }
-        const std::set<std::string> names = test::namesIn(folder / "out");
-        EXPECT_EQ(names.size(), static_cast<std::size_t>(count)) << "nothing half written is left";
-        EXPECT_EQ(names, test::namesIn(folder / "in"));
-        for (const std::string& name : names) {
-            EXPECT_EQ(test::bytesOf(folder / ("out/" + name)), expected.at(name)) << name;
-        }
-    }
-    void makeExpected() {
-        ASSERT_EQ(tarvix({"batch", "canny", folder / "in", "--low", "20", "--jobs", "1", "--out",
-                          folder / "expected/{name}.png"})
-                      .status,
-                  0);
-        for (const std::string& name : test::namesIn(folder / "expected")) {
-            expected[name] = test::bytesOf(folder / ("expected/" + name));
-        }
-    }
-
-    test::TempFolder folder;
-    std::string manifest = folder / "m.jsonl";
-    std::map<std::string, std::string> expected;
-};
+using Batch = test::BatchTest;
 
 TEST_F(Batch, GivesWhatTheCommandGivesForEachImage) {
     makeInputs(40);
@@ -285,41 +216,6 @@ TEST_F(Batch, AKillAtAnyMomentLosesAndRepeatsNothing) {
 }
 
 #if __has_include(<sys/wait.h>)
-
-TEST_F(Batch, AnInterruptionFinishesWhatRuns) {
-    constexpr int count = 300;
-    makeInputs(count);
-    makeExpected();
-    std::vector<std::string> line = words();
-    line.insert(line.begin(), program);
-    std::vector<char*> pointers;
-    for (std::string& word : line) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
-    const pid_t process = fork();
-    if (process == 0) {
-        static_cast<void>(std::freopen("/dev/null", "w", stdout));
-        static_cast<void>(std::freopen((folder / "errors").c_str(), "w", stderr));
-        execv(pointers[0], pointers.data());
-        _exit(127);
-    }
-    while (test::bytesOf(manifest).empty()) {
-        std::this_thread::yield();
-    }
-    kill(process, SIGINT);
-    int status = 0;
-    waitpid(process, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status));
-    const std::size_t finished = lines(manifest).size();
-    if (finished < count) { // else it was quicker
-        EXPECT_EQ(WEXITSTATUS(status), 1);
-        EXPECT_THAT(test::bytesOf(folder / "errors"), HasSubstr("with --resume goes on"));
-    }
-    EXPECT_EQ(test::namesIn(folder / "out").size(), finished);
-    EXPECT_EQ(tarvix(words({"--resume"})).status, 0);
-    expectComplete(count);
-}
 
 TEST_F(Batch, AFullDiskLeavesWholeLines) {
     makeInputs(60);

@@ -89,6 +89,22 @@ TEST(Pool, ARequestIsStoppedWhereverItIs) {
     hung.pool.stop(tickets[0]); // finished: nothing happens
 }
 
+TEST(Pool, WhatWaitsIsStoppedAlone) {
+    HungPool hung;
+    std::vector<Outcome> outcomes(3, Outcome::Died);
+    for (Outcome& outcome : outcomes) {
+        hung.pool.submit({{"do", ""}}, [&outcome](const Reply& reply) { outcome = reply.outcome; });
+    }
+    hung.pool.stopWaiting();
+    EXPECT_EQ(hung.hung, Outcome::Answered) << "not even that has changed";
+    hung.pool.submit({{"do", ""}}, [](const Reply& reply) { // comes later
+        EXPECT_EQ(reply.outcome, Outcome::Answered);
+    });
+    hung.pool.stop(hung.ticket);
+    hung.pool.waitUntil(0);
+    EXPECT_THAT(outcomes, testing::Each(Outcome::Stopped));
+}
+
 TEST(Pool, ItsEndStopsWhatIsLeft) {
     std::atomic<int> stopped = 0;
     {
