@@ -25,8 +25,8 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    PipeEnd& input();  // leads to its standard input
-    PipeEnd& output(); // comes from its standard output
+    PipeEnd& input() { return m_in; }   // leads to its standard input
+    PipeEnd& output() { return m_out; } // comes from its standard output
 
     // Ends it at once, with what it has started. Any thread may call this.
     void end();
@@ -48,6 +48,8 @@ public:
 private:
     struct State;
     std::unique_ptr<State> m_state;
+    PipeEnd m_in;
+    PipeEnd m_out;
 };
 
 // The path of the program that runs.

@@ -79,14 +79,6 @@ std::uint64_t fieldOfStatus(pid_t process, const std::string& name) {
 
 } // namespace
 
-PipeEnd& PipeEnd::operator=(PipeEnd&& other) noexcept {
-    if (this != &other) {
-        close();
-        m_native = other.release();
-    }
-    return *this;
-}
-
 std::size_t PipeEnd::read(char* to, std::size_t size) const {
     ssize_t count = 0;
     do {
@@ -120,13 +112,7 @@ void PipeEnd::close() {
     }
 }
 
-PipeEnd::Native PipeEnd::release() {
-    return std::exchange(m_native, none);
-}
-
 struct ChildProcess::State {
-    PipeEnd in;
-    PipeEnd out;
     pid_t process = -1;
     bool reaped = false; // then the number may be another process's
     std::string how;
@@ -163,22 +149,14 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, Errors errors)
         waitpid(process, nullptr, 0);
         cannotStart(words[0], error);
     }
-    m_state->in = std::move(in);
-    m_state->out = std::move(out);
+    m_in = std::move(in);
+    m_out = std::move(out);
     m_state->process = process;
 }
 
 ChildProcess::~ChildProcess() {
     end();
     static_cast<void>(wait());
-}
-
-PipeEnd& ChildProcess::input() {
-    return m_state->in;
-}
-
-PipeEnd& ChildProcess::output() {
-    return m_state->out;
 }
 
 void ChildProcess::end() {

@@ -116,14 +116,6 @@ HANDLE duplicateOf(HANDLE handle) {
 
 } // namespace
 
-PipeEnd& PipeEnd::operator=(PipeEnd&& other) noexcept {
-    if (this != &other) {
-        close();
-        m_native = other.release();
-    }
-    return *this;
-}
-
 std::size_t PipeEnd::read(char* to, std::size_t size) const {
     DWORD count = 0;
     const BOOL good = ReadFile(handleOf(*this), to, static_cast<DWORD>(size), &count, nullptr);
@@ -150,13 +142,7 @@ void PipeEnd::close() {
     }
 }
 
-PipeEnd::Native PipeEnd::release() {
-    return std::exchange(m_native, none);
-}
-
 struct ChildProcess::State {
-    PipeEnd in;
-    PipeEnd out;
     Handle process;
     Handle job;
     std::atomic<bool> endedByUs = false;
@@ -194,21 +180,13 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, Errors errors)
     const Handle thread(started.hThread);
     AssignProcessToJobObject(m_state->job.get(), started.hProcess);
     ResumeThread(thread.get());
-    m_state->in = std::move(in);
-    m_state->out = std::move(out);
+    m_in = std::move(in);
+    m_out = std::move(out);
 }
 
 ChildProcess::~ChildProcess() {
     end();
     static_cast<void>(wait());
-}
-
-PipeEnd& ChildProcess::input() {
-    return m_state->in;
-}
-
-PipeEnd& ChildProcess::output() {
-    return m_state->out;
 }
 
 void ChildProcess::end() {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace tarvix {
 
@@ -17,7 +18,13 @@ public:
     PipeEnd() = default;
     explicit PipeEnd(Native native) : m_native(native) {}
     PipeEnd(PipeEnd&& other) noexcept : m_native(other.release()) {}
-    PipeEnd& operator=(PipeEnd&& other) noexcept;
+    PipeEnd& operator=(PipeEnd&& other) noexcept {
+        if (this != &other) {
+            close();
+            m_native = other.release();
+        }
+        return *this;
+    }
     PipeEnd(const PipeEnd&) = delete;
     PipeEnd& operator=(const PipeEnd&) = delete;
     ~PipeEnd() { close(); }
@@ -29,7 +36,7 @@ public:
     bool write(const std::string& text) const; // NOLINT(modernize-use-nodiscard)
 
     void close();
-    Native release();
+    Native release() { return std::exchange(m_native, none); }
     [[nodiscard]] Native native() const { return m_native; }
 
 private:
