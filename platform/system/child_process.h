@@ -14,8 +14,9 @@ namespace tarvix {
 enum class Errors { Dropped, Shown };
 
 // A running program. It inherits nothing but its three standard streams. It does not get the
-// terminal's Ctrl-C. It ends when this process ends, however that ends; on Linux already when the
-// thread ends that started it.
+// terminal's Ctrl-C, and ignores the signals by which a system or a scheduler asks every process to
+// end: this process ends it. It ends when this process ends, however that ends; on Linux already
+// when the thread ends that started it.
 class ChildProcess {
 public:
     // Starts words[0], a path, with the other words passed unchanged. Throws std::runtime_error,

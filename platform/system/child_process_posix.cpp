@@ -1,11 +1,16 @@
 #include "platform/system/child_process.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #ifdef __linux__
 #include <sys/prctl.h>
+#include <sys/syscall.h>
+#if __has_include(<linux/close_range.h>)
+#include <linux/close_range.h>
+#endif
 #endif
 
 #include <algorithm>
@@ -49,12 +54,33 @@ std::pair<PipeEnd, PipeEnd> stream(const std::string& program) {
     return {aboveStandard(ends[0]), aboveStandard(ends[1])};
 }
 
+// The program that comes gets no descriptor above those of the standard streams.
+void keepFromProgram() {
+    constexpr int first = STDERR_FILENO + 1;
+#if defined(__linux__) && defined(SYS_close_range) && defined(CLOSE_RANGE_CLOEXEC)
+    if (syscall(SYS_close_range, first, ~0U, CLOSE_RANGE_CLOEXEC) == 0) {
+        return;
+    }
+#endif
+    constexpr rlim_t most = 65536; // where the limit is not one
+    rlimit limit{};
+    const bool known = getrlimit(RLIMIT_NOFILE, &limit) == 0;
+    const int end = static_cast<int>(known ? std::min(limit.rlim_cur, most) : most);
+    for (int descriptor = first; descriptor < end; ++descriptor) {
+        fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+}
+
 // In the new process, which has one thread: calls nothing that a signal handler may not.
 [[noreturn]] void become(char* const* words, int in, int out, int err, int report, pid_t parent) {
 #ifdef __linux__
     prctl(PR_SET_PDEATHSIG, SIGKILL);
 #endif
     setpgid(0, 0);
+    for (const int wish : {SIGINT, SIGTERM, SIGHUP}) { // which is for our process to obey
+        static_cast<void>(signal(wish, SIG_IGN));
+    }
+    keepFromProgram();
     if (getppid() == parent && dup2(in, STDIN_FILENO) >= 0 && dup2(out, STDOUT_FILENO) >= 0 &&
         (err < 0 || dup2(err, STDERR_FILENO) >= 0)) {
         sigset_t all;

@@ -5,12 +5,14 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #if __has_include(<sys/wait.h>)
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -171,38 +173,57 @@ TEST(Worker, AnotherThreadStopsARequest) {
 
 #if __has_include(<sys/wait.h>)
 
+// The processes that this one has started.
+std::vector<pid_t> children() {
+    std::vector<pid_t> all;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream numbers(entry.path() / "children");
+        for (pid_t child = 0; numbers >> child;) {
+            all.push_back(child);
+        }
+    }
+    return all;
+}
+
 TEST(Worker, ASignalCostsOneRequestAtMost) {
     Worker worker({probe});
-    pid_t process = 0;
     const Reply killed = worker.ask({{"do", "hang"}}, [&](const Json&) {
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-            std::ifstream children(entry.path() / "children");
-            for (pid_t child = 0; children >> child;) {
-                process = child;
-            }
-        }
-        ASSERT_GT(process, 0);
-        kill(process, SIGKILL);
+        ASSERT_EQ(children().size(), 1U);
+        kill(children()[0], SIGKILL);
     });
     EXPECT_EQ(killed.why, "the worker process was ended by signal 9");
     EXPECT_EQ(served(worker.ask({{"do", ""}})), 1);
 }
 
+TEST(Worker, WhoAsksEveryProcessToEndAsksItInVain) {
+    Worker worker({probe});
+    EXPECT_EQ(served(worker.ask({{"do", ""}})), 1);
+    ASSERT_EQ(children().size(), 1U);
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT}) {
+        kill(children()[0], signal);
+    }
+    EXPECT_EQ(served(worker.ask({{"do", ""}})), 2) << "the same process";
+}
+
 TEST(Worker, NothingElseIsInherited) {
-    const int open = dup(STDERR_FILENO);
+    const std::string path = "/tmp/tarvix-inherited-" + std::to_string(getpid());
+    const int open = ::open(path.c_str(), O_RDWR | O_CREAT, S_IRUSR | S_IWUSR); // no O_CLOEXEC
+    unlink(path.c_str());
+    struct stat ours {};
+    ASSERT_EQ(fstat(open, &ours), 0);
     Worker first({probe});
     Worker second({probe});
     first.ask({{"do", ""}});
     second.ask({{"do", ""}});
+    ASSERT_EQ(children().size(), 2U);
     int sockets = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream children(entry.path() / "children");
-        for (pid_t child = 0; children >> child;) {
-            const std::filesystem::path files = "/proc/" + std::to_string(child) + "/fd";
-            for (const auto& file : std::filesystem::directory_iterator(files)) {
-                const std::string name = std::filesystem::read_symlink(file.path()).string();
-                sockets += name.starts_with("socket:") ? 1 : 0;
-            }
+    for (const pid_t child : children()) {
+        const std::string files = "/proc/" + std::to_string(child) + "/fd";
+        for (const auto& file : std::filesystem::directory_iterator(files)) {
+            struct stat theirs {};
+            ASSERT_EQ(stat(file.path().c_str(), &theirs), 0);
+            EXPECT_FALSE(theirs.st_dev == ours.st_dev && theirs.st_ino == ours.st_ino);
+            sockets += S_ISSOCK(theirs.st_mode) ? 1 : 0;
         }
     }
     EXPECT_EQ(sockets, 4) << "two for each";
