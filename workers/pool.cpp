@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace tarvix {
@@ -74,7 +75,18 @@ Pool::Pool(std::vector<std::string> words, std::size_t count, Limits limits, boo
     m_state->seats.resize(std::max<std::size_t>(count, 1));
     for (State::Seat& seat : m_state->seats) {
         seat.worker = std::make_unique<Worker>(words, limits, showErrors);
-        seat.thread = std::thread([this, &seat] { m_state->serve(seat); });
+    }
+    for (std::size_t i = 0; i < m_state->seats.size(); ++i) {
+        State::Seat& seat = m_state->seats[i];
+        try {
+            seat.thread = std::thread([this, &seat] { m_state->serve(seat); });
+        } catch (const std::system_error&) { // the system gives no more
+            if (i == 0) {
+                throw;
+            }
+            const std::lock_guard lock(m_state->mutex);
+            m_state->seats.resize(i);
+        }
     }
 }
 

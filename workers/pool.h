@@ -16,6 +16,7 @@ public:
     using Done = std::function<void(const Reply&)>;
 
     // `count` workers, at least one, each with a thread. Processes start with the first requests.
+    // Has fewer if the system gives no more threads. Throws std::system_error if it gives none.
     Pool(std::vector<std::string> words, std::size_t count, Limits limits, bool showErrors = false);
     ~Pool(); // stops what runs and what waits; each request's `done` has been called then
     Pool(const Pool&) = delete;

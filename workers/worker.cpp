@@ -21,6 +21,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds longestStart{120};
 constexpr std::chrono::milliseconds memoryPeriod{20};
 
+constexpr double longestLimit = 1e8; // s: more than that overflows the clock in the end
+
 std::string shown(double value) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
@@ -44,6 +46,8 @@ struct Worker::State {
     }
     void watch();
     std::uint64_t watchMemory();
+    void start();
+    [[nodiscard]] bool isReady(Reply& reply);
     void begin(std::optional<Clock::time_point> until, bool withMemory);
     void finish(Reply& reply);
     Reply ask(const Json& request, const OnProgress& onProgress);
@@ -93,6 +97,16 @@ void Worker::State::watch() {
     }
 }
 
+// Starts what a request needs and is not there. Needs the lock. Throws std::exception.
+void Worker::State::start() {
+    if (!watchdog.joinable()) {
+        watchdog = std::thread([this] { watch(); });
+    }
+    auto started = std::make_unique<ChildProcess>(words, errors);
+    lines = std::make_unique<LineReader>(started->output());
+    child = std::move(started);
+}
+
 // From here on the child can be ended by us.
 void Worker::State::begin(std::optional<Clock::time_point> until, bool withMemory) {
     {
@@ -103,9 +117,6 @@ void Worker::State::begin(std::optional<Clock::time_point> until, bool withMemor
         mostSeen = 0;
         if (stopAsked) {
             endAs(Outcome::Stopped);
-        }
-        if (!watchdog.joinable()) {
-            watchdog = std::thread([this] { watch(); });
         }
     }
     wake.notify_all();
@@ -195,6 +206,27 @@ std::optional<Json> answerTo(std::uint64_t id, LineReader& lines, const OnProgre
 
 } // namespace
 
+// Waits for the new process to be ready. Otherwise, the reply says why it is not.
+bool Worker::State::isReady(Reply& reply) {
+    begin(Clock::now() + longestStart, false);
+    std::string line;
+    const bool answers = lines->read(line);
+    const Json ready = Json::parse(line, nullptr, false);
+    if (answers && ready.is_object() && ready.contains("ready")) {
+        return true;
+    }
+    reply.why = answers ? noAnswer : "";
+    finish(reply);
+    if (reply.outcome == Outcome::TimedOut) {
+        reply.why =
+            "the worker process was not ready after " + std::to_string(longestStart.count()) + " s";
+    }
+    if (reply.outcome != Outcome::Stopped) {
+        reply.outcome = Outcome::NotStarted;
+    }
+    return false;
+}
+
 Reply Worker::State::ask(const Json& request, const OnProgress& onProgress) {
     Reply reply;
     bool started = false;
@@ -208,32 +240,24 @@ Reply Worker::State::ask(const Json& request, const OnProgress& onProgress) {
         answeredBefore = child != nullptr;
         if (!child) {
             try {
-                child = std::make_unique<ChildProcess>(words, errors);
+                start();
             } catch (const std::exception& e) {
+                reply.outcome = Outcome::NotStarted;
                 reply.why = e.what();
                 return reply;
             }
-            lines = std::make_unique<LineReader>(child->output());
             started = true;
         }
     }
-    if (started) {
-        begin(Clock::now() + longestStart, false);
-        std::string line;
-        const bool answers = lines->read(line);
-        const Json ready = Json::parse(line, nullptr, false);
-        if (!answers || !ready.is_object() || !ready.contains("ready")) {
-            reply.why = answers ? noAnswer : "";
-            finish(reply);
-            return reply;
-        }
+    if (started && !isReady(reply)) {
+        return reply;
     }
     child->forgetPeakMemory();
     const Clock::time_point begun = Clock::now();
     std::optional<Clock::time_point> until;
     if (limits.seconds > 0) {
         until = begun + std::chrono::duration_cast<Clock::duration>(
-                            std::chrono::duration<double>(limits.seconds));
+                            std::chrono::duration<double>(std::min(limits.seconds, longestLimit)));
     }
     begin(until, limits.memory > 0);
     Json sent = request;

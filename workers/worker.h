@@ -26,8 +26,9 @@ struct Limits {
 
 enum class Outcome {
     Answered,
-    Died,     // the process ended, wrote what is not an answer, or could not be started
-    TimedOut, // ended by us for each of the rest
+    Died,       // the process ended, or wrote what is not an answer
+    NotStarted, // there is no process, or it was not ready for a request
+    TimedOut,   // ended by us for each of the rest
     TooMuchMemory,
     Stopped,
 };

@@ -109,12 +109,15 @@ TEST(Worker, ProgressComesBeforeTheAnswer) {
     EXPECT_THAT(steps, testing::ElementsAre(1, 2, 3));
 }
 
-TEST(Worker, AProgramThatIsNoWorkerIsADeath) {
-    EXPECT_THAT(Worker({probe + "-missing"}).ask({{"do", ""}}).why, HasSubstr("cannot be started"));
-    EXPECT_EQ(Worker({probe, "leaves"}).ask({{"do", ""}}).why,
-              "the worker process ended with status 4");
-    EXPECT_EQ(Worker({probe, "talks"}).ask({{"do", ""}}).why,
-              "the worker process wrote what is not an answer");
+TEST(Worker, AProgramThatIsNoWorkerIsNotStarted) {
+    const auto whyNot = [](const std::vector<std::string>& words) {
+        const Reply reply = Worker(words).ask({{"do", ""}});
+        EXPECT_EQ(reply.outcome, Outcome::NotStarted);
+        return reply.why;
+    };
+    EXPECT_THAT(whyNot({probe + "-missing"}), HasSubstr("cannot be started"));
+    EXPECT_EQ(whyNot({probe, "leaves"}), "the worker process ended with status 4");
+    EXPECT_EQ(whyNot({probe, "talks"}), "the worker process wrote what is not an answer");
 }
 
 // Asks until there is an answer: a busy machine may be too slow for the limit, too.
@@ -133,6 +136,11 @@ TEST(Worker, AHangCostsOneRequest) {
     EXPECT_EQ(reply.why, "it took longer than 0.3 s");
     EXPECT_GE(reply.seconds, 0.3);
     EXPECT_EQ(answerWithin(worker).outcome, Outcome::Answered);
+}
+
+TEST(Worker, AnyLimitOfTimeIsKept) {
+    Worker worker({probe}, {.seconds = 1e300}); // more than a clock holds
+    EXPECT_EQ(served(worker.ask({{"do", ""}})), 1);
 }
 
 TEST(Worker, TooMuchMemoryCostsOneRequest) {
