@@ -1,12 +1,11 @@
 #include "host/batch/inputs.h"
 
 #include "host/batch/digest.h"
+#include "host/batch/pattern.h"
 #include "host/failure.h"
 #include "platform/system/paths.h"
 
 #include <algorithm>
-#include <array>
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -30,16 +29,6 @@ std::string NameList::at(std::size_t index) const {
 
 namespace {
 
-bool isImageName(const fs::path& path) {
-    static const std::set<std::string> known = {".bmp", ".dib",  ".jpeg", ".jpg", ".jpe",  ".jp2",
-                                                ".png", ".webp", ".pbm",  ".pgm", ".ppm",  ".pnm",
-                                                ".tif", ".tiff", ".exr",  ".hdr", ".avif", ".ras"};
-    std::string extension = nameOf(path.extension());
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return known.contains(extension);
-}
-
 bool isFolder(const fs::path& path) {
     std::error_code ignored;
     return fs::is_directory(path, ignored);
@@ -52,35 +41,12 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
          !error && entry != end; entry.increment(error)) {
         entries.push_back(entry->path().filename());
     }
+    if (error) { // fewer inputs would look like a success
+        throw Failure("the folder '" + nameOf(folder.empty() ? fs::path(".") : folder) +
+                      "' cannot be read: " + error.message());
+    }
     std::sort(entries.begin(), entries.end());
     return entries;
-}
-
-// Whether a name is of a pattern with * and ?.
-bool matches(std::string_view pattern, std::string_view name) {
-    std::size_t p = 0;
-    std::size_t n = 0;
-    std::size_t star = std::string_view::npos; // the last one, and where it may end next
-    std::size_t next = 0;
-    while (n < name.size()) {
-        if (p < pattern.size() && pattern[p] == '*') {
-            star = p++;
-            next = n;
-        } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
-            ++p;
-            ++n;
-        } else if (star != std::string_view::npos) {
-            p = star + 1;
-            n = ++next;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', p) == std::string_view::npos;
-}
-
-bool isPattern(const std::string& text) {
-    return text.find_first_of("*?") != std::string::npos;
 }
 
 using Take = std::function<void(const fs::path& file)>;
@@ -104,13 +70,11 @@ void find(const fs::path& folder, const std::vector<std::string>& names, std::si
     }
     for (const fs::path& entry : entriesOf(folder)) {
         const std::string text = nameOf(entry);
-        if (text.starts_with(".") && !name.starts_with(".")) {
-            continue;
-        }
         const fs::path path = folder / entry;
         std::error_code ignored;
         if (anyDepth) {
-            if (isFolder(path) && !fs::is_symlink(path, ignored)) { // which may lead in a circle
+            // Not a link, which may lead in a circle.
+            if (!text.starts_with(".") && isFolder(path) && !fs::is_symlink(path, ignored)) {
                 find(path, names, at, take);
             }
         } else if (matches(name, text)) {
@@ -157,43 +121,55 @@ private:
 
 } // namespace
 
+namespace {
+
+void expandFolder(const std::string& word, const Take& take) {
+    for (const fs::path& entry : entriesOf(pathOf(word))) {
+        const fs::path file = pathOf(word) / entry;
+        std::error_code ignored;
+        if (isImageName(entry) && fs::is_regular_file(file, ignored)) {
+            take(file);
+        }
+    }
+}
+
+} // namespace
+
 NameList expandInputs(const std::vector<std::string>& words, std::istream& in) {
     Collected all;
     for (const std::string& word : words) {
-        std::error_code ignored;
         std::size_t found = 0;
         const Take take = [&](const fs::path& file) {
             ++found;
             all.add(nameOf(file));
         };
-        const bool isFile = fs::is_regular_file(pathOf(word), ignored);
-        if (word == "-") {
+        switch (kindOf(word)) {
+        case WordKind::StandardInput:
             all.addLines(in);
-        } else if (!isFile && word.starts_with("@")) {
+            break;
+        case WordKind::List: {
             std::ifstream list(pathOf(word.substr(1)), std::ios::binary);
             if (!list) {
                 throw Failure("the list '" + word.substr(1) + "' cannot be read");
             }
             all.addLines(list);
-        } else if (isFolder(pathOf(word))) {
-            for (const fs::path& entry : entriesOf(pathOf(word))) {
-                const fs::path file = pathOf(word) / entry;
-                if (!nameOf(entry).starts_with(".") && isImageName(entry) &&
-                    fs::is_regular_file(file, ignored)) {
-                    take(file);
-                }
-            }
+            break;
+        }
+        case WordKind::Folder:
+            expandFolder(word, take);
             if (found == 0) {
                 std::string reason = "there are no images in the folder '";
                 reason.append(word).append("'; for those in folders below it, write '");
                 throw Failure(reason.append(word).append("/**/*.jpg'"));
             }
-        } else if (!isFile && isPattern(word)) {
+            break;
+        case WordKind::Pattern:
             expandPattern(word, take);
             if (found == 0) {
                 throw Failure("no file matches '" + word + "'");
             }
-        } else {
+            break;
+        case WordKind::File:
             all.add(word);
         }
     }

@@ -29,8 +29,8 @@ private:
 //   @FILE       the names in that file, one a line
 //   -           the names in `in`, one a line
 //   any other   that file, whether it is there or not
-// A file that is named twice is taken once. Throws Failure if a list cannot be read, or if a folder
-// or a pattern gives nothing.
+// A file that is named twice is taken once. Throws Failure if a list or a folder cannot be read, or
+// if a folder or a pattern gives nothing.
 NameList expandInputs(const std::vector<std::string>& words, std::istream& in);
 
 } // namespace host
