@@ -95,9 +95,9 @@ Json answerTo(const Json& request, const Output::OnStep& onStep) {
             {"cpuSeconds", tarvix::processorSeconds() - processorBegun}};
 }
 
-void serveRequests(int threads) {
+void serveRequests(int threads, bool keepImages) {
     cv::setNumThreads(threads);
-    keepDecodedImages(true);
+    keepDecodedImages(keepImages);
     tarvix::StandardStreams streams = tarvix::takeStandardStreams();
     const auto write = [&streams](const Json& object) {
         if (!streams.out.write(lineOf(object))) {

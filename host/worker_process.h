@@ -17,8 +17,9 @@ namespace host {
 // With "draft":true, the image of the result is a quick JPEG, only to be looked at.
 // What is printed in any other way goes to standard error. Throws Failure if the answers cannot be
 // written.
-//   threads  that OpenCV may use
-void serveRequests(int threads);
+//   threads     that OpenCV may use
+//   keepImages  whether decoded images are kept for requests that read them again
+void serveRequests(int threads, bool keepImages);
 
 // The answer to one request.
 //   onStep  gets the steps of long work

@@ -38,9 +38,12 @@ RunEnd endOf(const tarvix::Reply& reply) {
 } // namespace
 
 Engine::Engine(const std::string& program)
-    : m_drag({program, "worker"}, 1, {.seconds = runSeconds, .memory = mostMemory}),
-      m_work({program, "worker"}, 2, {.seconds = runSeconds, .memory = mostMemory}),
-      m_long({program, "worker"}, 1, {.seconds = longSeconds, .memory = mostMemory}) {}
+    : m_drag({program, "worker", "--keep-images"}, 1,
+             {.seconds = runSeconds, .memory = mostMemory}),
+      m_work({program, "worker", "--keep-images"}, 2,
+             {.seconds = runSeconds, .memory = mostMemory}),
+      m_long({program, "worker", "--keep-images"}, 1,
+             {.seconds = longSeconds, .memory = mostMemory}) {}
 
 tarvix::Pool& Engine::poolOf(Lane lane) {
     return lane == Lane::Drag ? m_drag : lane == Lane::Work ? m_work : m_long;

@@ -11,6 +11,7 @@ namespace {
 Command worker() {
     struct Options : CommonOptions {
         int threads = 1;
+        bool keepImages = false;
     };
     return command<Options>(
         {.name = "worker",
@@ -20,9 +21,11 @@ Command worker() {
             parser.add_option("--threads", o.threads, "Threads that OpenCV may use for a request")
                 ->check(wholeFrom(1, 1024))
                 ->capture_default_str();
+            parser.add_flag("--keep-images", o.keepImages,
+                            "Keep decoded images for requests that read them again");
         },
         [](const Options& o, Output&) {
-            serveRequests(o.threads);
+            serveRequests(o.threads, o.keepImages);
             return Result{};
         });
 }

@@ -73,6 +73,24 @@ TEST_F(WorkerProcess, AMessageOfTheModuleIsInTheAnswer) {
     EXPECT_EQ(run({"load", home, "-o", out}).at("status"), 0) << "it does not stick";
 }
 
+// Only the workbench reads an image again: each image that is kept costs memory.
+TEST_F(WorkerProcess, ImagesAreKeptOnRequest) {
+    const std::string image = folder / "image.bmp";
+    const auto shade = [&](tarvix::Worker& asked) {
+        EXPECT_EQ(asked.ask(requestOf({"load", image, "-o", out})).outcome, Outcome::Answered);
+        return cv::imread(out, cv::IMREAD_GRAYSCALE).at<unsigned char>(0, 0);
+    };
+    tarvix::Worker keeping({program, "worker", "--keep-images"});
+    cv::imwrite(image, cv::Mat(4, 4, CV_8UC3, cv::Scalar(10, 10, 10)));
+    const auto time = std::filesystem::last_write_time(image);
+    EXPECT_EQ(shade(worker), 10);
+    EXPECT_EQ(shade(keeping), 10);
+    cv::imwrite(image, cv::Mat(4, 4, CV_8UC3, cv::Scalar(20, 20, 20)));
+    std::filesystem::last_write_time(image, time); // nobody can tell that it has changed
+    EXPECT_EQ(shade(worker), 20);
+    EXPECT_EQ(shade(keeping), 10);
+}
+
 TEST_F(WorkerProcess, WhatIsWrongWithAFileIsInTheAnswer) {
     std::string bytes = test::bytesOf(home);
     bytes.resize(bytes.size() / 2);
