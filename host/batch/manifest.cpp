@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -94,10 +95,37 @@ const Finished* FinishedImages::find(const Digest& key) const {
     return found != m_all.end() && found->key == key ? &*found : nullptr;
 }
 
+namespace {
+
+// Throws Failure if a file that has something in it does not begin as a manifest does: a wrong name
+// must not cost the file its end.
+void requireManifest(const std::string& path) {
+    constexpr std::string_view beginning = R"({"status":")";
+    std::ifstream file(pathOf(path), std::ios::binary);
+    std::string first(beginning.size(), '\0');
+    file.read(first.data(), static_cast<std::streamsize>(first.size()));
+    first.resize(static_cast<std::size_t>(file.gcount()));
+    bool good = beginning.starts_with(first); // less than that may have been written
+    if (good && first.size() == beginning.size()) {
+        std::string line;
+        std::getline(file, line);
+        const bool whole = !file.eof();
+        const Json record = whole ? Json::parse(first + line, nullptr, false) : Json();
+        good = !whole || (record.is_object() && record.contains("key") &&
+                          (record.contains("input") || record.contains("inputHex")));
+    }
+    if (!good) {
+        throw Failure("'" + path + "' is not a manifest; nothing was written to it");
+    }
+}
+
+} // namespace
+
 ManifestWriter::ManifestWriter(std::string path) : m_path(std::move(path)) {
     std::error_code error;
     const fs::path file = pathOf(m_path);
     if (fs::exists(file, error)) {
+        requireManifest(m_path);
         std::ifstream existing(file, std::ios::binary);
         for (std::string line; std::getline(existing, line) && !existing.eof();) {
             m_size += line.size() + 1;

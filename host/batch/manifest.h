@@ -53,7 +53,8 @@ private:
 // Appends lines to a manifest.
 class ManifestWriter {
 public:
-    // Makes the file, or goes on behind its last whole line. Throws Failure.
+    // Makes the file, or goes on behind its last whole line. Throws Failure, and for a file that
+    // is not a manifest, too.
     explicit ManifestWriter(std::string path);
 
     // Adds a line, which the system has when the function returns. Throws Failure if it cannot, for

@@ -27,7 +27,7 @@ Operation::Operation(const Command& command) : m_command(command), m_job(command
 
 void Operation::addOptions(CLI::App& parser) {
     m_job.addOptions(parser);
-    for (const char* const name : {"IN", "--json", "-o"}) {
+    for (const char* const name : {"IN", "--json", "-o", "--format"}) {
         if (CLI::Option* const option = parser.get_option_no_throw(name)) {
             parser.remove_option(option);
         }
@@ -51,15 +51,22 @@ std::vector<std::string> Operation::words() const {
     return words;
 }
 
-std::vector<std::string> Operation::filesBeside() const {
-    std::vector<std::string> files;
+std::vector<std::string> Operation::valuesOf(const std::set<std::string>& names) const {
+    std::vector<std::string> values;
     for (const CLI::Option* option : m_options) {
-        const std::string& name = option->get_lnames()[0];
-        if (name == "overlay" || name == "save") {
-            files.insert(files.end(), option->results().begin(), option->results().end());
+        if (names.contains(option->get_lnames()[0])) {
+            values.insert(values.end(), option->results().begin(), option->results().end());
         }
     }
-    return files;
+    return values;
+}
+
+std::vector<std::string> Operation::filesBeside() const {
+    return valuesOf({"overlay", "save"});
+}
+
+std::vector<std::string> Operation::filesRead() const {
+    return valuesOf({"right", "apply"});
 }
 
 } // namespace host

@@ -3,6 +3,7 @@
 
 #include "host/command.h"
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,8 +32,12 @@ public:
     // The values of those options that name files to write.
     [[nodiscard]] std::vector<std::string> filesBeside() const;
 
+    // The values of those that name files to read, besides the image.
+    [[nodiscard]] std::vector<std::string> filesRead() const;
+
 private:
     explicit Operation(const Command& command);
+    [[nodiscard]] std::vector<std::string> valuesOf(const std::set<std::string>& names) const;
 
     const Command& m_command;
     Job m_job;

@@ -66,7 +66,7 @@ std::string fillIn(const std::string& text, const Placed& placed) {
             i += std::string(*found).size();
         }
     }
-    return out;
+    return out.starts_with("-") && !text.starts_with("-") ? "./" + out : out; // no option
 }
 
 bool hasPlaceholder(const std::string& text) {
@@ -85,18 +85,25 @@ void requireKnownPlaceholders(const std::string& text) {
     }
 }
 
+fs::path realFolder(const fs::path& folder) {
+    std::error_code error;
+    const fs::path named = folder.empty() ? fs::path(".") : folder;
+    fs::path real = fs::weakly_canonical(fs::absolute(named, error), error);
+    if (error) {
+        real = named;
+    }
+    if (!real.has_filename()) { // it ends with a separator
+        real = real.parent_path();
+    }
+    return tarvix::foldedPath(real);
+}
+
 Digest Places::of(const std::string& path) {
     const fs::path whole = pathOf(path);
     const std::string folder = nameOf(whole.parent_path());
     auto found = m_folders.find(folder);
     if (found == m_folders.end()) {
-        std::error_code error;
-        const fs::path parent = whole.has_parent_path() ? whole.parent_path() : fs::path(".");
-        fs::path canonical = fs::weakly_canonical(fs::absolute(parent, error), error);
-        if (error) {
-            canonical = parent;
-        }
-        found = m_folders.emplace(folder, nameOf(tarvix::foldedPath(canonical))).first;
+        found = m_folders.emplace(folder, nameOf(realFolder(whole.parent_path()))).first;
     }
     return digestOf(found->second + '/' + nameOf(tarvix::foldedPath(whole.filename())));
 }
@@ -108,10 +115,6 @@ struct Place {
     std::size_t index = 0;                          // of the input
     auto operator<=>(const Place&) const = default; // NOLINT(modernize-use-nullptr)
 };
-
-} // namespace
-
-namespace {
 
 // The places of an input: its own, and that of the file that it is a link to.
 void addPlaces(Places& places, const std::string& input, std::vector<Digest>& taken) {
@@ -141,32 +144,55 @@ void requireNotInputs(const std::vector<std::string>& inputs,
     }
 }
 
-void requireSeparatePlaces(const NameList& inputs, const std::vector<std::string>& patterns,
-                           const std::vector<std::string>& kept) {
-    if (patterns.empty()) {
+namespace {
+
+// Of what is read, in order: the inputs and what the patterns name.
+std::vector<Digest> placesRead(Places& places, const NameList& inputs,
+                               const std::vector<std::string>& patterns) {
+    std::vector<Digest> read;
+    read.reserve(inputs.size());
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        addPlaces(places, inputs.at(i), read);
+    }
+    for (const std::string& pattern : patterns) {
+        const std::size_t different = hasPlaceholder(pattern) ? inputs.size() : 1;
+        for (std::size_t i = 0; i < different; ++i) {
+            addPlaces(places, fillIn(pattern, {inputs.at(i), i + 1, inputs.size()}), read);
+        }
+    }
+    std::sort(read.begin(), read.end());
+    return read;
+}
+
+} // namespace
+
+void requireSeparatePlaces(const NameList& inputs, const BatchFiles& files) {
+    if ((files.written.empty() && files.manifest.empty()) || inputs.size() == 0) {
         return;
     }
     Places places;
-    std::vector<Digest> taken;
-    taken.reserve(kept.size() + inputs.size());
-    for (const std::string& path : kept) {
-        taken.push_back(places.of(path));
+    const std::vector<Digest> read = placesRead(places, inputs, files.read);
+    std::vector<Digest> manifest; // and what it is a link to
+    if (!files.manifest.empty()) {
+        addPlaces(places, files.manifest, manifest);
     }
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        addPlaces(places, inputs.at(i), taken);
+    for (const Digest& place : manifest) {
+        if (std::binary_search(read.begin(), read.end(), place)) {
+            throw Failure("the manifest '" + files.manifest + "' is an input, too");
+        }
     }
-    std::sort(taken.begin(), taken.end());
 
     std::vector<Place> outputs;
-    outputs.reserve(inputs.size() * patterns.size());
+    outputs.reserve(inputs.size() * files.written.size());
     const auto outputOf = [&](std::size_t index, const std::string& pattern) {
         return fillIn(pattern, {inputs.at(index), index + 1, inputs.size()});
     };
-    for (const std::string& pattern : patterns) {
+    for (const std::string& pattern : files.written) {
         for (std::size_t i = 0; i < inputs.size(); ++i) {
             const std::string output = outputOf(i, pattern);
             const Digest place = places.of(output);
-            if (std::binary_search(taken.begin(), taken.end(), place)) {
+            if (std::binary_search(read.begin(), read.end(), place) ||
+                std::find(manifest.begin(), manifest.end(), place) != manifest.end()) {
                 throw Failure("the result of '" + inputs.at(i) + "' would replace '" + output +
                               "', which is an input or the manifest");
             }

@@ -98,7 +98,9 @@ TEST_F(Batch, APoisonousImageCostsItself) {
     EXPECT_THAT(summary.out, HasSubstr("500 of 501 images done, 1 failed, 0 missing"));
     EXPECT_THAT(summary.out, HasSubstr("0100-poison.png' failed: "));
     // Failed images are finished, too, unless they are to be tried again.
-    EXPECT_THAT(tarvix(words({"--resume"})).out, HasSubstr("501 skipped"));
+    const ProgramResult resumed = tarvix(words({"--resume"}));
+    EXPECT_EQ(resumed.status, 1) << "not all are done";
+    EXPECT_THAT(resumed.out, HasSubstr("501 skipped; 1 of the skipped ones failed before"));
     EXPECT_THAT(tarvix(words({"--retry-failed"})).out,
                 HasSubstr("1 of 501 images done, 500 skipped"));
     EXPECT_EQ(tarvix({"batch-summary", manifest}).status, 0);
@@ -137,10 +139,55 @@ TEST_F(Batch, NothingIsOverwritten) {
         EXPECT_FALSE(fs::exists(manifest)) << "nothing has run";
     }
     EXPECT_EQ(test::bytesOf(folder / "in/0001.png"), before);
+    // A shell expands a pattern: the manifest is a photograph then.
+    const ProgramResult expanded = tarvix({"batch", "lines", "--resume", "--manifest",
+                                           folder / "in/0001.png", folder / "in/0002.png"});
+    test::expectOneLine(expanded, 1);
+    EXPECT_THAT(expanded.err, HasSubstr("is not a manifest"));
+    EXPECT_EQ(test::bytesOf(folder / "in/0001.png"), before);
+    // A result beside its input would be an input of the same words.
+    const ProgramResult beside =
+        tarvix({"batch", "canny", folder / "in", "--out", "{dir}/{name}-e.png"});
+    test::expectOneLine(beside, 1);
+    EXPECT_THAT(beside.err, HasSubstr("the next time"));
+    EXPECT_EQ(test::namesIn(folder / "in").size(), 3U);
     ASSERT_EQ(tarvix(words()).status, 0);
     const std::string record = test::bytesOf(manifest);
     test::expectOneLine(tarvix(words()), 1);
     EXPECT_EQ(test::bytesOf(manifest), record) << "a manifest is gone on with on request only";
+}
+
+TEST_F(Batch, AFolderThatCannotBeMadeCostsItsImages) {
+    makeInputs(4);
+    fs::create_directories(folder / "out");
+    test::writeBytes(folder / "out/0001", "a file in its place");
+    std::vector<std::string> all = words();
+    all[6] = folder / "out/{name}/edges.png";
+    const ProgramResult run = tarvix(all);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, HasSubstr("3 of 4 images done, 1 failed"));
+    EXPECT_THAT(run.err, HasSubstr("0001.png' failed: cannot make the folder '"));
+    ASSERT_EQ(lines(manifest).size(), 4U);
+    EXPECT_EQ(lines(manifest)[1].at("status"), "failed");
+    fs::remove(folder / "out/0001");
+    all.emplace_back("--retry-failed");
+    EXPECT_EQ(tarvix(all).status, 0);
+}
+
+TEST_F(Batch, OnlyWhatAnOperationCanUseIsAnOption) {
+    makeInputs(1);
+    const auto says = [&](const std::vector<std::string>& bad) {
+        const ProgramResult run = tarvix(bad);
+        test::expectOneLine(run, 2);
+        return run.err;
+    };
+    const std::string in = folder / "in";
+    EXPECT_THAT(says({"batch", "canny", in, "--out", folder / "{n}.png", "--format", "png"}),
+                HasSubstr("no option '--format'"));
+    EXPECT_THAT(says({"batch", "--jobs", "2", "canny", in}),
+                HasSubstr("'canny' must follow 'batch' at once"));
+    EXPECT_THAT(says({"--verbose", "batch", "canny", in}),
+                HasSubstr("'canny' must follow 'batch' at once"));
 }
 
 TEST_F(Batch, ShardsMakeTheWhole) {
@@ -159,6 +206,72 @@ TEST_F(Batch, ShardsMakeTheWhole) {
     EXPECT_EQ(tarvix(summary).status, 0);
     expectComplete(50);
     EXPECT_EQ(tarvix({"batch-summary", folder / "part*.jsonl"}).status, 0) << "expanded by us";
+}
+
+TEST_F(Batch, ASummaryDoesNotMixBatches) {
+    const auto write = [&](const char* name, const std::string& operation, int from, int to,
+                           int of) {
+        std::string text;
+        for (int i = from; i <= to; ++i) {
+            text += Json({{"status", "done"},
+                          {"input", std::to_string(i)},
+                          {"number", i},
+                          {"of", of},
+                          {"operation", {operation}},
+                          {"version", "1"}})
+                        .dump() +
+                    '\n';
+        }
+        test::writeBytes(folder / name, test::bytesOf(folder / name) + text);
+        return folder / name;
+    };
+    const auto summary = [&](const std::vector<std::string>& manifests) {
+        std::vector<std::string> all = {"batch-summary"};
+        all.insert(all.end(), manifests.begin(), manifests.end());
+        return tarvix(all);
+    };
+    const std::string first = write("1", "canny", 1, 4, 6);
+    const std::string second = write("2", "canny", 5, 6, 6);
+    EXPECT_EQ(summary({first, second}).status, 0);
+    const std::string merged = folder / "merged";
+    EXPECT_EQ(summary({first, second, "--out", merged}).status, 0);
+    EXPECT_EQ(lines(merged).size(), 6U);
+    // Of other operations, and of as many inputs: neither is complete.
+    const std::string other = write("3", "lines", 5, 6, 6);
+    const ProgramResult mixed = summary({first, other});
+    test::expectOneLine(mixed, 1);
+    EXPECT_THAT(mixed.err, HasSubstr("of 2 batches"));
+    EXPECT_THAT(mixed.out, HasSubstr("6 of 12 images done, 0 failed, 6 missing"));
+    const std::string larger = write("4", "canny", 7, 20, 20);
+    EXPECT_THAT(summary({first, second, larger}).out, HasSubstr("20 of 26 images done"));
+    // One manifest that goes on with other options, and with more inputs.
+    write("5", "lines", 1, 6, 6);
+    const std::string grown = write("5", "canny", 1, 6, 6);
+    EXPECT_EQ(summary({grown}).status, 0);
+    write("5", "canny", 7, 7, 7);
+    EXPECT_EQ(summary({grown}).status, 0);
+    EXPECT_THAT(summary({grown}).out, HasSubstr("7 of 7 images done"));
+    test::writeBytes(folder / "none", "");
+    test::expectOneLine(summary({folder / "none"}), 1);
+    const std::string before = test::bytesOf(first);
+    test::expectOneLine(summary({"--out", first, second, first}), 1);
+    EXPECT_EQ(test::bytesOf(first), before);
+}
+
+TEST_F(Batch, MoreManifestsThanFilesCanBeOpenAreSummed) {
+    std::vector<std::string> all = {"batch-summary"};
+    constexpr int count = 1100;
+    for (int i = 1; i <= count; ++i) {
+        all.push_back(folder / std::to_string(i));
+        test::writeBytes(all.back(), Json({{"status", "failed"},
+                                           {"input", std::to_string(i)},
+                                           {"message", "bad"},
+                                           {"number", i},
+                                           {"of", count}})
+                                             .dump() +
+                                         '\n');
+    }
+    EXPECT_THAT(tarvix(all).out, HasSubstr("'1100' failed: bad"));
 }
 
 TEST_F(Batch, BadUsageIsFoundBeforeAnythingRuns) {

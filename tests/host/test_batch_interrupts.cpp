@@ -3,15 +3,18 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <thread>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,8 +26,11 @@ using testing::HasSubstr;
 // The program, running beside the test. What it prints goes to files.
 class Running {
 public:
-    Running(std::vector<std::string> words, const std::string& out, const std::string& err) {
-        words.insert(words.begin(), std::filesystem::absolute(TARVIX_PROGRAM).string());
+    //   in  a descriptor for its standard input, or -1
+    Running(std::vector<std::string> words, const std::string& out, const std::string& err,
+            const std::string& program = std::filesystem::absolute(TARVIX_PROGRAM).string(),
+            int in = -1) {
+        words.insert(words.begin(), program);
         std::vector<char*> pointers;
         pointers.reserve(words.size() + 1);
         for (std::string& word : words) {
@@ -34,6 +40,9 @@ public:
         m_process = fork();
         if (m_process == 0) {
             static_cast<void>(std::signal(SIGINT, SIG_DFL)); // a shell's background ignores it
+            if (in >= 0) {
+                dup2(in, STDIN_FILENO);
+            }
             static_cast<void>(std::freopen(out.c_str(), "w", stdout));
             static_cast<void>(std::freopen(err.c_str(), "w", stderr));
             execv(pointers[0], pointers.data());
@@ -70,6 +79,16 @@ public:
     // What it ended with; -1 if a signal ended it.
     [[nodiscard]] int status() const {
         return m_status && WIFEXITED(*m_status) ? WEXITSTATUS(*m_status) : -1;
+    }
+    // Kills the processes that it has started.
+    void killChildren() const {
+        const std::string threads = "/proc/" + std::to_string(m_process) + "/task";
+        for (const auto& thread : std::filesystem::directory_iterator(threads)) {
+            std::ifstream numbers(thread.path() / "children");
+            for (pid_t child = 0; numbers >> child;) {
+                kill(child, SIGKILL);
+            }
+        }
     }
 
 private:
@@ -156,6 +175,44 @@ TEST_F(InterruptedBatch, StopsAtOnceTheSecondTime) {
     EXPECT_EQ(recorded(), 1U);
     EXPECT_EQ(test::namesIn(folder / "out").size(), 1U);
     EXPECT_THAT(test::bytesOf(folder / "err.txt"), HasSubstr("51 images are left"));
+}
+
+// An image is not to blame for a worker that cannot be started.
+TEST_F(InterruptedBatch, EndsIfNoWorkerCanBeStarted) {
+    const std::string copy = test::copyProgram(TARVIX_PROGRAM, folder.path());
+    Running run(listed({"--jobs", "1"}), folder / "out.txt", folder / "err.txt", copy);
+    ASSERT_TRUE(run.runsUntil([&] { return workerHasPipe(); }));
+    std::filesystem::remove(copy);
+    run.killChildren();
+    EXPECT_FALSE(run.runsUntil([] { return false; }));
+    closePipe();
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_THAT(test::bytesOf(folder / "err.txt"),
+                HasSubstr("no worker process can be started: the program"));
+    ASSERT_EQ(lines(manifest).size(), 2U) << "the images that had a worker";
+    EXPECT_EQ(lines(manifest)[1].at("message"), "the worker process was ended by signal 9");
+    std::filesystem::remove(pipe);
+    cv::imwrite(pipe, cv::Mat(5, 5, CV_8UC1, cv::Scalar(3)));
+    EXPECT_EQ(test::tarvix(listed({"--retry-failed"})).status, 0);
+    EXPECT_EQ(lines(manifest).size(), 53U);
+}
+
+TEST(BatchOfTypedNames, IsInterruptedWhileTheyAreTyped) {
+    const test::TempFolder folder;
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    Running run({"batch", "lines", "-"}, folder / "out.txt", folder / "err.txt",
+                std::filesystem::absolute(TARVIX_PROGRAM).string(), ends[0]);
+    ASSERT_EQ(write(ends[1], "a.jpg\n", 6), 6);
+    const auto isRead = [&] {
+        int left = 0;
+        return ioctl(ends[0], FIONREAD, &left) == 0 && left == 0;
+    };
+    EXPECT_TRUE(run.runsUntil(isRead)); // and it waits for the next name
+    run.send(SIGINT);
+    EXPECT_FALSE(run.runsUntil([] { return false; }));
+    close(ends[0]);
+    close(ends[1]);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "host/batch/batch.h"
 #include "host/batch/batch_progress.h"
 #include "host/batch/inputs.h"
+#include "host/batch/later_inputs.h"
 #include "host/batch/manifest.h"
 #include "host/batch/places.h"
 #include "host/failure.h"
@@ -13,6 +14,10 @@
 #include <filesystem>
 #include <set>
 #include <sstream>
+
+#if __has_include(<sys/wait.h>)
+#include "tests/support/other_user.h"
+#endif
 
 namespace {
 
@@ -76,6 +81,60 @@ TEST_F(Inputs, AreFilesFoldersPatternsAndLists) {
         << "in the order of the words, each once";
 }
 
+TEST_F(Inputs, QuestionMarksAreCharacters) {
+    test::writeBytes(folder / "a/b/\xc3\xbc.jpg", "x"); // u with two dots, two bytes
+    EXPECT_EQ(expand({"a/b/?.jpg"}).size(), 2U);
+    EXPECT_THROW(expand({"a/b/??.jpg"}), host::Failure);
+    EXPECT_EQ(expand({"a/b/*?.jpg"}).size(), 2U);
+}
+
+// Which of the folders and patterns would give a file that is made later.
+TEST_F(Inputs, ResultsThatWouldBeInputsAreRefused) {
+    const auto wouldBe = [&](const std::string& word, const std::string& result) {
+        return host::LaterInputs({word}).wordFor(result) != nullptr;
+    };
+    EXPECT_TRUE(wouldBe("a", "a/1-edges.jpg"));
+    EXPECT_TRUE(wouldBe("a", "a/b/../1-edges.jpg"));
+    EXPECT_TRUE(wouldBe("a/", fs::absolute("a/1-edges.jpg").string()));
+    EXPECT_FALSE(wouldBe("a", "a/1.xml"));
+    EXPECT_FALSE(wouldBe("a", "a/.1.jpg"));
+    EXPECT_FALSE(wouldBe("a", "a/edges/1.jpg"));
+    EXPECT_TRUE(wouldBe("a/*.jpg", "a/new.jpg"));
+    EXPECT_FALSE(wouldBe("a/*.jpg", "a/new.png"));
+    EXPECT_FALSE(wouldBe("a/*.jpg", "a/b/new.jpg"));
+    EXPECT_TRUE(wouldBe("a/**/*.jpg", "a/new.jpg"));
+    EXPECT_TRUE(wouldBe("a/**/*.jpg", "a/new/deep/new.jpg"));
+    EXPECT_FALSE(wouldBe("a/**/*.jpg", "a/.new/new.jpg"));
+    EXPECT_FALSE(wouldBe("a/**/*.jpg", "other/new.jpg"));
+    EXPECT_TRUE(wouldBe("**/x/*", "a/x/new.jpg"));
+    EXPECT_FALSE(wouldBe("**/x/*", "a/y/new.jpg"));
+    EXPECT_TRUE(wouldBe("*.jpg", "new.jpg"));
+    EXPECT_FALSE(wouldBe("a/1.jpg", "a/new.jpg")) << "a file";
+    EXPECT_FALSE(wouldBe("@list", "a/new.jpg")) << "a list";
+    host::NameList inputs;
+    inputs.add("a/1.jpg");
+    EXPECT_THROW(host::requireNoLaterInputs(inputs, {"a"}, {"{dir}/{name}-e.png"}, ""),
+                 host::Failure);
+    EXPECT_THROW(host::requireNoLaterInputs(inputs, {"a/*"}, {}, "a/m.jsonl"), host::Failure);
+    EXPECT_NO_THROW(host::requireNoLaterInputs(inputs, {"a"}, {"e/{name}.png"}, "a/m.jsonl"));
+}
+
+#if __has_include(<sys/wait.h>)
+TEST_F(Inputs, FoldersThatCannotBeReadAreNotLeftOut) {
+    if (!test::isPrivileged()) {
+        GTEST_SKIP() << "only a privileged user can become another one";
+    }
+    fs::permissions(folder.path(), fs::perms::all);
+    fs::permissions(folder / "a/b/c", fs::perms::none);
+    {
+        const test::OtherUser user;
+        EXPECT_THROW(expand({"a/**/*.jpg"}), host::Failure);
+        EXPECT_THROW(expand({"a/b/c"}), host::Failure);
+        EXPECT_EQ(expand({"a/*.jpg"}).size(), 2U);
+    }
+}
+#endif
+
 TEST_F(Inputs, ThatGiveNothingAreRefused) {
     for (const char* word : {"a/*.gif", "nowhere/*.jpg", "@missing", "empty", "**/x/*"}) {
         EXPECT_THROW(expand({word}), host::Failure) << word;
@@ -109,16 +168,34 @@ TEST(Places, NoTwoOutputsAndNoInputShareOne) {
         inputs.add(folder / name);
     }
     const auto require = [&](const std::string& pattern) {
-        host::requireSeparatePlaces(inputs, {folder / pattern}, {folder / "m.jsonl"});
+        host::requireSeparatePlaces(
+            inputs, {.written = {folder / pattern}, .manifest = folder / "m.jsonl"});
     };
     EXPECT_NO_THROW(require("out/{n}.png"));
     EXPECT_NO_THROW(require("a/{n}.png"));
     EXPECT_THROW(require("out/{name}.png"), host::Failure);
     EXPECT_THROW(require("out/{n}/../x.png"), host::Failure) << "one folder by two names";
     EXPECT_THROW(require("a/{name}.png"), host::Failure) << "an input";
-    EXPECT_THROW(host::requireSeparatePlaces(inputs, {"{dir}/{name}.png"}, {}), host::Failure);
-    EXPECT_NO_THROW(host::requireSeparatePlaces(inputs, {"{dir}/{name}-edges.png"}, {}));
+    const auto requireOf = [&](const host::BatchFiles& files) {
+        host::requireSeparatePlaces(inputs, files);
+    };
+    EXPECT_THROW(requireOf({.written = {"{dir}/{name}.png"}}), host::Failure);
+    EXPECT_NO_THROW(requireOf({.written = {"{dir}/{name}-edges.png"}}));
     EXPECT_THROW(require("m.jsonl"), host::Failure) << "the manifest";
+    EXPECT_THROW(requireOf({.manifest = folder / "b/x.png"}), host::Failure) << "is an input";
+    EXPECT_NO_THROW(requireOf({.manifest = folder / "b/y.png"}));
+    const std::string right = folder / "right/{n}.png";
+    EXPECT_THROW(requireOf({.written = {right}, .read = {right}}), host::Failure);
+    EXPECT_THROW(
+        requireOf({.written = {folder / "right/{n}.png"}, .read = {folder / "right/2.png"}}),
+        host::Failure);
+    EXPECT_NO_THROW(requireOf({.written = {folder / "out/{n}.png"}, .read = {right}}));
+    EXPECT_THROW(requireOf({.read = {right}, .manifest = folder / "right/1.png"}), host::Failure);
+}
+
+TEST(Places, AFilledInNameIsNoOption) {
+    EXPECT_EQ(host::fillIn("{name}.png", {"./-a.jpg", 1, 1}), "./-a.png");
+    EXPECT_EQ(host::fillIn("-5", {"a.jpg", 1, 1}), "-5");
 }
 
 TEST(Shards, TakeEveryInputOnce) {
@@ -148,6 +225,8 @@ TEST(Shards, OfAJobArrayComeFromItsVariables) {
     const test::ScopedEnvironment step("SLURM_ARRAY_TASK_STEP", "2");
     EXPECT_EQ(host::readShard("slurm").index, 3U);
     EXPECT_EQ(host::readShard("slurm").count, 8U);
+    const test::ScopedEnvironment beyond("SLURM_ARRAY_TASK_ID", "26"); // the ninth of eight
+    EXPECT_THROW(host::readShard("slurm"), host::BadUsage);
 }
 
 TEST(Digests, TextAndBack) {
@@ -164,7 +243,10 @@ TEST(Digests, TextAndBack) {
 }
 
 Json lineOf(const std::string& text, const std::string& status = "done") {
-    return {{"key", host::asText(host::digestOf(text))}, {"status", status}, {"bytes", 5}};
+    return {{"status", status},
+            {"input", text},
+            {"bytes", 5},
+            {"key", host::asText(host::digestOf(text))}};
 }
 
 TEST(Manifests, GoOnBehindTheLastWholeLine) {
@@ -183,6 +265,25 @@ TEST(Manifests, GoOnBehindTheLastWholeLine) {
     }
     EXPECT_THROW(host::ManifestWriter(folder / "no/m.jsonl"), host::Failure);
     EXPECT_THROW(host::FinishedImages(folder / "missing"), host::Failure);
+}
+
+TEST(Manifests, AnotherFileIsLeftAsItIs) {
+    const test::TempFolder folder;
+    const std::string path = folder / "photo.jpg";
+    for (const std::string& bytes :
+         {std::string("\xff\xd8\xff\n\n\0", 6), std::string("text"), std::string("text\n"),
+          std::string("{\n"), std::string("{}\n{"), std::string("{\"status\":\"ok\"}\n"),
+          std::string("\n"), std::string(1, '\0')}) {
+        test::writeBytes(path, bytes);
+        EXPECT_THROW(host::ManifestWriter{path}, host::Failure) << bytes;
+        EXPECT_EQ(test::bytesOf(path), bytes);
+    }
+    for (const std::string& half :
+         {std::string(), std::string("{"), std::string("{\"status\":\"d"), lineOf("a").dump()}) {
+        test::writeBytes(path, half); // killed while it wrote the first line
+        EXPECT_NO_THROW(host::ManifestWriter(path).add(lineOf("b"))) << half;
+        EXPECT_EQ(test::bytesOf(path), lineOf("b").dump() + "\n");
+    }
 }
 
 TEST(Manifests, TheLastLineOfAnImageCounts) {
