@@ -1,7 +1,14 @@
+#include "platform/system/control_groups.h"
 #include "platform/system/free_memory.h"
 
+#include <algorithm>
 #include <fstream>
 #include <string>
+#include <thread>
+
+#ifdef __linux__
+#include <sched.h>
+#endif
 
 namespace tarvix {
 
@@ -10,10 +17,22 @@ std::uint64_t freeMemory() {
     std::ifstream file("/proc/meminfo");
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with(name)) {
-            return std::stoull(line.substr(name.size())) * 1024;
+            const std::uint64_t bytes = std::stoull(line.substr(name.size())) * 1024;
+            return std::max<std::uint64_t>(1, std::min(bytes, groupLimits("/").memory));
         }
     }
     return 0;
+}
+
+std::size_t processors() {
+    std::uint64_t there = std::max(1U, std::thread::hardware_concurrency());
+#ifdef __linux__
+    cpu_set_t ours;
+    if (sched_getaffinity(0, sizeof ours, &ours) == 0) {
+        there = static_cast<std::uint64_t>(CPU_COUNT(&ours));
+    }
+#endif
+    return std::min(there, groupLimits("/").processors);
 }
 
 } // namespace tarvix

@@ -1,5 +1,8 @@
 #include "platform/system/free_memory.h"
 
+#include <algorithm>
+#include <thread>
+
 #include <windows.h>
 
 namespace tarvix {
@@ -8,6 +11,10 @@ std::uint64_t freeMemory() {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof status;
     return GlobalMemoryStatusEx(&status) != 0 ? status.ullAvailPhys : 0;
+}
+
+std::size_t processors() {
+    return std::max(1U, std::thread::hardware_concurrency());
 }
 
 } // namespace tarvix
