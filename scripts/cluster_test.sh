@@ -146,9 +146,15 @@ lines() { # TASK COUNT: whether its record has as many
   [ "$(wc -l <"$work/manifests/$1.jsonl")" -ge "$2" ]
 }
 until_true "the first task is at work" lines 0 3
+is_batch() { # PROCESS: not one of its workers, which end with it
+  [ "$(cat "/proc/$1/comm" 2>/dev/null)" = tarvix ] &&
+    [ "$(tr '\0' '\n' <"/proc/$1/cmdline" 2>/dev/null | sed -n 2p)" = batch ]
+}
+how="was over before it could be killed"
 for process in $(ours SLURM_ARRAY_TASK_ID=0); do
-  if [ "$(cat "/proc/$process/comm" 2>/dev/null)" = tarvix ]; then kill -9 "$process" 2>/dev/null || true; fi
+  if is_batch "$process" && kill -9 "$process" 2>/dev/null; then how="was killed while it ran"; fi
 done
+say "the first task $how"
 task_is() { # TASK STATES
   scontrol -o show job "${job}_$1" | grep -Eq "JobState=($2)"
 }
@@ -162,6 +168,7 @@ until_true "its task has begun, or is over" \
   bash -c "[ \"\$(wc -l <'$work/manifests/$task.jsonl')\" -ge 2 ] || ! squeue -h -t R -w n2 -o %K | grep -qx '$task'"
 # What would report an end first, as when the power fails: the daemon, the parents of its jobs, the jobs.
 kill -9 "$second"
+how="had ended task"
 mapfile -t jobs < <(ours SLURMD_NODENAME=n2)
 for process in "${jobs[@]}"; do
   parent=$(awk '$1 == "PPid:" { print $2 }' "/proc/$process/status" 2>/dev/null || true)
@@ -169,9 +176,12 @@ for process in "${jobs[@]}"; do
     kill -9 "$parent" 2>/dev/null || true
   fi
 done
-for process in "${jobs[@]}"; do kill -9 "$process" 2>/dev/null || true; done
+for process in "${jobs[@]}"; do
+  if is_batch "$process"; then how="was running task"; fi
+  kill -9 "$process" 2>/dev/null || true
+done
 scontrol update NodeName=n2 State=DOWN Reason=stopped
-say "the second node was stopped while it had task $task"
+say "the second node was stopped; it $how $task"
 
 # What waits for its credentials to expire need not.
 finished() {
@@ -191,5 +201,5 @@ for node in n1 n2; do
   say "$node: $(grep -c "\"node\":\"$node\"" "$work/merged.jsonl") images"
   grep -q "\"node\":\"$node\"" "$work/merged.jsonl" || die "$node did nothing"
 done
-[ "$(cat "$work"/manifests/*.jsonl | wc -l)" = 400 ] || die "an image was run twice"
+[ "$(cat "$work"/manifests/*.jsonl | wc -l)" = 400 ] || die "an image was recorded twice"
 say "cluster: 400 images, complete and equal"

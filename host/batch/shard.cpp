@@ -24,8 +24,12 @@ Shard ofSlurm() {
     const int step = std::max(1, variable("SLURM_ARRAY_TASK_STEP"));
     const int index =
         (variable("SLURM_ARRAY_TASK_ID") - variable("SLURM_ARRAY_TASK_MIN")) / step + 1;
-    return {.index = static_cast<std::size_t>(std::max(1, index)),
-            .count = static_cast<std::size_t>(std::max(1, variable("SLURM_ARRAY_TASK_COUNT")))};
+    const int count = variable("SLURM_ARRAY_TASK_COUNT");
+    if (index < 1 || index > count) { // as of --array=0,1,5
+        throw BadUsage("--shard slurm needs an array without gaps; write I/N for task " +
+                       std::to_string(variable("SLURM_ARRAY_TASK_ID")));
+    }
+    return {.index = static_cast<std::size_t>(index), .count = static_cast<std::size_t>(count)};
 }
 
 } // namespace

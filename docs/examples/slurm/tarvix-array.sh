@@ -4,11 +4,16 @@
 #
 #   sbatch --array=0-7 tarvix-array.sh canny '/shared/photos/**/*.jpg' --out '/shared/edges/{n}.png'
 #
-# The records go to the folder $MANIFESTS, or ./manifests. A task that is requeued goes on where it was.
+# The records go to the folder $MANIFESTS, or ./manifests. A task that is requeued goes on where it was. For single tasks
+# of an array, or an array with gaps, say how many parts there are; task 0 has the first one:
+#
+#   PARTS=8 sbatch --array=3,5 tarvix-array.sh canny '/shared/photos/**/*.jpg' --out '/shared/edges/{n}.png'
 #SBATCH --job-name=tarvix
 #SBATCH --requeue
 #SBATCH --open-mode=append
 set -eu
 manifests=${MANIFESTS:-manifests}
 mkdir -p "$manifests"
-exec tarvix batch "$@" --shard slurm --manifest "$manifests/$SLURM_ARRAY_TASK_ID.jsonl" --resume
+shard=slurm
+if [ -n "${PARTS:-}" ]; then shard=$((SLURM_ARRAY_TASK_ID + 1))/$PARTS; fi
+exec tarvix batch "$@" --shard "$shard" --manifest "$manifests/$SLURM_ARRAY_TASK_ID.jsonl" --resume
