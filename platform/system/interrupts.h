@@ -7,7 +7,8 @@
 namespace tarvix {
 
 // While an object of this class lives, such a wish calls a function instead of ending the process.
-// One object at a time.
+// On Windows, a process whose console is closed, or whose user logs off, has some seconds to end by
+// itself. One object at a time.
 class Interrupts {
 public:
     // `onInterrupt` is called on a thread of its own, once for each wish. It must not throw.

@@ -1,5 +1,6 @@
 #include "platform/system/interrupts.h"
 
+#include <atomic>
 #include <mutex>
 
 #include <windows.h>
@@ -15,13 +16,26 @@ namespace {
 std::mutex mutex;                         // guards the next one
 std::function<void()>* current = nullptr; // of the object that lives
 
-// The system calls it on a thread of its own.
-BOOL WINAPI onEvent(DWORD /*event*/) {
+std::atomic<bool> ending = false; // a call of onEvent() does not return any more
+
+bool tell() {
     const std::lock_guard lock(mutex);
     if (current == nullptr) {
-        return FALSE;
+        return false;
     }
     (*current)();
+    return true;
+}
+
+// The system calls it on a thread of its own.
+BOOL WINAPI onEvent(DWORD event) {
+    if (!tell()) {
+        return FALSE;
+    }
+    if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
+        ending = true;
+        Sleep(INFINITE); // the system ends the process when this returns, or after some seconds
+    }
     return TRUE;
 }
 
@@ -35,7 +49,9 @@ Interrupts::Interrupts(std::function<void()> onInterrupt) : m_state(std::make_un
 }
 
 Interrupts::~Interrupts() {
-    SetConsoleCtrlHandler(onEvent, FALSE);
+    if (!ending) { // else it might wait for that call
+        SetConsoleCtrlHandler(onEvent, FALSE);
+    }
     const std::lock_guard lock(mutex);
     current = nullptr;
 }
