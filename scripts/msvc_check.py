@@ -164,6 +164,16 @@ class Checker:
         print(f"==> {name}: {len(sources)} files have none of the names {' '.join(sorted(names))}" if not self.bad else
               f"==> {name}: {len(sources)} files looked at")
 
+    def tests(self, name):
+        """Tests find in Visual Studio's build what they need: OpenCV's photographs, and no name as g++ decorates it."""
+        photographs = re.search(r"^TARVIX_PHOTOS:PATH=(.*)$", (BUILDS / name / "CMakeCache.txt").read_text(), re.MULTILINE).group(1)
+        if pathlib.Path(photographs) != BUILDS / "opencv_source" / "samples" / "data":
+            self.note(f"the tests take photographs from {photographs}, and not from OpenCV's source archive")
+        for folder in ("module", "windows"):
+            for path in sorted((ROOT / "tests" / folder).iterdir()):
+                if path.suffix in (".cpp", ".txt") and re.search(r"\b_ZN?\d", path.read_text()):
+                    self.note(f"{path.relative_to(ROOT)} has a name as g++ decorates it")
+
     def exports(self, name):
         """The names that the objects of the module ask the linker to export are those of exports.txt, read back."""
         build = BUILDS / name
@@ -201,6 +211,7 @@ def main():
     checker.sources("x64")
     checker.sources("stand_in")
     checker.names_of_macros("x64")
+    checker.tests("x64")
     for name in ("x64", "x86"):
         checker.public_headers(name)
         checker.exports(name)

@@ -20,7 +20,7 @@ ln -sfn /usr/share/doc/opencv-doc/examples/data "$opencv/samples/data"
 configure() { # configure NAME PROCESSOR OPTION...
   cmake -S "$root" -B "$builds/$1" -G Ninja "-DCMAKE_TOOLCHAIN_FILE=$root/tests/msvc/toolchain.cmake" \
     "-DTARVIX_MSVC_TARGET=$2" -DCMAKE_BUILD_TYPE=Release -DTARVIX_BUILD_TESTS=ON -DTARVIX_BUILD_BENCH=ON \
-    -DTARVIX_WERROR=ON -DTARVIX_BOOST_INCLUDE=OFF "${@:3}"
+    -DTARVIX_WERROR=ON -DTARVIX_BOOST_INCLUDE=OFF -UTARVIX_PHOTOS "${@:3}"
 }
 say "Visual Studio's branch of the build: configuring"
 # Without OpenCV's source archive, the user is told about it.
