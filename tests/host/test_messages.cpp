@@ -169,8 +169,8 @@ TEST_F(Messages, LongWorkSaysInATerminalWhatItDoes) {
 }
 
 void printAsLibrariesDo(const char* text) {
-    std::fputs(text, stderr);
-    std::fflush(stderr);
+    static_cast<void>(std::fputs(text, stderr));
+    static_cast<void>(std::fflush(stderr));
 }
 
 TEST(StrayLines, AreTakenOnceAndWithoutRepetitions) {
