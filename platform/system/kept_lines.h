@@ -9,6 +9,9 @@
 
 namespace tarvix {
 
+// Bytes that a file of kept lines may have before it is emptied: a worker may run for days.
+inline constexpr long longestKept = 1L << 20U;
+
 // Writes each character sequence at once, by the given function.
 class UnbufferedStream : public std::streambuf {
 public:

@@ -48,7 +48,7 @@ void atAbort(int number) {
 int temporaryFile() {
     const char* const folder = std::getenv("TMPDIR");
     std::string name = std::string(folder == nullptr ? "/tmp" : folder) + "/tarvix-XXXXXX";
-    const int file = mkostemp(name.data(), O_CLOEXEC);
+    const int file = mkostemp(name.data(), O_CLOEXEC | O_APPEND);
     if (file >= 0) {
         unlink(name.c_str());
     }
@@ -96,6 +96,10 @@ std::vector<std::string> takeStrayLines() {
     for (ssize_t count = 0; kept >= 0 && (count = pread(kept, part, sizeof part, taken)) > 0;
          taken += count) {
         text.append(part, static_cast<std::size_t>(count));
+    }
+    // What another thread prints at this moment is lost.
+    if (taken > longestKept && ftruncate(kept, 0) == 0) {
+        taken = 0;
     }
     return differentLines(text);
 }

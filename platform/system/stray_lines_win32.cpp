@@ -74,6 +74,10 @@ std::vector<std::string> takeStrayLines() {
         for (int count = 0; (count = _read(kept, part, sizeof part)) > 0; taken += count) {
             text.append(part, static_cast<std::size_t>(count));
         }
+        // What another thread prints at this moment is lost.
+        if (taken > longestKept && _chsize(kept, 0) == 0) {
+            taken = 0;
+        }
         _lseek(kept, 0, SEEK_END);
     }
     return differentLines(text);

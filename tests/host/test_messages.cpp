@@ -15,6 +15,11 @@
 #include <iostream>
 #include <sstream>
 
+#if __has_include(<sys/wait.h>)
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 namespace {
 
 using test::expectOneLine;
@@ -189,6 +194,26 @@ TEST(StrayLines, AreTakenOnceAndWithoutRepetitions) {
     }
     printAsLibrariesDo("afterwards\n");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "ours\n7\nafterwards\n");
+}
+
+TEST(StrayLines, TakeNoMoreOfTheDiskEachTime) {
+    const std::string line(999, 'x');
+    std::string many;
+    for (int i = 0; i < 2000; ++i) {
+        many.append(line).append("\n");
+    }
+    const tarvix::StrayLines lines;
+    for (int i = 0; i < 3; ++i) {
+        printAsLibrariesDo(many.c_str());
+        EXPECT_THAT(tarvix::takeStrayLines(), ElementsAre(line));
+#if __has_include(<sys/wait.h>)
+        struct stat kept {};
+        ASSERT_EQ(fstat(STDERR_FILENO, &kept), 0);
+        EXPECT_LT(kept.st_size, 1500000);
+#endif
+    }
+    printAsLibrariesDo("short\n");
+    EXPECT_THAT(tarvix::takeStrayLines(), ElementsAre("short"));
 }
 
 #if GTEST_HAS_DEATH_TEST && __has_include(<sys/wait.h>)
