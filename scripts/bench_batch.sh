@@ -13,7 +13,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 photo=${TARVIX_PHOTOS:-/usr/share/doc/opencv-doc/examples/data}/fruits.jpg
 
-# images FOLDER COUNT WIDTH HEIGHT: links to one image, which is all the same to every way of running.
+# images FOLDER COUNT WIDTH HEIGHT: copies of one image, which is all the same to every way of running.
 images() {
   mkdir "$work/$1"
   "$program" warp "$photo" -o "$work/$1.jpg" --from 0,0 511,0 511,479 0,479 --to 0,0 "$3,0" "$3,$4" "0,$4"
