@@ -1,12 +1,16 @@
 #include "host/saving.h"
 
 #include "host/application.h"
+#include "host/batch/digest.h"
 #include "host/failure.h"
 #include "platform/system/paths.h"
+#include "platform/system/process_identity.h"
 
 #include <opencv2/imgcodecs.hpp>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -39,17 +43,18 @@ void moveTo(const fs::path& finished, const std::string& path) {
     }
 }
 
-// Where a file is written until it is whole.
-fs::path halfOf(const fs::path& target) {
-    fs::path half = target;
-    half.replace_filename(fs::path(".half-") += target.filename());
-    return half;
+// What the names of this machine's half-written files begin with.
+const std::string& halfOfMachine() {
+    constexpr std::size_t digits = 8;
+    static const std::string beginning =
+        ".half-" + asText(digestOf(tarvix::machine())).substr(0, digits) + "-";
+    return beginning;
 }
 
 // Lets `write` make a file beside the target and renames that. `write` says whether the file is
 // whole.
 void replaceFile(const std::string& path, const std::function<bool(const fs::path& half)>& write) {
-    const fs::path half = halfOf(pathOf(path));
+    const fs::path half = pathOf(halfOf(path, tarvix::ownProcess()));
     try {
         bool whole = false;
         std::string reason = std::ofstream(half).good() ? "" : systemReason();
@@ -82,6 +87,18 @@ bool writeBytes(const fs::path& path, const std::string& bytes) {
 }
 
 } // namespace
+
+std::string halfOf(const std::string& path, std::uint64_t process) {
+    constexpr std::size_t longest = 200; // the file system's limit is 255
+    const fs::path target = pathOf(path);
+    const fs::path name = target.filename();
+    const fs::path::string_type& text = name.native();
+    const std::size_t cut = text.size() > longest ? text.size() - longest : 0;
+    fs::path half = target;
+    half.replace_filename(fs::path(halfOfMachine() + std::to_string(process) + "-") +=
+                          fs::path(text.substr(cut)));
+    return nameOf(half);
+}
 
 void requireFolderOf(const std::string& path) {
     const fs::path target = pathOf(path);
@@ -160,9 +177,28 @@ std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path
     return leftOut;
 }
 
-void removeHalf(const std::string& path) {
+void removeHalf(const std::string& path, std::uint64_t process) {
     std::error_code ignored;
-    fs::remove(halfOf(pathOf(path)), ignored);
+    fs::remove(pathOf(halfOf(path, process)), ignored);
+}
+
+void removeHalvesIn(const std::string& folder) {
+    const std::string& ours = halfOfMachine();
+    std::error_code error;
+    for (fs::directory_iterator entry(folder.empty() ? fs::path(".") : pathOf(folder), error), end;
+         !error && entry != end; entry.increment(error)) {
+        const std::string name = nameOf(entry->path().filename());
+        const std::size_t number = ours.size();
+        const std::size_t dash = name.find('-', std::min(number, name.size()));
+        std::uint64_t process = 0;
+        if (name.starts_with(ours) && dash != std::string::npos &&
+            std::from_chars(name.data() + number, name.data() + dash, process).ptr ==
+                name.data() + dash &&
+            !tarvix::isRunning(process)) {
+            std::error_code ignored;
+            fs::remove(entry->path(), ignored);
+        }
+    }
 }
 
 void saveText(const std::string& text, const std::string& path) {

@@ -6,6 +6,7 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -38,8 +39,16 @@ void requireWritable(const std::string& path);
 // Throws Failure if the extension is not a format that can be written.
 void requireImageFormat(const std::string& path);
 
-// Removes what a process that was ended in the middle may have left of writing that file.
-void removeHalf(const std::string& path);
+// Where a process of this machine writes the file until it is whole: beside it, and where no other
+// process does.
+std::string halfOf(const std::string& path, std::uint64_t process);
+
+// Removes what a process of this machine that was ended in the middle may have left of writing
+// that file.
+void removeHalf(const std::string& path, std::uint64_t process);
+
+// Removes what processes of this machine that have ended left in the folder.
+void removeHalvesIn(const std::string& folder);
 
 // Writes the text as it is. Throws Failure if it cannot; an existing file is then unchanged.
 void saveText(const std::string& text, const std::string& path);

@@ -140,6 +140,7 @@ void Worker::State::finish(Reply& reply) {
     const std::lock_guard lock(mutex);
     asking = false;
     reply.peakMemory = std::max(child->peakMemory(), mostSeen);
+    reply.process = child->number();
     if (reply.outcome == Outcome::Answered && !ended) {
         return;
     }

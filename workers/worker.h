@@ -39,6 +39,7 @@ struct Reply {
     std::string why{};            // a sentence without full stop, of all others
     double seconds = 0;           // that the request took
     std::uint64_t peakMemory = 0; // most bytes of the process meanwhile; 0: not known
+    std::uint64_t process = 0;    // the system's number of it; 0: there was none
 };
 
 // Gets what is in "progress". It is called by the thread that asks.

@@ -68,22 +68,6 @@ private:
     std::string m_notStarted;   // why a worker was not
 };
 
-void requireSense(const BatchOptions& options, const Operation& operation) {
-    requireKnownPlaceholders(options.pattern);
-    if (operation.mustWriteImage() && options.pattern.empty()) {
-        throw BadUsage("'" + operation.name() + "' writes images: --out says where to");
-    }
-    if (!operation.mayWriteImage() && !options.pattern.empty()) {
-        throw BadUsage("'" + operation.name() + "' writes no images: leave --out out");
-    }
-    if ((options.resume || options.retryFailed) && options.manifest.empty()) {
-        throw BadUsage("--resume and --retry-failed need --manifest, which says what is done");
-    }
-    if (!options.pattern.empty()) {
-        requireImageFormat(fillIn(options.pattern, {"image.png", 1, 1}));
-    }
-}
-
 Batch::Batch(const BatchOptions& options, const Operation& operation, Output& output)
     : m_options(options), m_output(output), m_shard(readShard(options.shard)),
       m_tasks(operation, options.pattern) {
@@ -140,9 +124,12 @@ bool Batch::isFinished(Task& task) {
 void Batch::makeFolders(const Task& task) {
     for (const std::string& output : task.outputs) {
         const std::string folder = nameOf(pathOf(output).parent_path());
-        if (!folder.empty() && !m_folders.contains(folder)) {
-            makeFolder(folder);
+        if (!m_folders.contains(folder)) {
+            if (!folder.empty()) {
+                makeFolder(folder);
+            }
             m_folders.insert(folder);
+            removeHalvesIn(folder); // of a run that was killed
         }
     }
 }
@@ -161,7 +148,7 @@ void Batch::begin(tarvix::Pool& pool, const Task& task) {
     pool.submit(tarvix::requestOf(task.words), [=, this](const tarvix::Reply& reply) {
         if (reply.outcome != tarvix::Outcome::Answered) { // ended in the middle, perhaps
             for (const std::string& output : task.outputs) {
-                removeHalf(output);
+                removeHalf(output, reply.process);
             }
         }
         std::optional<Recorder::Entry> entry;
@@ -264,6 +251,8 @@ Result Batch::run() {
         submitAll(pool, progress, workers * perWorker);
         finishOrStop(pool, progress);
     }
+    // What workers of a killed run were still ending at our start.
+    std::for_each(m_folders.begin(), m_folders.end(), removeHalvesIn);
     m_recorder->rethrow();
     if (!whyNotStarted().empty()) {
         throw Failure("no worker process can be started: " + whyNotStarted() +
@@ -306,23 +295,6 @@ Result runBatch(const BatchOptions& options, const Operation* operation, Output&
                        (isOne ? options.operation : "OPERATION") + " ...");
     }
     return Batch(options, *operation, output).run();
-}
-
-std::string batchAsText(const Json& data) {
-    const auto number = [&data](const char* member) {
-        return std::to_string(data.at(member).get<std::size_t>());
-    };
-    std::string text = number("done") + " of " + number("images") + " images done";
-    for (const char* member : {"failed", "skipped", "left"}) {
-        if (data.at(member) != 0) {
-            text.append(", ").append(number(member)).append(" ").append(member);
-        }
-    }
-    if (data.at("failedBefore") != 0) {
-        text.append("; ").append(number("failedBefore"));
-        text.append(" of the skipped ones failed before: --retry-failed runs them again");
-    }
-    return text + "\n";
 }
 
 } // namespace host

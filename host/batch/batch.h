@@ -24,6 +24,10 @@ struct BatchOptions : CommonOptions {
     std::string shard; // "I/N" or "slurm"; empty: all
 };
 
+// Throws BadUsage for options that make no sense together or with the operation, and Failure for an
+// image format that cannot be written.
+void requireSense(const BatchOptions& options, const Operation& operation);
+
 // Runs the operation on every input, in worker processes. The data are the counts. A failed image
 // does not end the batch; the status is 1 then, and if it was interrupted. Throws BadUsage and
 // Failure for what is found before the first image, and Failure if the manifest cannot be written.

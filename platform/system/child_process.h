@@ -29,6 +29,9 @@ public:
     PipeEnd& input() { return m_in; }   // leads to its standard input
     PipeEnd& output() { return m_out; } // comes from its standard output
 
+    // The system's number of it.
+    [[nodiscard]] std::uint64_t number() const;
+
     // Ends it at once, with what it has started. Any thread may call this.
     void end();
 

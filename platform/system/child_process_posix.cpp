@@ -185,6 +185,10 @@ ChildProcess::~ChildProcess() {
     static_cast<void>(wait());
 }
 
+std::uint64_t ChildProcess::number() const {
+    return static_cast<std::uint64_t>(m_state->process);
+}
+
 void ChildProcess::end() {
     const std::lock_guard lock(m_state->mutex);
     if (!m_state->reaped && kill(-m_state->process, SIGKILL) != 0) {

@@ -189,6 +189,10 @@ ChildProcess::~ChildProcess() {
     static_cast<void>(wait());
 }
 
+std::uint64_t ChildProcess::number() const {
+    return GetProcessId(m_state->process.get());
+}
+
 void ChildProcess::end() {
     constexpr UINT killed = 1;
     if (!hasEnded()) {
