@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Tests the workbench in a real browser: Debian's Chromium, without a window, driven by Selenium. Every test compares
-# what the page shows and saves with the command line, and fails on any message in the browser's console.
+# Tests the workbench and the gallery in a real browser: Debian's Chromium, without a window, driven by Selenium. Every
+# test of the workbench compares what the page shows and saves with the command line, and fails on any message in the
+# browser's console. Those of the gallery look at its widths, colours and print.
 #   scripts/browser_tests.sh [NAME...]    all tests, or those of tests/workbench/test_NAME.py
 #   scripts/browser_tests.sh --images     makes the images of docs/workbench.md instead
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -14,7 +15,7 @@ if [ "${1:-}" = --images ]; then
   /usr/bin/python3 make_images.py "$root/docs/images"
   exit
 fi
-say "the workbench in a browser"
+say "the workbench and the gallery in a browser"
 names=("$@")
 if [ ${#names[@]} -eq 0 ]; then
   for file in test_*.py; do names+=("$(basename "$file" .py)"); done
