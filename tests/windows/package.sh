@@ -45,7 +45,7 @@ for file in Tarvix.dll MorvelDib.dll TarvixAfx.dll tarvix.exe; do # their proper
 done
 # Whose versions are bundled, and the full texts of the licences that the bundled ones refer to.
 for component in Tarvix opencv libjpeg-turbo libpng1.6 tiff libwebp zlib libstdc++-6.dll libgcc_s_seh-1.dll \
-    libwinpthread-1.dll libgomp-1.dll CLI11 nlohmann-json; do
+    libwinpthread-1.dll libgomp-1.dll Boost CLI11 nlohmann-json; do
     grep -qF "$component " "$root/versions.txt" || fail "versions.txt does not have $component"
 done
 grep -q 'GCC RUNTIME LIBRARY EXCEPTION' "$root/licenses/gcc-runtime.txt" || fail "the run-time exception is missing"
