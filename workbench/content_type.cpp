@@ -1,4 +1,5 @@
 #include "workbench/embedded.h"
+#include "workbench/lower_case.h"
 
 #include <algorithm>
 #include <map>
@@ -20,10 +21,7 @@ std::string contentTypeOf(const std::string& name) {
         {".txt", "text/plain; charset=utf-8"},
         {".yml", "text/plain; charset=utf-8"},
         {".yaml", "text/plain; charset=utf-8"}};
-    std::string extension = name.substr(std::min(name.rfind('.'), name.size()));
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
-    const auto found = types.find(extension);
+    const auto found = types.find(lowerCase(name.substr(std::min(name.rfind('.'), name.size()))));
     return found == types.end() ? "application/octet-stream" : found->second;
 }
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "workbench/http.h"
+#include "workbench/lower_case.h"
 
-#include <algorithm>
 #include <string>
 
 namespace workbench {
@@ -11,12 +11,6 @@ namespace workbench {
 template <class View> // differs between versions of Boost
 std::string stringOf(const View& text) {
     return {text.data(), text.size()};
-}
-
-inline std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
-    return text;
 }
 
 template <class Head>

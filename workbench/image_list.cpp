@@ -1,6 +1,7 @@
 #include "workbench/image_list.h"
 
 #include "platform/system/links.h"
+#include "workbench/lower_case.h"
 #include "workers/worker.h"
 
 #include <algorithm>
@@ -12,17 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t mostEntries = 200000;
 constexpr int deepest = 12; // folders in folders
-
-char lower(char c) {
-    return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
-}
-
-std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), lower);
-    return text;
-}
 
 std::string genericOf(const fs::path& path) {
     const auto text = path.generic_u8string();
@@ -40,14 +31,16 @@ bool isImageName(const std::string& name) {
 
 void ImageList::lookAgain() {
     const std::lock_guard lock(m_mutex);
-    m_looked = {};
+    m_lookAt.reset();
 }
 
 void ImageList::lookBelow(const fs::path& folder, const std::string& prefix) {
     std::error_code error;
     fs::recursive_directory_iterator next(folder, fs::directory_options::skip_permission_denied,
                                           error);
-    for (const fs::recursive_directory_iterator end; !error && next != end; next.increment(error)) {
+    for (const fs::recursive_directory_iterator end;
+         !error && next != end && m_visited < m_mostVisited; next.increment(error)) {
+        ++m_visited;
         const fs::directory_entry& entry = *next;
         const std::string name = utf8Of(entry.path().filename());
         std::error_code unknown;
@@ -57,7 +50,7 @@ void ImageList::lookBelow(const fs::path& folder, const std::string& prefix) {
             }
             continue;
         }
-        if (name.starts_with(".") || !isImageName(name) || m_entries.size() >= mostEntries) {
+        if (name.starts_with(".") || !isImageName(name)) {
             continue;
         }
         std::string whole = genericOf(entry.path().lexically_relative(folder));
@@ -71,25 +64,28 @@ void ImageList::lookBelow(const fs::path& folder, const std::string& prefix) {
 }
 
 void ImageList::look() {
+    const Clock::time_point begin = Clock::now();
     m_entries.clear();
+    m_visited = 0;
     lookBelow(m_folder.uploads(), uploadsPrefix);
     const auto uploads = static_cast<std::ptrdiff_t>(m_entries.size());
     lookBelow(m_folder.folder(), "");
     std::sort(m_entries.begin() + uploads, m_entries.end(),
               [](const Entry& a, const Entry& b) { return a.name < b.name; });
-    m_looked = std::chrono::steady_clock::now();
+    const Clock::time_point end = Clock::now();
+    m_lookAt = end + std::max<Clock::duration>(std::chrono::seconds(2), 10 * (end - begin));
 }
 
 nlohmann::ordered_json ImageList::page(std::size_t from, std::size_t count,
                                        const std::string& filter) {
     const std::lock_guard lock(m_mutex);
-    if (std::chrono::steady_clock::now() - m_looked > std::chrono::seconds(2)) {
+    if (!m_lookAt || Clock::now() > *m_lookAt) {
         look();
     }
     const std::string wanted = lowerCase(filter);
     const auto has = [&wanted](const std::string& name) {
         return std::search(name.begin(), name.end(), wanted.begin(), wanted.end(),
-                           [](char a, char b) { return lower(a) == b; }) != name.end();
+                           [](char a, char b) { return lowerCase(a) == b; }) != name.end();
     };
     nlohmann::ordered_json images = nlohmann::ordered_json::array();
     std::size_t total = 0;
@@ -102,7 +98,7 @@ nlohmann::ordered_json ImageList::page(std::size_t from, std::size_t count,
         }
         ++total;
     }
-    return {{"total", total}, {"images", std::move(images)}};
+    return {{"total", total}, {"whole", m_visited < m_mostVisited}, {"images", std::move(images)}};
 }
 
 } // namespace workbench

@@ -1,6 +1,7 @@
 #include "workbench/names.h"
 
 #include "platform/system/links.h"
+#include "workbench/lower_case.h"
 #include "workers/worker.h"
 
 #include <algorithm>
@@ -132,9 +133,7 @@ bool isNewName(const std::string& name) {
             return false;
         }
     }
-    std::string stem = name.substr(0, name.find('.'));
-    std::transform(stem.begin(), stem.end(), stem.begin(),
-                   [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
+    std::string stem = lowerCase(name.substr(0, name.find('.')));
     while (!stem.empty() && stem.back() == ' ') {
         stem.pop_back();
     }

@@ -1,6 +1,7 @@
 #include "workbench/output_names.h"
 
 #include "platform/system/windows_words.h"
+#include "workbench/lower_case.h"
 #include "workbench/names.h"
 
 #include <algorithm>
@@ -13,10 +14,7 @@ namespace fs = std::filesystem;
 namespace {
 
 std::string lowerExtension(const std::string& name) {
-    std::string extension = utf8Of(pathOfUtf8(name).extension());
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
-    return extension;
+    return lowerCase(utf8Of(pathOfUtf8(name).extension()));
 }
 
 } // namespace

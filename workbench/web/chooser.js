@@ -160,7 +160,8 @@ export class Chooser {
     draw() {
         const {total} = this.list;
         this.space.style.height = `${total * rowHeight}px`;
-        this.count.textContent = this.many ? `${total} images, ${this.chosen.length} chosen` : `${total} images`;
+        const part = this.list.whole ? "" : " in the part of the folder that was looked at";
+        this.count.textContent = `${total} images${part}${this.many ? `, ${this.chosen.length} chosen` : ""}`;
         const first = Math.max(0, Math.floor(this.box.scrollTop / rowHeight) - 2);
         const end = Math.min(total, Math.ceil((this.box.scrollTop + this.box.clientHeight) / rowHeight) + 2);
         for (const [index, row] of this.rows) {

@@ -15,6 +15,7 @@ export class ImageList {
 
     clear() {
         this.total = 0;
+        this.whole = true; // or not all of a large folder was looked at
         this.pages = new Map(); // the number of a page -> its names, or null while it is loading
         this.generation = (this.generation ?? 0) + 1;
     }
@@ -41,6 +42,7 @@ export class ImageList {
             const answer = await api.images(page * pageSize, pageSize, this.filter);
             if (generation === this.generation) {
                 this.total = answer.total;
+                this.whole = answer.whole;
                 this.pages.set(page, answer.images.map((image) => image.name));
                 this.onChange();
             }
