@@ -1,19 +1,17 @@
 #include "workbench/http_connection.h"
 
 #include "workbench/http_head.h"
+#include "workbench/http_watch.h"
 #include "workbench/names.h"
 
 #include <boost/asio/post.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http.hpp>
 
-#include <array>
 #include <exception>
 #include <limits>
 #include <optional>
-#include <stop_token>
 
 namespace workbench {
 
@@ -26,7 +24,7 @@ using Error = boost::system::error_code;
 class Connection : public std::enable_shared_from_this<Connection> {
 public:
     Connection(ConnectionsShared& s, tcp::socket socket)
-        : m_shared(s), m_stream(std::move(socket)), m_buffer(65536), m_last(s.io) {
+        : m_shared(s), m_stream(std::move(socket)), m_buffer(65536), m_watch(m_stream, s.io) {
         ++m_shared.connections;
         m_place = m_shared.reading.insert(m_shared.reading.end(), this);
     }
@@ -166,8 +164,8 @@ private:
             return;
         }
         ++m_shared.answers;
-        m_request.gone = m_gone.get_token();
-        watch();
+        m_request.gone = m_watch.gone();
+        m_watch.start(shared_from_this());
         boost::asio::post(m_shared.answering, [self = shared_from_this()]() mutable {
             HttpResponse response;
             try {
@@ -234,7 +232,7 @@ private:
     template <class Body>
     void writeSome(const std::shared_ptr<Written<Body>>& written) {
         if (written->serializer.is_done()) {
-            finish();
+            m_watch.finish(shared_from_this());
             return;
         }
         m_stream.expires_after(m_shared.limits.silence);
@@ -248,43 +246,6 @@ private:
                                });
     }
 
-    // A connection that is closed while bytes of the request are unread loses the response: takes
-    // in what comes for a moment.
-    void finish() {
-        Error ignored;
-        m_stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
-        if (!m_watching) {
-            watch();
-        }
-        m_last.expires_after(std::chrono::seconds(2)); // for all that comes
-        m_last.async_wait([self = shared_from_this()](Error error) {
-            if (!error) {
-                self->end();
-            }
-        });
-    }
-
-    // Takes in what comes, for nothing, until the client ends the connection: then nobody waits for
-    // the answer any more. Past the stream, whose time limits are for requests and responses.
-    void watch() {
-        constexpr std::size_t most = std::size_t{64} << 20U;
-        m_watching = true;
-        m_stream.socket().async_read_some(
-            boost::asio::buffer(m_rest),
-            [self = shared_from_this()](Error error, std::size_t bytes) {
-                self->m_drained += bytes;
-                if (!error && self->m_drained < most) {
-                    self->watch();
-                    return;
-                }
-                self->m_watching = false;
-                self->m_last.cancel();
-                if (error) {
-                    self->m_gone.request_stop();
-                }
-            });
-    }
-
     ConnectionsShared& m_shared;
     beast::tcp_stream m_stream;
     beast::flat_buffer m_buffer;
@@ -296,11 +257,7 @@ private:
     HttpRequest m_request;
     std::uint64_t m_limit = 0;
     Clock::time_point m_deadline;
-    std::array<char, 16384> m_rest{};
-    std::size_t m_drained = 0;
-    bool m_watching = false;
-    std::stop_source m_gone;
-    boost::asio::steady_timer m_last;
+    Watch m_watch;
 };
 
 void beginConnection(ConnectionsShared& shared, tcp::socket socket) {
