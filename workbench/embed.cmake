@@ -1,11 +1,10 @@
-# cmake -DOUT=FILE -DFILES=A,B,... -P embed.cmake: writes a source that has the files' bytes.
-string(REPLACE "," ";" files "${FILES}")
+# cmake -DOUT=FILE -DFOLDER=FOLDER -DNAMES=A,B,... -P embed.cmake: writes a source with the bytes of files in FOLDER.
+string(REPLACE "," ";" names "${NAMES}")
 set(arrays "")
 set(entries "")
 set(number 0)
-foreach(file IN LISTS files)
-  get_filename_component(name "${file}" NAME)
-  file(READ "${file}" hex HEX)
+foreach(name IN LISTS names)
+  file(READ "${FOLDER}/${name}" hex HEX)
   string(LENGTH "${hex}" digits)
   math(EXPR size "${digits} / 2")
   string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")

@@ -74,7 +74,11 @@ std::string numberText(double number) {
     if (!std::isfinite(number)) {
         throw BadRequest("a number is not finite");
     }
-    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
+    // 100000, not 1e+05, which an option of whole numbers does not take.
+    const bool whole = number == std::floor(number) && std::abs(number) < 1e15;
+    const auto [end, error] =
+        std::to_chars(text.data(), text.data() + text.size(), number,
+                      whole ? std::chars_format::fixed : std::chars_format::general);
     return error == std::errc{} ? std::string(text.data(), end) : std::string("0");
 }
 

@@ -48,7 +48,11 @@ std::optional<HttpResponse> Session::refusal(const HttpRequest& request,
                                              const Target& target) const {
     const auto host = request.one("host");
     const std::string port = ":" + std::to_string(m_port);
-    if (!host || (*host != "127.0.0.1" + port && *host != "localhost" + port)) {
+    // A browser leaves HTTP's own port out.
+    const std::string shown = host && m_port == 80 && !host->ends_with(port) ? *host + port
+                              : host                                         ? *host
+                                                                             : std::string();
+    if (shown != "127.0.0.1" + port && shown != "localhost" + port) {
         return refused(403, "the workbench answers at http://127.0.0.1" + port + " only");
     }
     if (request.method != "GET" && request.method != "POST") {
