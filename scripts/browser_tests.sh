@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Tests the workbench and the gallery in a real browser: Debian's Chromium, without a window, driven by Selenium. Every
-# test of the workbench compares what the page shows and saves with the command line, and fails on any message in the
-# browser's console. Those of the gallery look at its widths, colours and print.
+# Tests the workbench and the gallery in a real browser: Debian's Chromium, without a window, driven by Selenium. What the
+# workbench's page shows and saves is compared with the command line; a message in the browser's console fails a test,
+# but for that of a long folder. The tests of the gallery look at its widths, colours and print.
 #   scripts/browser_tests.sh [NAME...]    all tests, or those of tests/workbench/test_NAME.py
 #   scripts/browser_tests.sh --images     makes the images of docs/workbench.md instead
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"

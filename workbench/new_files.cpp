@@ -2,6 +2,8 @@
 
 #include "workbench/session.h"
 
+#include <vector>
+
 namespace workbench {
 
 namespace fs = std::filesystem;
@@ -19,6 +21,9 @@ std::error_code placeFile(const fs::path& from, const fs::path& to) {
             // A file system without hard links: the copy does not replace a file either.
             error.clear();
             fs::copy_file(half, to, fs::copy_options::none, error);
+            if (error && error != std::errc::file_exists) { // a full disk; the half file is ours
+                fs::remove(to, unknown);
+            }
         } else if (error) {
             error = std::make_error_code(std::errc::file_exists);
         }
@@ -38,10 +43,23 @@ std::error_code placeNew(const fs::path& from, const fs::path& to) {
     if (!fs::create_directory(to, error)) {
         return error ? error : std::make_error_code(std::errc::file_exists);
     }
-    for (const fs::directory_entry& entry : fs::directory_iterator(from, error)) {
-        if (const std::error_code failed = placeFile(entry.path(), to / entry.path().filename())) {
-            return failed;
+    std::vector<fs::path> placed;
+    fs::directory_iterator next(from, error);
+    for (const fs::directory_iterator end; !error && next != end;) {
+        placed.push_back(to / next->path().filename());
+        error = placeFile(next->path(), placed.back());
+        if (error) {
+            placed.pop_back();
+        } else {
+            next.increment(error);
         }
+    }
+    if (error) { // only what is ours
+        std::error_code ignored;
+        for (const fs::path& file : placed) {
+            fs::remove(file, ignored);
+        }
+        fs::remove(to, ignored);
     }
     return error;
 }

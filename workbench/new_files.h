@@ -7,9 +7,10 @@
 
 namespace workbench {
 
-// Copies a file, or a folder of files, to a name that nothing has; std::errc::file_exists if it is
-// taken, also if somebody else took it meanwhile. A file appears whole or not at all; a folder may
-// be there in part if the copying fails.
+// Copies a file, or a folder of files, to a name that nothing has.
+// Returns std::errc::file_exists if it is taken, also if somebody else took it meanwhile; another
+// error if the copying fails. Nothing of ours stays then. A file appears whole; on a file system
+// without hard links, it grows under its name. A folder fills file by file.
 std::error_code placeNew(const std::filesystem::path& from, const std::filesystem::path& to);
 
 // A folder for one run of the program below the system's folder for temporary files, only for this

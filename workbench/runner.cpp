@@ -12,6 +12,14 @@ namespace workbench {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+Conflict taken(const std::string& name) {
+    return Conflict("there is a '" + name + "' already; nothing is replaced, choose another name");
+}
+
+} // namespace
+
 Runner::Runner(Engine& engine, Previews& previews, const ImageFolder& images,
                const fs::path& folder, fs::path outFolder)
     : m_engine(engine), m_previews(previews), m_images(images), m_results(folder),
@@ -136,38 +144,64 @@ Json Runner::run(const RunRequest& request, const std::stop_token& gone) {
                     ended(prepared, drag ? Engine::Lane::Drag : Engine::Lane::Work, gone));
 }
 
-Json Runner::save(const RunRequest& request) {
-    if (!isNewName(request.name)) {
-        throw BadRequest("'" + request.name + "' is not a name for a new file");
+void Runner::checkNew(const std::string& name) const {
+    if (!isNewName(name)) {
+        throw BadRequest("'" + name + "' is not a name for a new file");
     }
-    const Conflict taken("there is a '" + request.name +
-                         "' already; nothing is replaced, choose another name");
     std::error_code error;
-    const fs::path target = m_outFolder / pathOfUtf8(request.name);
-    if (fs::symlink_status(target, error).type() != fs::file_type::not_found) {
-        throw taken;
+    if (fs::symlink_status(m_outFolder / pathOfUtf8(name), error).type() !=
+        fs::file_type::not_found) {
+        throw taken(name);
     }
+}
+
+// Saves under that name. Returns why it could not be written, or nothing.
+std::string Runner::place(const fs::path& made, const std::string& name) const {
+    std::error_code error;
+    fs::create_directories(m_outFolder, error);
+    const std::error_code notPlaced = placeNew(made, m_outFolder / pathOfUtf8(name));
+    if (notPlaced == std::errc::file_exists) {
+        throw taken(name);
+    }
+    return notPlaced ? "cannot write '" + name + "': " + notPlaced.message() : "";
+}
+
+Json Runner::save(const RunRequest& request) {
+    checkNew(request.name); // before it takes long
     const Prepared prepared = prepare(request);
     const RunEnd end = ended(prepared, Engine::Lane::Work);
     const fs::path made = prepared.plan.outputs.front().path;
+    std::error_code error;
     std::string failure;
     if (end.status == 0 && fs::exists(made, error)) {
-        fs::create_directories(m_outFolder, error);
-        const std::error_code notPlaced = placeNew(made, target);
-        if (notPlaced == std::errc::file_exists) {
+        try {
+            failure = place(made, request.name);
+        } catch (const Conflict&) {
             Results::drop(prepared.folder);
-            throw taken;
+            throw;
         }
-        failure = notPlaced ? notPlaced.message() : "";
     }
     Json answer = answerOf(prepared, end);
     if (!failure.empty()) {
         answer["status"] = 1;
-        answer["messages"].push_back("cannot write '" + request.name + "': " + failure);
+        answer["messages"].push_back(failure);
     } else if (end.status == 0) {
         answer["saved"] = request.name;
     }
     return answer;
+}
+
+Json Runner::keep(const std::string& result, const std::string& name) {
+    checkNew(name);
+    const auto found = m_results.find(result);
+    if (!found) {
+        throw BadRequest("this result is not there any more; make it again");
+    }
+    const std::string failure = place(found->path, name);
+    if (!failure.empty()) {
+        throw BadRequest(failure);
+    }
+    return {{"saved", name}};
 }
 
 std::string Runner::begin(const RunRequest& request) {

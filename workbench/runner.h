@@ -36,6 +36,10 @@ public:
     // run() throws, and Conflict if that name is taken.
     Json save(const RunRequest& request);
 
+    // Copies an earlier result, a folder too, to that name in the output folder: {"saved"}. Throws
+    // BadRequest, and Conflict if the name is taken.
+    Json keep(const std::string& result, const std::string& name);
+
     // Begins a long run. Returns its id in jobs(). Throws as run() does.
     std::string begin(const RunRequest& request);
 
@@ -50,6 +54,9 @@ private:
     Prepared prepare(const RunRequest& request, const std::stop_token& gone = {});
     RunEnd ended(const Prepared& prepared, Engine::Lane lane, const std::stop_token& gone = {});
     Json answerOf(const Prepared& prepared, RunEnd end);
+    void checkNew(const std::string& name) const;
+    [[nodiscard]] std::string place(const std::filesystem::path& made,
+                                    const std::string& name) const;
     static std::vector<StoredResult> resultsOf(const Plan& plan, const RunEnd& end);
 
     Engine& m_engine;

@@ -191,6 +191,10 @@ HttpResponse Service::posted(const HttpRequest& request, const Target& target) {
         m_parts.list.lookAgain();
         return json(answer);
     }
+    if (path.starts_with("/api/result/") && path.ends_with("/save")) {
+        return json(
+            m_parts.runner.keep(path.substr(12, path.size() - 17), parameter(target, "name")));
+    }
     if (path.starts_with("/api/job/") && path.ends_with("/stop")) {
         const std::string job = path.substr(9, path.size() - 14);
         return m_parts.runner.jobs().stop(job) ? json(Json::object())

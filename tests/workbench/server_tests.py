@@ -1,7 +1,7 @@
 """server_tests.py PHOTOS PROGRAM...: the workbench's server, as a browser and as an attacker speak to it.
 
-TARVIX_SOAK is the number of requests after which its memory must be as before. A program of Windows runs under Wine:
-PROGRAM is then scripts/windows/wine_run.sh and tarvix.exe.
+TARVIX_SOAK is the number of rounds of requests after which its memory must be as before. A program of Windows runs
+under Wine: PROGRAM is then scripts/windows/wine_run.sh and tarvix.exe.
 """
 
 import http.client
@@ -275,6 +275,29 @@ class ServerTest(unittest.TestCase):
                 self.assertEqual(self.bench.run("load", ["building.jpg"], path=path, name=name)[0], 400, name)
         self.assertEqual([n for n in os.listdir(self.folder / "results") if n.startswith(".half")], [])
 
+    def test_a_result_is_kept_also_a_folder(self):
+        views = [f"left0{n}.jpg" for n in (1, 2, 3, 4)]
+        for view in views:
+            shutil.copy(PHOTOS / view, self.folder / view)
+        answer = self.bench.answer_of_job(self.bench.begin("calib", views, {"board": "9x6"}))
+        self.assertEqual(answer["status"], 0, answer)
+        made = next(result["id"] for result in answer["results"] if result["kind"] == "folder")
+        keep = lambda name, result=made: self.bench.send("POST", f"/api/result/{result}/save?name={name}")
+        status, _, kept = keep("camera")
+        self.assertEqual((status, json.loads(kept)), (200, {"saved": "camera"}))
+        before = sorted(os.listdir(self.folder / "results" / "camera"))
+        self.assertTrue(before)
+        self.assertEqual(keep("camera")[0], 409)
+        self.assertEqual(sorted(os.listdir(self.folder / "results" / "camera")), before)
+        subprocess.run([*PROGRAM, "undistort", "left01.jpg", "--calib", "results/camera", "-o", "results/u.jpg"], cwd=self.folder,
+                       check=True, stdout=subprocess.DEVNULL)
+        self.assertEqual(self.bench.result(self.bench.run("undistort", ["left01.jpg"], {"calib": {"result": made}})[1]),
+                         (self.folder / "results" / "u.jpg").read_bytes())
+        for name in ("../x", "", ".x", "a/b"):
+            self.assertEqual(keep(name)[0], 400, name)
+        self.assertEqual(keep("other", "r999")[0], 400)
+        self.assertEqual(self.bench.send("POST", "/api/result/save?name=x")[0], 400)
+
     def test_uploads(self):
         image = (PHOTOS / "home.jpg").read_bytes()
         first = json.loads(self.bench.send("POST", "/api/upload?name=mine.jpg", image)[2])
@@ -367,11 +390,17 @@ class ServerTest(unittest.TestCase):
 
     def test_many_requests_leave_memory_flat(self):
         def some(count):
-            for _ in range(count):
+            for i in range(count):
                 self.assertEqual(self.bench.send("GET", "/api/images")[0], 200)
+                self.assertEqual(self.bench.send("GET", "/api/image?name=home.jpg&pixels=10000")[0], 200)
+                if i % 20 == 0:
+                    answer = self.bench.run("canny", ["home.jpg"], {"low": i % 200})[1]
+                    self.assertEqual(self.bench.send("GET", f"/api/result/{answer['results'][0]['id']}?pixels=9000")[0], 200)
+                    answer = self.bench.answer_of_job(self.bench.begin("load", ["home.jpg"]))
+                    self.assertEqual(len(self.bench.result(answer)) > 0, True)
         if "TARVIX_SANITIZED" in os.environ:
             self.skipTest("the address checker keeps memory that was freed")
-        many = int(os.environ.get("TARVIX_SOAK", "600"))
+        many = int(os.environ.get("TARVIX_SOAK", "300"))
         some(many // 3)
         before = self.bench.memory()
         some(many)

@@ -1,6 +1,7 @@
 """Calibrating one camera and a pair, with what follows from it, compared with the command line."""
 import tempfile
 import unittest
+from pathlib import Path
 
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
@@ -13,12 +14,10 @@ PAIRS = [f"{side}{number}.jpg" for number in NUMBERS for side in ("left", "right
 
 
 class Calibrate(WorkbenchTest):
+    expected_in_console = ("/save",)  # a name that is taken
+
     def calibrate(self, state):
-        self.open(f"#calibrate?{state}")
-        self.button("Calibrate").click()
-        self.wait(lambda: self.all(".calibrate table caption") or self.all(".calibrate .findings .failed"), "no end")
-        self.wait_idle()
-        self.assertEqual(self.text(".calibrate .findings .failed"), "")
+        self.run_to_end("calibrate", state, "Calibrate", "table caption")
 
     def number(self, name):
         return self.text(f".calibrate [data-number='{name}']")
@@ -124,6 +123,23 @@ class Calibrate(WorkbenchTest):
         self.wait(lambda: self.all(".calibrate table caption") or self.all(".calibrate .findings .failed"), "no end")
         self.assertEqual(self.text(".calibrate .findings .failed"), "")
 
+    def test_a_calibration_is_kept(self):
+        self.calibrate(f"images={'|'.join(LEFT[:4])}")
+        field = self.find(".calibrate .saving input")
+        field.clear()
+        field.send_keys("camera")
+        self.find(".calibrate .saving button").click()
+        self.wait(lambda: "Saved as camera." in self.text(".calibrate .saving .said"), "not kept")
+        with tempfile.TemporaryDirectory() as folder:
+            for calibration in (f"{self.server.out.name}/camera", "made"):
+                if calibration == "made":
+                    calibration = f"{folder}/made"
+                    tarvix("calib", *LEFT[:4], "--board", "9x6", "-o", calibration)
+                tarvix("undistort", "left01.jpg", "--calib", calibration, "-o", f"{folder}/{Path(calibration).name}.png")
+            self.assertEqual(Path(folder, "camera.png").read_bytes(), Path(folder, "made.png").read_bytes())
+        self.find(".calibrate .saving button").click()
+        self.wait(lambda: "camera" in self.text(".calibrate .saving .said.failed"), "it is replaced")
+
     def test_a_run_ends_with_its_page(self):
         self.open(f"#calibrate?images={'|'.join(LEFT * 30)}")
         self.button("Calibrate").click()
@@ -158,11 +174,7 @@ class Calibrate(WorkbenchTest):
 
 class Register(WorkbenchTest):
     def run_images(self, state):
-        self.open(f"#register?{state}")
-        self.button("Run").click()
-        self.wait(lambda: self.all(".register a[download]") or self.all(".register .findings .failed"), "no end")
-        self.wait_idle()
-        self.assertEqual(self.text(".register .findings .failed"), "")
+        self.run_to_end("register", state, "Run", "a[download]")
 
     def test_images_are_registered_and_those_left_out_are_named_with_the_reason(self):
         self.run_images("images=basketball1.png|basketball2.png|box.png")

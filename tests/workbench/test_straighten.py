@@ -233,6 +233,13 @@ class LargePhotograph(WorkbenchTest):
         self.assertEqual(tarvix("load", f"{self.server.out.name}/large.png", "-o", f"{self.photos}/check.png")["size"],
                          tarvix("load", f"{self.photos}/large.jpg", "-o", f"{self.photos}/check.png")["size"])
 
+    def test_what_the_copy_does_not_know_is_said(self):
+        corners = ";".join(f"{4 * x},{4 * y}" for x, y in CORNERS)
+        self.open(f"#straighten?image=large.jpg&corners={corners}&canvas=crop")
+        self.assertIn("Corrected, about ", self.text(".straighten .pair > :nth-child(2) figcaption"))
+        self.open("#operate?image=large.jpg&op=denoise")
+        self.assertIn("this is not what saving gives", self.text(".operate .found"))
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -131,6 +131,14 @@ class WorkbenchTest(unittest.TestCase):
         """Changes the state in the address, and waits for nothing."""
         self.script("location.hash = arguments[0]", state)
 
+    def run_to_end(self, tab, state, button, end):
+        """Opens a tab, presses a button, and waits until `end` is there or a failure. There must be none."""
+        self.open(f"#{tab}?{state}")
+        self.button(button).click()
+        self.wait(lambda: self.all(f".{tab} {end}") or self.all(f".{tab} .findings .failed"), "no end")
+        self.wait_idle()
+        self.assertEqual(self.text(f".{tab} .findings .failed"), "")
+
     def find(self, selector):
         return self.driver.find_element(By.CSS_SELECTOR, selector)
 

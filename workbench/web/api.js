@@ -47,6 +47,9 @@ export const thumbnailUrl = (name) => `/api/thumbnail?${new URLSearchParams({nam
 // signal  ends the run if nobody wants its answer any more
 export const run = (request, signal) => postJson("/api/run", request, signal);
 export const save = (request) => postJson("/api/save", request);
+// Copies a result into the output folder.
+export const keep = (result, name) =>
+    postJson(`${resultUrl(result.id)}/save?${new URLSearchParams({name})}`, {});
 export const savedUrl = (name) => `/api/saved/${name.split("/").map(encodeURIComponent).join("/")}`;
 export const resultUrl = (id) => `/api/result/${encodeURIComponent(id)}`;
 export const downloadUrl = (id) => `${resultUrl(id)}?download=1`;

@@ -1,5 +1,6 @@
 // Calibrating: photographs of a board, the fit, how good it is, and what it is used for.
 
+import * as api from "./api.js";
 import {BoardPanel} from "./board_panel.js";
 import {CommandLine} from "./command_line.js";
 import {report} from "./calibration_report.js";
@@ -7,6 +8,7 @@ import {el, button, labelled, panel} from "./dom.js";
 import {LongRun} from "./long_run.js";
 import {pairsOf} from "./pairs.js";
 import {PairSpace} from "./pair_space.js";
+import {Saving} from "./saving.js";
 import {formatNames, parseNames} from "./state.js";
 import {UndistortPanel} from "./undistort_panel.js";
 
@@ -31,6 +33,8 @@ export class Calibrate {
         this.result = el("div", {class: "work"});
         this.undistort = new UndistortPanel(page);
         this.space = new PairSpace(page);
+        this.keeping = new Saving(() => this.folder, () => {}, {label: "Keep the calibration's folder as",
+            save: (folder, name) => api.keep(folder, name)});
         this.element = el("div", {class: "work calibrate"},
             panel("Photographs of a chessboard", el("p", {class: "hint"},
                 "Choose ten to twenty photographs in the list: the whole board in each, tilted to all sides, in all " +
@@ -98,6 +102,9 @@ export class Calibrate {
             {request: () => this.request(use), onDone: (...all) => this.done(...all)});
         element.append(again.element,
             button("Choose these photographs only", () => this.keepOnly(use), {class: "quiet"}));
+        element.append(this.keeping.element);
+        this.folder = folder;
+        this.keeping.suggest(folder.name);
         this.line.show(answer.commandLine);
         if (request.command === "calib") {
             this.result.replaceChildren(element, this.undistort.element);

@@ -15,16 +15,18 @@ export function nameFor(image, what) {
 export class Saving {
     // request    returns what to run, or a sentence that says why it cannot
     // onSaved    gets the answer
-    constructor(request, onSaved = () => {}) {
+    // save       saves what `request` returns under a name, if that is not by running it
+    constructor(request, onSaved = () => {}, {label = "Save in full size as", save = null} = {}) {
         this.request = request;
         this.onSaved = onSaved;
+        this.copy = save;
         this.name = el("input", {type: "text", class: "name", autocomplete: "off", spellcheck: "false",
             oninput: () => {
                 this.typed = true;
             }});
         this.button = button("Save", () => this.save(), {class: "main"});
         this.said = el("p", {role: "status", class: "said"});
-        this.element = el("div", {class: "saving"}, labelled("Save in full size as", this.name),
+        this.element = el("div", {class: "saving"}, labelled(label, this.name),
             this.button, this.said);
     }
 
@@ -50,7 +52,13 @@ export class Saving {
         this.button.disabled = true;
         this.say("Saving.");
         try {
-            const answer = await api.save({...request, name: this.name.value.trim()});
+            const name = this.name.value.trim();
+            if (this.copy) {
+                this.say(`Saved as ${(await this.copy(request, name)).saved}.`);
+                this.button.disabled = false;
+                return;
+            }
+            const answer = await api.save({...request, name});
             if (answer.status === 0) {
                 this.say("Saved as ", el("a", {href: api.savedUrl(answer.saved), target: "_blank",
                     rel: "noopener"}, answer.saved), ".");
