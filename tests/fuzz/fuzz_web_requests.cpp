@@ -2,14 +2,11 @@
 // that ask for a run.
 #include "tests/fuzz/fuzzing.h"
 #include "tests/fuzz/made_operations.h"
+#include "tests/fuzz/request_head.h"
 #include "tests/fuzz/web_request_rules.h"
 #include "tests/support/files.h"
-#include "workbench/http_head.h"
-#include "workbench/http_server.h"
 #include "workbench/names.h"
 #include "workbench/session.h"
-
-#include <boost/beast/http.hpp>
 
 #include <filesystem>
 #include <stdexcept>
@@ -17,7 +14,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-namespace http = boost::beast::http;
 using workbench::Json;
 
 // A folder of images with what must not be reached beside it, and a session.
@@ -94,18 +90,14 @@ void readTarget(const std::string& text) {
 void readHead(std::string text) {
     replaceAll(text, "TOKEN", place().token);
     replaceAll(text, "COOKIE", place().cookie);
-    http::request_parser<http::empty_body> parser;
-    parser.header_limit(workbench::HttpLimits{}.headBytes);
-    boost::system::error_code error;
-    parser.put(boost::asio::buffer(text), error);
-    if (!parser.is_header_done()) {
+    const auto request = fuzz::readRequestHead(text);
+    if (!request) {
         return;
     }
-    const workbench::HttpRequest request = workbench::requestOf(parser.get());
-    readTarget(request.target);
-    const auto target = workbench::readTarget(request.target);
-    if (target && !place().session.refusal(request, *target)) {
-        fuzz::checkLetIn(request, std::to_string(Place::port), place().token, place().cookie);
+    readTarget(request->target);
+    const auto target = workbench::readTarget(request->target);
+    if (target && !place().session.refusal(*request, *target)) {
+        fuzz::checkLetIn(*request, std::to_string(Place::port), place().token, place().cookie);
     }
 }
 
