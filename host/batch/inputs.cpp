@@ -54,30 +54,30 @@ using Take = std::function<void(const fs::path& file)>;
 // Goes through the folder by what is left of a pattern's names.
 void find(const fs::path& folder, const std::vector<std::string>& names, std::size_t at,
           const Take& take) {
-    const std::string& name = names[at];
+    const std::string& pattern = names[at];
     const bool last = at + 1 == names.size();
-    if (!isPattern(name)) {
-        const fs::path path = folder / pathOf(name);
+    if (!isPattern(pattern)) {
+        const fs::path path = folder / pathOf(pattern);
         std::error_code ignored;
         if (last ? fs::is_regular_file(path, ignored) : isFolder(path)) {
             last ? take(path) : find(path, names, at + 1, take);
         }
         return;
     }
-    const bool anyDepth = name == "**" && !last;
+    const bool anyDepth = pattern == "**" && !last;
     if (anyDepth) {
         find(folder, names, at + 1, take);
     }
     for (const fs::path& entry : entriesOf(folder)) {
-        const std::string text = nameOf(entry);
+        const std::string found = nameOf(entry);
         const fs::path path = folder / entry;
         std::error_code ignored;
         if (anyDepth) {
             // Not a link, which may lead in a circle.
-            if (!text.starts_with(".") && isFolder(path) && !fs::is_symlink(path, ignored)) {
+            if (!found.starts_with(".") && isFolder(path) && !fs::is_symlink(path, ignored)) {
                 find(path, names, at, take);
             }
-        } else if (matches(name, text)) {
+        } else if (matches(pattern, found)) {
             if (last ? fs::is_regular_file(path, ignored) : isFolder(path)) {
                 last ? take(path) : find(path, names, at + 1, take);
             }

@@ -19,6 +19,7 @@ std::atomic<int> threadsLeft = std::numeric_limits<int>::max();
 } // namespace
 
 // Comes before the C library's.
+// NOLINTNEXTLINE(readability-identifier-naming)
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*function)(void*), void* argument) {
     if (--threadsLeft < 0) {
