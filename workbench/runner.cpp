@@ -14,8 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Conflict taken(const std::string& name) {
-    return Conflict("there is a '" + name + "' already; nothing is replaced, choose another name");
+std::string taken(const std::string& name) {
+    return "there is a '" + name + "' already; nothing is replaced, choose another name";
 }
 
 } // namespace
@@ -151,7 +151,7 @@ void Runner::checkNew(const std::string& name) const {
     std::error_code error;
     if (fs::symlink_status(m_outFolder / pathOfUtf8(name), error).type() !=
         fs::file_type::not_found) {
-        throw taken(name);
+        throw Conflict(taken(name));
     }
 }
 
@@ -161,7 +161,7 @@ std::string Runner::place(const fs::path& made, const std::string& name) const {
     fs::create_directories(m_outFolder, error);
     const std::error_code notPlaced = placeNew(made, m_outFolder / pathOfUtf8(name));
     if (notPlaced == std::errc::file_exists) {
-        throw taken(name);
+        throw Conflict(taken(name));
     }
     return notPlaced ? "cannot write '" + name + "': " + notPlaced.message() : "";
 }
