@@ -146,7 +146,8 @@ TEST(MetricCommand, APairThatDoesNotBelongTogetherIsNamedAndDroppedWhenAsked) {
     EXPECT_THAT(run.err, HasSubstr("left03.jpg' and '"));
     EXPECT_THAT(run.err, HasSubstr("do not match: were they taken together?"));
     EXPECT_THAT(run.out, HasSubstr("mind: the corners are met to "));
-    EXPECT_THAT(run.out, testing::ContainsRegex("worst pair is '[^']*left0[34].jpg' and '"));
+    EXPECT_THAT(run.out, testing::AnyOf(HasSubstr("worst pair is '" + photos[4] + "'"),
+                                        HasSubstr("worst pair is '" + photos[6] + "'")));
     EXPECT_THAT(run.out, HasSubstr("mind: squares of 25 measure "));
     test::expectOneLine(tarvix(words(photos, {"--metric", "-o", folder / "new", "--strict"})), 1);
     EXPECT_FALSE(std::filesystem::exists(folder / "new"));
