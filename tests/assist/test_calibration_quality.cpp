@@ -216,6 +216,16 @@ TEST(Findings, AGoodSetHasNoDoubt) {
                                   Field(&tarvix::Finding::sentence, HasSubstr("well founded")))));
 }
 
+TEST(Findings, AFifthOfTheImageMayHoldNoCorner) {
+    const auto views = seenViews(variedPoses(18), sigma, 1);
+    tarvix::CalibrationQuality quality = tarvix::judgeCalibration(views, boardPattern, 1.0F);
+    quality.coverage.emptyCells = 19;
+    EXPECT_TRUE(tarvix::findingsOf(quality, namesOf(views))[0].isGood);
+    quality.coverage.emptyCells = 20;
+    EXPECT_THAT(tarvix::findingsOf(quality, namesOf(views))[0].sentence,
+                HasSubstr("20 of 100 cells of the image hold no corner"));
+}
+
 TEST(Findings, OneImageIsTooFew) {
     EXPECT_THAT(doubtsOf(seenViews(variedPoses(1), sigma, 1)),
                 Contains(HasSubstr("one image is too few")));
