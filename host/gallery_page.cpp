@@ -170,19 +170,20 @@ void GalleryPage::addCommands(const GalleryEntry& entry) {
 }
 
 void GalleryPage::addNumbers(const GalleryEntry& entry, const GalleryRun& run) {
-    std::ostringstream numbers;
-    numbers << shortened(withoutFolders(run.printed));
+    const std::string numbers = shortened(withoutFolders(run.printed));
+    if (!numbers.empty()) {
+        m_sections << "<pre class=numbers>" << escapeHtml(numbers) << "</pre>\n";
+    }
     if (run.status == 0 && !entry.truth.empty()) {
         const cv::Mat truth = cv::imread(placed(entry.truth), cv::IMREAD_COLOR);
         const double before =
             decibels(cv::imread(placed(entry.before.at(0)), cv::IMREAD_COLOR), truth);
         const double after =
             decibels(cv::imread(placed(entry.after.at(0)), cv::IMREAD_COLOR), truth);
-        numbers << std::fixed << std::setprecision(1) << "distance to the true image: " << before
-                << " dB before, " << after << " dB after, a gain of " << after - before << " dB\n";
-    }
-    if (!numbers.str().empty()) {
-        m_sections << "<pre class=numbers>" << escapeHtml(numbers.str()) << "</pre>\n";
+        std::ostringstream distance;
+        distance << std::fixed << std::setprecision(1) << "Distance to the true image: " << before
+                 << " dB before, " << after << " dB after, a gain of " << after - before << " dB.";
+        m_sections << "<p>" << distance.str() << "</p>\n";
     }
     if (!run.errors.empty()) {
         m_sections << "<pre class=\"numbers failed\">"

@@ -173,10 +173,13 @@ Result registerImages(const RegisterOptions& options) {
     for (std::size_t i = 0; i < options.images.size(); ++i) {
         outputs.push_back(names.name(i));
     }
-    if (!options.overlay.empty()) {
-        outputs.push_back(options.overlay);
+    requireNotInputs(options.images, outputs); // of the numbered names; the parser's are checked
+    Places places;
+    for (const std::string& output : outputs) {
+        if (!options.overlay.empty() && places.of(output) == places.of(options.overlay)) {
+            throw Failure("two results would be one file: '" + options.overlay + "'");
+        }
     }
-    requireNotInputs(options.images, outputs);
     Registration registration(options.images, names);
     const Registered kept = registered(registration, options.images);
     registration.keep(kept.images);

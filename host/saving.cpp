@@ -100,6 +100,13 @@ std::string halfOf(const std::string& path, std::uint64_t process) {
     return nameOf(half);
 }
 
+void requireNoFolder(const std::string& path) {
+    std::error_code ignored;
+    if (fs::is_directory(pathOf(path), ignored)) {
+        cannotWrite(path, "a folder has that name");
+    }
+}
+
 void requireFolderOf(const std::string& path) {
     const fs::path target = pathOf(path);
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
@@ -107,9 +114,7 @@ void requireFolderOf(const std::string& path) {
     if (!fs::is_directory(folder, ignored)) {
         cannotWrite(path, "there is no folder '" + nameOf(folder) + "'");
     }
-    if (fs::is_directory(target, ignored)) {
-        cannotWrite(path, "a folder has that name");
-    }
+    requireNoFolder(path);
 }
 
 void requireWritable(const std::string& path) {

@@ -29,6 +29,9 @@ std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path
 std::string encodeImage(const cv::Mat& image, const std::string& format, const Saving& saving,
                         std::vector<std::string>& leftOut);
 
+// Throws Failure if a folder has the file's name.
+void requireNoFolder(const std::string& path);
+
 // Throws Failure, with the reason, if the file's folder is missing or a folder has its name.
 void requireFolderOf(const std::string& path);
 

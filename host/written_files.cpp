@@ -21,8 +21,8 @@ namespace {
 using tarvix::nameOf;
 using tarvix::pathOf;
 
-// The options that name files to write; all others read theirs.
-constexpr std::array<const char*, 5> writing = {"out", "overlay", "save", "report", "export"};
+// Besides -o, the options that name files to write; all others read theirs.
+constexpr std::array<const char*, 4> writing = {"overlay", "save", "report", "export"};
 
 struct Named {
     std::vector<std::string> read, written;
@@ -36,7 +36,8 @@ Named filesNamedBy(const CLI::App& parser) {
         const std::string name =
             option->get_lnames().empty() ? std::string() : option->get_lnames().front();
         const std::string type = option->get_type_name();
-        const bool writes = std::find(writing.begin(), writing.end(), name) != writing.end();
+        const bool writes = option->check_sname("o") ||
+                            std::find(writing.begin(), writing.end(), name) != writing.end();
         for (const std::string& value : option->results()) {
             const bool isSet = option->get_items_expected_max() > 1;
             if (option->get_items_expected_max() == 0 || isPiped(value)) {
@@ -98,7 +99,9 @@ void requireSafeOutputs(const CLI::App& parser) {
             }
             isMade = isMade || isInside || isIn(places, *file, parentOf(folder));
         }
-        if (!isMade) {
+        if (isMade) {
+            requireNoFolder(*file);
+        } else {
             requireFolderOf(*file);
         }
     }

@@ -3,6 +3,7 @@
 #include "host/batch/digest.h"
 #include "host/batch/pattern.h"
 #include "host/failure.h"
+#include "platform/system/links.h"
 #include "platform/system/paths.h"
 
 #include <algorithm>
@@ -74,7 +75,8 @@ void find(const fs::path& folder, const std::vector<std::string>& names, std::si
         std::error_code ignored;
         if (anyDepth) {
             // Not a link, which may lead in a circle.
-            if (!found.starts_with(".") && isFolder(path) && !fs::is_symlink(path, ignored)) {
+            if (!found.starts_with(".") && isFolder(path) &&
+                !tarvix::isLink(fs::directory_entry(path, ignored))) {
                 find(path, names, at, take);
             }
         } else if (matches(pattern, found)) {
@@ -118,10 +120,6 @@ public:
 private:
     std::set<Digest> m_seen;
 };
-
-} // namespace
-
-namespace {
 
 void expandFolder(const std::string& word, const Take& take) {
     for (const fs::path& entry : entriesOf(pathOf(word))) {

@@ -35,17 +35,33 @@ bool matchAll(const Names& patterns, std::size_t pattern, const Names& names, st
                      matchAll(patterns, pattern + 1, names, name + 1);
 }
 
+// Whether the folder is one that the patterns find in the root.
+bool isBelow(const fs::path& folder, const fs::path& root, const Names& patterns) {
+    const auto [rest, end] = std::mismatch(folder.begin(), folder.end(), root.begin(), root.end());
+    Names below;
+    std::transform(rest, folder.end(), std::back_inserter(below), nameOf);
+    return end == root.end() && matchAll(patterns, 0, below, 0);
+}
+
+// Absolute, and as it is called, whatever links lead there.
+fs::path namedFolder(const fs::path& folder) {
+    std::error_code ignored;
+    fs::path named = fs::absolute(folder.empty() ? fs::path(".") : folder, ignored);
+    named = named.lexically_normal();
+    return tarvix::foldedPath(named.has_filename() ? named : named.parent_path());
+}
+
 } // namespace
 
 LaterInputs::LaterInputs(const std::vector<std::string>& words) {
     for (const std::string& word : words) {
         const WordKind kind = kindOf(word);
         if (kind == WordKind::Folder) {
-            m_words.push_back({word, realFolder(pathOf(word)), {}, ""});
+            m_words.push_back({word, realFolder(pathOf(word)), namedFolder(pathOf(word)), {}, ""});
         } else if (kind == WordKind::Pattern) {
             const fs::path whole = pathOf(word);
             fs::path root = whole.root_path();
-            Word pattern{word, {}, {}, nameOf(whole.filename())};
+            Word pattern{word, {}, {}, {}, nameOf(whole.filename())};
             for (const fs::path& part : whole.relative_path().parent_path()) {
                 if (pattern.folders.empty() && !isPattern(nameOf(part))) {
                     root /= part;
@@ -54,6 +70,7 @@ LaterInputs::LaterInputs(const std::vector<std::string>& words) {
                 }
             }
             pattern.root = realFolder(root);
+            pattern.named = namedFolder(root);
             m_words.push_back(std::move(pattern));
         }
     }
@@ -63,12 +80,11 @@ const std::vector<const LaterInputs::Word*>& LaterInputs::wordsOf(const fs::path
     const auto [found, isNew] = m_ofFolders.try_emplace(nameOf(folder));
     if (isNew) {
         const fs::path real = realFolder(folder);
+        const fs::path named = namedFolder(folder);
         for (const Word& word : m_words) {
-            const auto [rest, end] =
-                std::mismatch(real.begin(), real.end(), word.root.begin(), word.root.end());
-            Names below;
-            std::transform(rest, real.end(), std::back_inserter(below), nameOf);
-            if (end == word.root.end() && matchAll(word.folders, 0, below, 0)) {
+            // A pattern may go through a link that the folder is named by.
+            if (isBelow(real, word.root, word.folders) ||
+                isBelow(named, word.named, word.folders)) {
                 found->second.push_back(&word);
             }
         }

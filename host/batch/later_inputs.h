@@ -24,6 +24,7 @@ private:
     struct Word {
         std::string word;
         std::filesystem::path root;       // a folder by what it is
+        std::filesystem::path named;      // the same, as it is called
         std::vector<std::string> folders; // below it, with * and ?
         std::string name;                 // of the files; empty: images
     };

@@ -1,6 +1,7 @@
 #include "host/batch/places.h"
 
 #include "host/failure.h"
+#include "platform/system/links.h"
 #include "platform/system/paths.h"
 
 #include <algorithm>
@@ -87,11 +88,15 @@ void requireKnownPlaceholders(const std::string& text) {
 
 fs::path realFolder(const fs::path& folder) {
     std::error_code error;
-    const fs::path named = folder.empty() ? fs::path(".") : folder;
-    fs::path real = fs::weakly_canonical(fs::absolute(named, error), error);
-    if (error) {
-        real = named;
+    fs::path there = fs::absolute(folder.empty() ? fs::path(".") : folder, error);
+    fs::path missing; // below it
+    fs::path real = tarvix::followedPath(there, error);
+    while (error && there != there.parent_path()) {
+        missing = missing.empty() ? there.filename() : there.filename() / missing;
+        there = there.parent_path();
+        real = tarvix::followedPath(there, error);
     }
+    real = ((error ? there : real) / missing).lexically_normal();
     if (!real.has_filename()) { // it ends with a separator
         real = real.parent_path();
     }
@@ -120,8 +125,8 @@ struct Place {
 void addPlaces(Places& places, const std::string& input, std::vector<Digest>& taken) {
     taken.push_back(places.of(input));
     std::error_code error;
-    if (fs::is_symlink(pathOf(input), error)) {
-        const fs::path target = fs::canonical(pathOf(input), error);
+    if (tarvix::isLink(fs::directory_entry(pathOf(input), error))) {
+        const fs::path target = tarvix::followedPath(pathOf(input), error);
         if (!error) {
             taken.push_back(places.of(nameOf(target)));
         }

@@ -1,4 +1,3 @@
-#include "host/batch/places.h"
 #include "host/commands.h"
 #include "host/gallery_inputs.h"
 #include "host/options.h"
@@ -179,7 +178,6 @@ Command stitch() {
         },
         [](const Options& o, Output&) {
             requireImages(o.images);
-            requireNotInputs(o.images, {o.out});
             CStringArray files;
             addTo(files, o.images);
             return Result{.image = take(tx_Stitch(files),

@@ -16,7 +16,7 @@ namespace {
 std::mutex mutex;                         // guards the next one
 std::function<void()>* current = nullptr; // of the object that lives
 
-std::atomic<bool> ending = false; // a call of onEvent() does not return any more
+std::atomic<bool> ending = false; // the process ends, and a call of onEvent() may not return
 
 bool tell() {
     const std::lock_guard lock(mutex);
@@ -29,11 +29,13 @@ bool tell() {
 
 // The system calls it on a thread of its own.
 BOOL WINAPI onEvent(DWORD event) {
+    const bool isLast =
+        event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT;
+    ending = ending || isLast; // before whom it tells can look
     if (!tell()) {
         return FALSE;
     }
-    if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
-        ending = true;
+    if (isLast) {
         Sleep(INFINITE); // the system ends the process when this returns, or after some seconds
     }
     return TRUE;

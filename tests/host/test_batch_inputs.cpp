@@ -103,6 +103,12 @@ TEST_F(Inputs, ResultsThatWouldBeInputsAreRefused) {
     EXPECT_FALSE(wouldBe("**/x/*", "a/y/new.jpg"));
     EXPECT_TRUE(wouldBe("*.jpg", "new.jpg"));
     EXPECT_FALSE(wouldBe("a/1.jpg", "a/new.jpg")) << "a file";
+#if __has_include(<sys/wait.h>)
+    fs::create_directories("far/away");
+    fs::create_directory_symlink(fs::absolute("far/away"), "a/linked");
+    EXPECT_TRUE(wouldBe("a/*/*.jpg", "a/linked/new.jpg")) << "through a link";
+    EXPECT_FALSE(wouldBe("a/*/*.jpg", "far/away/new.jpg")) << "by another name";
+#endif
     EXPECT_FALSE(wouldBe("@list", "a/new.jpg")) << "a list";
     host::NameList inputs;
     inputs.add("a/1.jpg");

@@ -211,6 +211,7 @@ TEST(BatchOfTypedNames, IsInterruptedWhileTheyAreTyped) {
     EXPECT_TRUE(run.runsUntil(isRead)); // and it waits for the next name
     run.send(SIGINT);
     EXPECT_FALSE(run.runsUntil([] { return false; }));
+    EXPECT_EQ(run.status(), -1);
     close(ends[0]);
     close(ends[1]);
 }

@@ -59,7 +59,7 @@ TEST_F(Gallery, ShowsEveryEntry) {
     EXPECT_THAT(html, testing::Not(HasSubstr("<b>failed</b>")));
     EXPECT_THAT(html, HasSubstr("tarvix canny photos/home.jpg <span>-o</span> results/canny.png"));
     EXPECT_THAT(html, testing::Not(HasSubstr(folder / "gallery")));
-    EXPECT_THAT(html, HasSubstr("distance to the true image: 22.5 dB before, 26."));
+    EXPECT_THAT(html, HasSubstr("Distance to the true image: 22.5 dB before, 26."));
     EXPECT_THAT(html, HasSubstr("pitch -3.95"));
     EXPECT_THAT(html, HasSubstr("cross-validation")) << "what the calibration found";
     EXPECT_THAT(html, testing::Not(HasSubstr("[1/13]"))) << "what it did on the way";

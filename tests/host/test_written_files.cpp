@@ -70,6 +70,7 @@ TEST_F(WrittenFiles, NoResultReplacesAnInput) {
           converge({"-o", out, "--save", photo}),
           converge({"-o", out, "--overlay", folder / "a.png", photo}),
           Words{"canny", photo, "-o", photo},
+          {"reduced", photo, "-o", photo},
           {"match", folder / "photos/left01.jpg", photo, "-o", photo},
           {"converge", photo, "-o", out, "--apply", folder / "k.json", "--save", folder / "k.json"},
           calib({"--report", folder / "photos/left02.jpg"}),
@@ -98,6 +99,16 @@ TEST_F(WrittenFiles, AMissingFolderIsNoticedBeforeTheWork) {
     }
     expectRefused(converge({"-o", folder / "o.png", "--save", folder / "nowhere/k.json"}),
                   "there is no folder");
+}
+
+TEST_F(WrittenFiles, AFolderOfThatNameIsNoticedBeforeTheWork) {
+    expectRefused(calib({"--report", folder / "photos"}), "a folder has that name");
+}
+
+TEST_F(WrittenFiles, AnOverlayReplacesNoRegisteredImage) {
+    expectRefused({"register", folder / "photos/left01.jpg", folder / "photos/left02.jpg", "-o",
+                   folder / "camera", "--overlay", folder / "camera/registered-00.png"},
+                  "two results would be one file");
 }
 
 TEST_F(WrittenFiles, WhatIsBesideResultsGoesIntoTheirNewFolder) {
