@@ -59,7 +59,8 @@ std::vector<std::string> commandOf(const std::string& name, const CalibrationOpt
                                    const std::vector<std::string>& more);
 
 struct CameraOptions : CalibrationOptions {
-    std::string exported; // file for other tools; empty: none
+    std::vector<std::string> records; // manifests that have the corners, instead of `photos`
+    std::string exported;             // file for other tools; empty: none
 };
 
 // The command calib: the photographs that can be used, the export, and what is to be said of it.

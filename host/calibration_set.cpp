@@ -25,42 +25,19 @@ std::string times(int width, int height) {
 
 constexpr const char* itsPair = "its pair ";
 
-// A photograph and what came of the search.
-struct Searched {
-    std::string file;
-    cv::Mat grey; // kept of the first without a board only
-    tarvix::SeenBoard board;
-    std::string whyNot; // empty: it is used
-};
-
-Searched searchOne(const std::string& file, const SearchRules& rules) {
-    Searched result{file, {}, {}, {}};
-    const cv::Mat grey = cv::imread(file, cv::IMREAD_GRAYSCALE);
-    if (grey.empty()) {
-        result.whyNot = "not an image that can be read";
-        return result;
-    }
-    if (auto board = tarvix::searchBoard(grey, {rules.board[0], rules.board[1]}, rules.window)) {
-        result.board = *std::move(board);
-    } else {
-        result.whyNot = "no board of " + times(rules.board[0], rules.board[1]) + " inner corners";
-        result.grey = grey;
-    }
-    return result;
-}
-
 // Leaves out what has another size than most of the photographs with a board, the earlier size on a
 // tie.
-void keepOneSize(std::vector<Searched>& photos) {
-    const auto isSame = [](const Searched& a, const Searched& b) {
+void keepOneSize(std::vector<SearchedPhoto>& photos) {
+    const auto isSame = [](const SearchedPhoto& a, const SearchedPhoto& b) {
         return a.board.imageSize == b.board.imageSize;
     };
-    const Searched* usual = nullptr;
+    const SearchedPhoto* usual = nullptr;
     std::ptrdiff_t most = 0;
-    for (const Searched& photo : photos) {
-        const auto count = std::count_if(photos.begin(), photos.end(), [&](const Searched& other) {
-            return other.whyNot.empty() && isSame(other, photo);
-        });
+    for (const SearchedPhoto& photo : photos) {
+        const auto count =
+            std::count_if(photos.begin(), photos.end(), [&](const SearchedPhoto& other) {
+                return other.whyNot.empty() && isSame(other, photo);
+            });
         if (photo.whyNot.empty() && count > most) {
             most = count;
             usual = &photo;
@@ -70,7 +47,7 @@ void keepOneSize(std::vector<Searched>& photos) {
         return;
     }
     const cv::Size size = usual->board.imageSize;
-    for (Searched& photo : photos) {
+    for (SearchedPhoto& photo : photos) {
         const cv::Size own = photo.board.imageSize;
         if (photo.whyNot.empty() && own != size) {
             photo.whyNot = times(own.width, own.height) + " pixels, and not " +
@@ -79,12 +56,12 @@ void keepOneSize(std::vector<Searched>& photos) {
     }
 }
 
-void keepWholePairs(std::vector<Searched>& photos) {
+void keepWholePairs(std::vector<SearchedPhoto>& photos) {
     for (std::size_t i = 0; i + 1 < photos.size(); i += 2) {
-        Searched& left = photos[i];
-        Searched& right = photos[i + 1];
+        SearchedPhoto& left = photos[i];
+        SearchedPhoto& right = photos[i + 1];
         if (left.whyNot.empty() != right.whyNot.empty()) {
-            const Searched& bad = left.whyNot.empty() ? right : left;
+            const SearchedPhoto& bad = left.whyNot.empty() ? right : left;
             (left.whyNot.empty() ? left : right).whyNot =
                 itsPair + ("'" + bad.file + "' is left out");
         }
@@ -92,9 +69,9 @@ void keepWholePairs(std::vector<Searched>& photos) {
 }
 
 // People count squares: if a board of one less is there, say so.
-std::string hintOn(const std::vector<Searched>& photos, const SearchRules& rules) {
+std::string hintOn(const std::vector<SearchedPhoto>& photos, const SearchRules& rules) {
     const cv::Size fewer(rules.board[0] - 1, rules.board[1] - 1);
-    for (const Searched& photo : photos) {
+    for (const SearchedPhoto& photo : photos) {
         if (!photo.grey.empty() && fewer.width > 2 && fewer.height > 2) {
             if (tarvix::searchBoard(photo.grey, fewer, rules.window)) {
                 return ": a board of " + times(fewer.width, fewer.height) +
@@ -132,16 +109,32 @@ std::optional<long> numberIn(const std::string& file) {
 
 } // namespace
 
+SearchedPhoto searchPhoto(const std::string& file, const SearchRules& rules) {
+    SearchedPhoto result{file, {}, {}, {}};
+    const cv::Mat grey = cv::imread(file, cv::IMREAD_GRAYSCALE);
+    if (grey.empty()) {
+        result.whyNot = "not an image that can be read";
+        return result;
+    }
+    if (auto board = tarvix::searchBoard(grey, {rules.board[0], rules.board[1]}, rules.window)) {
+        result.board = *std::move(board);
+    } else {
+        result.whyNot = "no board of " + times(rules.board[0], rules.board[1]) + " inner corners";
+        result.grey = grey;
+    }
+    return result;
+}
+
 CalibrationSet searchSet(const std::vector<std::string>& files, const SearchRules& rules,
                          Output& output) {
     requireFiles(files);
-    std::vector<Searched> photos;
+    std::vector<SearchedPhoto> photos;
     bool hasGrey = false;
     {
         StepProgress progress(output, files.size());
         for (const std::string& file : files) {
-            photos.push_back(searchOne(file, rules));
-            Searched& photo = photos.back();
+            photos.push_back(searchPhoto(file, rules));
+            SearchedPhoto& photo = photos.back();
             if (hasGrey) {
                 photo.grey.release();
             }
@@ -150,8 +143,13 @@ CalibrationSet searchSet(const std::vector<std::string>& files, const SearchRule
                           photo.whyNot.empty() ? "board found" : photo.whyNot);
         }
     }
-    const bool anyBoard = std::any_of(photos.begin(), photos.end(),
-                                      [](const Searched& photo) { return photo.whyNot.empty(); });
+    return usableOf(std::move(photos), rules);
+}
+
+CalibrationSet usableOf(std::vector<SearchedPhoto> photos, const SearchRules& rules) {
+    const bool anyBoard = std::any_of(photos.begin(), photos.end(), [](const SearchedPhoto& photo) {
+        return photo.whyNot.empty();
+    });
     if (!anyBoard && photos.size() > 1) {
         throw Failure("no board of " + times(rules.board[0], rules.board[1]) +
                       " inner corners in any of the photographs" + hintOn(photos, rules));
@@ -161,7 +159,7 @@ CalibrationSet searchSet(const std::vector<std::string>& files, const SearchRule
         keepWholePairs(photos);
     }
     CalibrationSet set;
-    for (Searched& photo : photos) {
+    for (SearchedPhoto& photo : photos) {
         if (photo.whyNot.empty()) {
             set.files.push_back(photo.file);
             set.boards.push_back(std::move(photo.board));

@@ -28,8 +28,22 @@ struct SearchRules {
     bool strict = false; // whatever would be left out is a failure instead
 };
 
-// Searches the board in every file and says how far it is. Images of another size than most are
-// left out. Throws Failure if nothing is left, and for a file that does not exist.
+// A photograph and what came of the search.
+struct SearchedPhoto {
+    std::string file;
+    cv::Mat grey; // of one without a board, for a second search; may be empty
+    tarvix::SeenBoard board;
+    std::string whyNot; // a few words; empty: it can be used
+};
+
+// Searches the board in one file.
+SearchedPhoto searchPhoto(const std::string& file, const SearchRules& rules);
+
+// Which of them are used. Images of another size than most are left out. Throws Failure if nothing
+// is left.
+CalibrationSet usableOf(std::vector<SearchedPhoto> photos, const SearchRules& rules);
+
+// Both for a list of files. Says how far it is. Throws Failure for a file that does not exist, too.
 CalibrationSet searchSet(const std::vector<std::string>& files, const SearchRules& rules,
                          Output& output);
 

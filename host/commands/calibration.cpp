@@ -30,12 +30,18 @@ Command calib() {
          .text = [](const Json& data) { return matricesAsText(data, files) + cameraAsText(data); },
          .example = {"IN", "IN", "--board", "9x6"}},
         [](CLI::App& parser, CameraOptions& o) {
-            parser
-                .add_option("PHOTOS", o.photos,
-                            "Photographs, or folders of them; those without a board are left out")
-                ->type_name("IMAGE")
-                ->required();
+            CLI::Option* photos = parser.add_option(
+                "PHOTOS", o.photos,
+                "Photographs, or folders of them; those without a board are left out");
+            photos->type_name("IMAGE");
             addCalibrationOptions(parser, o);
+            parser
+                .add_option("--from-corners", o.records,
+                            "Manifests of tarvix batch chessboard --for-calib, or a pattern, "
+                            "instead of photographs")
+                ->type_name("FILE")
+                ->excludes(photos)
+                ->excludes(parser.get_option("--preview"));
             parser
                 .add_option("--export", o.exported,
                             "File for other tools, too: .yml for OpenCV, .yaml for ROS "

@@ -1,4 +1,5 @@
 #include "host/commands.h"
+#include "host/corner_records.h"
 #include "host/drawing.h"
 #include "host/gallery_inputs.h"
 #include "host/numbers.h"
@@ -244,10 +245,12 @@ std::string cornersAsText(const Json& data) {
 Command chessboard() {
     struct Options : CommonOptions {
         Board board{};
+        bool forCalib = false;
     };
-    return imageCommand<Options>(
+    return command<Options>(
         {.name = "chessboard",
          .help = "Find a chessboard's inner corners and print them, one x,y a line (pixels)",
+         .takes = Takes::OneImage,
          .makes = Makes::Data,
          .text = cornersAsText,
          .example = {"IN", "--board", "9x6"},
@@ -266,12 +269,21 @@ Command chessboard() {
             addBoard(parser, o.board);
             addDrawing(parser, o, "-o,--out", "Write the image with the corners drawn");
             addGray(parser, o);
+            parser
+                .add_flag("--for-calib", o.forCalib,
+                          "Find them as calib does, to the last digit, for calib --from-corners")
+                ->excludes(parser.get_option("--out"))
+                ->excludes(parser.get_option("--gray"));
             addJson(parser, o);
         },
-        [](const Options& o, CDib& in) {
+        [](const Options& o, Output&) {
+            if (o.forCalib) {
+                return Result{.data = cornersForCalib(o.in, o.board)};
+            }
+            const Bitmap in = loadImage(o.in, o.gray);
             CString corners;
             const cv::Mat drawn =
-                take(tx_FindChessboard(in, o.board[0], o.board[1], corners),
+                take(tx_FindChessboard(*in, o.board[0], o.board[1], corners),
                      "no chessboard of " + std::to_string(o.board[0]) + " x " +
                          std::to_string(o.board[1]) + " inner corners in '" + o.in + "'");
             return Result{

@@ -50,6 +50,9 @@ AGAIN = [
     ("faces", "grey.png"),
     ("converge", "sudoku.png -o out.png --auto"),
     ("stereo-calib", f"{PAIRS} --board 9x6 --square 25 --metric -o metric"),
+    ("chessboard", "left01.jpg --board 9x6 --for-calib"),
+    ("batch", "chessboard left01.jpg left03.jpg left05.jpg --board 9x6 --for-calib --manifest corners.jsonl"),
+    ("calib", "--from-corners corners.jsonl --board 9x6 -o camera"),
 ]
 
 page = (ROOT / "docs/json.md").read_text()
