@@ -6,6 +6,7 @@ namespace workbench {
 
 namespace {
 
+// More than the engine takes at once, so that only jobs that have ended are dropped.
 constexpr std::size_t mostJobs = 50;
 constexpr std::chrono::seconds betweenLooks{30};
 
@@ -16,6 +17,18 @@ Json answerOfFailure(const RunEnd& end, const std::string& why) {
     return {{"status", workerLost},   {"data", nullptr},   {"messages", messages},
             {"seconds", end.seconds}, {"commandLine", ""}, {"results", Json::array()},
             {"reduced", false}};
+}
+
+bool isDone(const Json& state) {
+    return state["state"] == "done";
+}
+
+// The first answer stays.
+void finish(Json& state, Json answer) {
+    if (!isDone(state)) {
+        state["state"] = "done";
+        state["answer"] = std::move(answer);
+    }
 }
 
 } // namespace
@@ -46,8 +59,7 @@ std::string Jobs::begin(const std::vector<std::string>& words,
         }
         const std::lock_guard ended(m_mutex);
         if (const auto job = m_jobs.find(id); job != m_jobs.end()) {
-            job->second.state["state"] = "done";
-            job->second.state["answer"] = std::move(made);
+            finish(job->second.state, std::move(made));
         }
     };
     const auto onProgress = [this, id, shown = std::move(shown)](const Json& progress) {
@@ -56,7 +68,7 @@ std::string Jobs::begin(const std::vector<std::string>& words,
         }
         Json what = shown(progress.value("what", Json("")));
         const std::lock_guard running(m_mutex);
-        if (const auto job = m_jobs.find(id); job != m_jobs.end()) {
+        if (const auto job = m_jobs.find(id); job != m_jobs.end() && !isDone(job->second.state)) {
             job->second.state["state"] = "running";
             job->second.state["done"] = progress.value("done", Json(0));
             job->second.state["total"] = progress.value("total", Json(0));
@@ -93,23 +105,29 @@ bool Jobs::stop(const std::string& job) {
         return false;
     }
     m_engine.stop(Engine::Lane::Long, found->second.ticket);
+    if (Json& state = found->second.state; state["state"] == "waiting") {
+        finish(state, answerOfFailure({}, "it was stopped")); // another may run for long before it
+    }
     return true;
 }
 
-void Jobs::stopForgotten() {
+std::size_t Jobs::stopForgotten() {
     const std::lock_guard lock(m_mutex);
+    std::size_t count = 0;
     for (const auto& [id, job] : m_jobs) {
-        if (m_clock() - job.asked > forgottenAfter) {
-            m_engine.stop(Engine::Lane::Long, job.ticket); // nothing if it has ended
+        if (!isDone(job.state) && m_clock() - job.asked > forgottenAfter) {
+            m_engine.stop(Engine::Lane::Long, job.ticket);
+            ++count;
         }
     }
+    return count;
 }
 
 void Jobs::watch() {
     std::unique_lock lock(m_mutex);
     while (!m_wake.wait_for(lock, betweenLooks, [this] { return m_ending; })) {
         lock.unlock();
-        stopForgotten();
+        static_cast<void>(stopForgotten());
         lock.lock();
     }
 }

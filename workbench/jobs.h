@@ -40,11 +40,11 @@ public:
     // {"state","done","total","what","answer"}; nothing if there is no such job.
     std::optional<Json> state(const std::string& job);
 
-    // Returns false if there is no such job.
+    // A job that waits is done at once. Returns false if there is no such job.
     bool stop(const std::string& job);
 
-    // Stops the jobs that are forgotten. It is called by a thread of the object, too.
-    void stopForgotten();
+    // Stops the jobs that are forgotten, and returns how many. A thread of the object calls it, too.
+    std::size_t stopForgotten();
 
 private:
     struct Job {

@@ -33,6 +33,12 @@ void openPage(const std::string& address, const fs::path& folder, host::Output& 
     }
 }
 
+// Ends the engine's runs before what they report to ends, whatever happens.
+struct Closing {
+    Engine& engine;
+    ~Closing() { engine.close(); }
+};
+
 } // namespace
 
 void runWorkbench(const WorkbenchOptions& options, host::Output& output) {
@@ -51,6 +57,7 @@ void runWorkbench(const WorkbenchOptions& options, host::Output& output) {
     Uploads uploads(previews, images.uploads(), temporary.part("unfinished"));
     Service service({images, list, previews, runner, uploads});
     HttpServer server(service, static_cast<unsigned short>(options.port));
+    const Closing closing{engine};
     const Session session(server.port());
     service.open(session);
     const tarvix::Interrupts interrupts([&server] { server.stop(); });
@@ -59,7 +66,6 @@ void runWorkbench(const WorkbenchOptions& options, host::Output& output) {
         openPage(session.address(), temporary.path(), output);
     }
     server.run();
-    engine.close();
 }
 
 } // namespace workbench

@@ -1,5 +1,5 @@
-// What holds for every request to the workbench, whatever it says. Written without the code under
-// test: each function throws std::logic_error if its rule is broken.
+// What holds for every request to the workbench, whatever it says. Each rule is stated apart
+// from the code that keeps it: each function throws std::logic_error if its rule is broken.
 #pragma once
 
 #include "workbench/http.h"

@@ -70,16 +70,30 @@ TEST_F(JobsTest, TheOnesThatNobodyAsksForAreStopped) {
     const std::string job = begin("hang");
     waitFor(job, "running");
     minutes += 10;
-    jobs.stopForgotten(); // not later than allowed
+    EXPECT_EQ(jobs.stopForgotten(), 0U); // not later than allowed
     EXPECT_EQ(jobs.state(job).value()["state"], "running");
     minutes += 10;
     EXPECT_EQ(jobs.state(job).value()["state"], "running"); // somebody asks
     minutes += 10;
-    jobs.stopForgotten();
-    EXPECT_EQ(jobs.state(job).value()["state"], "running");
+    EXPECT_EQ(jobs.stopForgotten(), 0U);
     minutes += 11;
-    jobs.stopForgotten();
+    EXPECT_EQ(jobs.stopForgotten(), 1U);
     EXPECT_EQ(waitFor(job, "done")["answer"]["status"], workerLost);
+}
+
+TEST_F(JobsTest, OneThatWaitsIsStoppedAtOnce) {
+    const std::string first = begin("hang");
+    waitFor(first, "running");
+    const std::string second = begin("hang");
+    EXPECT_TRUE(jobs.stop(second));
+    const Json state = jobs.state(second).value(); // while the first one still runs
+    EXPECT_EQ(state["state"], "done");
+    EXPECT_EQ(state["answer"]["messages"], Json({"it was stopped"}));
+    EXPECT_EQ(jobs.state(first).value()["state"], "running");
+    EXPECT_TRUE(jobs.stop(first));
+    waitFor(first, "done");
+    waitFor(begin("work"), "done");
+    EXPECT_EQ(jobs.state(second).value(), state) << "the first answer stays";
 }
 
 TEST_F(JobsTest, NoneIsBegunAfterTheEnd) {

@@ -83,13 +83,18 @@ class Operate(WorkbenchTest):
     def test_the_last_image_wins(self):
         self.open("#operate?image=left01.jpg&op=canny")
         self.hold("name=home.jpg")
+        self.script("""
+            const make = URL.createObjectURL.bind(URL);
+            window.made = 0;
+            URL.createObjectURL = (data) => { window.made += 1; return make(data); };""")
         self.go("#operate?image=home.jpg&op=canny")
         self.wait(lambda: self.held() == 1, "the image is not asked for")
         self.go("#operate?image=building.jpg&op=canny")
         self.wait(lambda: "building.jpg" in self.text(".compare figcaption"), "the second image is not shown")
+        made = self.script("return window.made")
         self.release()
+        self.wait(lambda: self.script("return window.made") > made, "the first image does not come")
         self.wait_idle()
-        self.script("return new Promise((resolve) => { setTimeout(resolve); })")
         self.assertIn("building.jpg", self.text(".compare figcaption"))
         self.assertIn("tarvix canny building.jpg", self.shown_command())
         self.assertIn("image=building.jpg", self.driver.current_url)

@@ -190,6 +190,21 @@ class Straighten(WorkbenchTest):
         self.wait_idle()
         self.assertEqual(self.corners(), rounded(proposals[-1]["corners"]))
 
+    def test_one_images_corners_are_not_the_next_ones(self):
+        self.open(state())
+        self.hold("name=home.jpg")
+        self.go("#straighten?image=home.jpg")
+        self.wait(lambda: self.held() == 1, "the image is not asked for")
+        self.assertEqual({field.get_attribute("value") for field in self.all("table.corners input")}, {""})
+        self.button("Propose corners").click()
+        self.find(".saving button").click()
+        self.assertEqual(self.text(".saving .said"), "The image is not loaded yet.")
+        self.go("#straighten?image=home.jpg&corners=50,50;400,60;390,300;40,310")  # while it is loaded
+        self.release()
+        self.wait(lambda: self.corners()[0] == [50, 50], "the address's corners are not taken")
+        self.wait_idle()
+        self.assertIn("home.jpg --corners 50,50 400,60", self.shown_command())
+
     def test_corners_that_are_no_rectangle_are_refused_in_a_sentence_and_the_page_goes_on(self):
         self.open(state([(100, 100), (200, 100), (300, 100), (400, 100)]))
         self.assertRegex(self.text(".straighten .findings .failed"), r"^[A-Z].*\.$")

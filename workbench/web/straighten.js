@@ -63,7 +63,10 @@ export class Straighten {
         if (!values.image) {
             return;
         }
-        if (values.image !== this.image && !await this.load(values.image)) {
+        if (values.image !== this.image) {
+            this.loading = this.load(values.image);
+        }
+        if (!await this.loading) {
             return;
         }
         this.hint.hidden = true;
@@ -80,7 +83,9 @@ export class Straighten {
         this.ask.drop();
         this.search?.abort();
         this.search = null;
+        this.corners = null;
         this.handles.set(null);
+        this.fields.set(null);
         this.corrected.setImage(null);
         this.numbers.clear();
         this.messages.clear();
@@ -125,8 +130,11 @@ export class Straighten {
 
     // What to run, or why it cannot be.
     request() {
-        return this.image && this.corners ? {command: "converge", images: [this.image],
-            options: optionsOf(this.values, this.corners)} : "Choose an image in the list";
+        if (!this.image || !this.corners) {
+            return this.image ? "The image is not loaded yet" : "Choose an image in the list";
+        }
+        return {command: "converge", images: [this.image],
+            options: optionsOf(this.values, this.corners)};
     }
 
     changed() {
@@ -178,7 +186,7 @@ export class Straighten {
     // Asks for proposals. If nothing was marked yet, the best one is taken.
     async propose(take = false) {
         const {image} = this;
-        if (!image) {
+        if (!image || !this.corners) { // none, or not loaded
             return;
         }
         const before = formatPoints(this.corners);
