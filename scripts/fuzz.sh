@@ -10,7 +10,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 [[ ${1:-} =~ ^([0-9]+|--short)$ ]] || die "usage: scripts/fuzz.sh SECONDS|--short [NAME...]"
 duration=$1 # seconds, or --short
 shift
-declare -A short=([bitmaps]=1000 [corners]=2000 [calibration_folders]=100000 [image_files]=3000 [file_lists]=1000 [web_requests]=40000)
+declare -A short=([bitmaps]=1000 [corners]=2000 [calibration_folders]=100000 [image_files]=3000 [file_lists]=1000 [web_requests]=40000 [worker_lines]=200000)
 cd "$root"
 names=("$@")
 if [ ${#names[@]} -eq 0 ]; then

@@ -1,5 +1,7 @@
 #include "workbench/engine.h"
 
+#include "workers/protocol.h"
+
 #include <future>
 #include <memory>
 #include <utility>
@@ -13,26 +15,20 @@ constexpr std::uint64_t mostMemory = std::uint64_t{6} << 30U; // of a worker
 constexpr double runSeconds = 180;
 constexpr double longSeconds = 3600;
 
-RunEnd endOfAnswer(const Json& answer, const tarvix::Reply& reply) {
-    RunEnd end;
-    end.status = answer.value("status", workerLost);
-    end.data = answer.contains("data") ? answer["data"] : Json();
-    end.messages = answer.value("messages", std::vector<std::string>{});
-    end.images = answer.value("images", std::vector<Json>{});
-    end.seconds = answer.value("seconds", reply.seconds);
-    end.cpuSeconds = answer.value("cpuSeconds", 0.0);
-    return end;
-}
-
 RunEnd endOf(const tarvix::Reply& reply) {
     if (reply.outcome != tarvix::Outcome::Answered) {
         return {.messages = {reply.why}, .seconds = reply.seconds};
     }
-    try {
-        return endOfAnswer(reply.answer, reply);
-    } catch (const Json::exception&) { // members of other types
-        return {.messages = {"the worker's answer makes no sense"}, .seconds = reply.seconds};
+    std::optional<tarvix::CommandAnswer> answer = tarvix::commandAnswerOf(reply.answer);
+    if (!answer) {
+        return {.messages = {tarvix::noAnswer}, .seconds = reply.seconds};
     }
+    return {.status = answer->status,
+            .data = std::move(answer->data),
+            .messages = std::move(answer->messages),
+            .images = std::move(answer->images),
+            .seconds = answer->seconds.value_or(reply.seconds),
+            .cpuSeconds = answer->cpuSeconds.value_or(0)};
 }
 
 } // namespace

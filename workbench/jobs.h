@@ -43,7 +43,7 @@ public:
     // A job that waits is done at once. Returns false if there is no such job.
     bool stop(const std::string& job);
 
-    // Stops the jobs that are forgotten, and returns how many. A thread of the object calls it, too.
+    // Stops the jobs that are forgotten, and returns how many. A thread of the object does so, too.
     std::size_t stopForgotten();
 
 private:

@@ -19,7 +19,7 @@ bool LineReader::read(std::string& line) {
         }
         m_searched = m_text.size();
         const std::size_t count =
-            m_text.size() > m_longest ? 0 : m_end.read(part.data(), part.size());
+            m_text.size() > m_longest ? 0 : m_source(part.data(), part.size());
         if (count == 0) {
             return false;
         }

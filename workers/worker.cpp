@@ -1,7 +1,7 @@
 #include "workers/worker.h"
 
 #include "platform/system/child_process.h"
-#include "workers/line_reader.h"
+#include "workers/protocol.h"
 
 #include <algorithm>
 #include <chrono>
@@ -183,37 +183,12 @@ void Worker::forgetStop() {
     m_state->stopAsked = false;
 }
 
-namespace {
-
-constexpr const char* noAnswer = "the worker process wrote what is not an answer";
-
-// Reads until a line that is no progress of the request `id`. Null at the end of the pipe, a
-// discarded value for what does not belong here.
-std::optional<Json> answerTo(std::uint64_t id, LineReader& lines, const OnProgress& onProgress) {
-    for (std::string line; lines.read(line);) {
-        Json answer = Json::parse(line, nullptr, false);
-        if (!answer.is_object() || !answer.contains("id") || answer["id"] != id) {
-            return Json(Json::value_t::discarded);
-        }
-        if (!answer.contains("progress")) {
-            return answer;
-        }
-        if (onProgress) {
-            onProgress(answer["progress"]);
-        }
-    }
-    return std::nullopt;
-}
-
-} // namespace
-
 // Waits for the new process to be ready. Otherwise, the reply says why it is not.
 bool Worker::State::isReady(Reply& reply) {
     begin(Clock::now() + longestStart, false);
     std::string line;
     const bool answers = lines->read(line);
-    const Json ready = Json::parse(line, nullptr, false);
-    if (answers && ready.is_object() && ready.contains("ready")) {
+    if (answers && saysReady(line)) {
         return true;
     }
     reply.why = answers ? noAnswer : "";
@@ -269,7 +244,6 @@ Reply Worker::State::ask(const Json& request, const OnProgress& onProgress) {
             reply.why = noAnswer;
         } else if (answer) {
             reply.outcome = Outcome::Answered;
-            answer->erase("id");
             reply.answer = std::move(*answer);
         }
     }

@@ -1,6 +1,7 @@
 #include "host/batch/task.h"
 
 #include "host/run_command.h"
+#include "workers/protocol.h"
 
 #include <array>
 #include <chrono>
@@ -33,12 +34,15 @@ std::string asPath(const std::string& name) {
     return name.starts_with("-") ? "./" + name : name;
 }
 
-std::string messageOf(const tarvix::Reply& reply) {
+std::string messageOf(const tarvix::Reply& reply,
+                      const std::optional<tarvix::CommandAnswer>& answer) {
     if (reply.outcome != tarvix::Outcome::Answered) {
         return reply.why;
     }
-    const Json& messages = reply.answer.at("messages");
-    return messages.empty() ? "" : messages.back().get<std::string>();
+    if (!answer) {
+        return tarvix::noAnswer;
+    }
+    return answer->messages.empty() ? "" : answer->messages.back();
 }
 
 } // namespace
@@ -72,8 +76,11 @@ Task Tasks::of(const NameList& inputs, std::size_t index) const {
 
 Recorder::Entry Tasks::entryOf(const Task& task, const std::optional<Digest>& hash,
                                const tarvix::Reply& reply) const {
-    const bool answered = reply.outcome == tarvix::Outcome::Answered;
-    const bool failed = !answered || reply.answer.at("status") != 0;
+    std::optional<tarvix::CommandAnswer> answer;
+    if (reply.outcome == tarvix::Outcome::Answered) {
+        answer = tarvix::commandAnswerOf(reply.answer);
+    }
+    const bool failed = !answer || answer->status != 0;
     Json record = {{"status", failed ? "failed" : "done"}};
     putName(record, "input", task.placed.input);
     record["number"] = task.placed.number;
@@ -84,11 +91,11 @@ Recorder::Entry Tasks::entryOf(const Task& task, const std::optional<Digest>& ha
     if (!m_pattern.empty()) {
         putName(record, "output", fillIn(m_pattern, task.placed));
     }
-    record["message"] = failed ? Json(messageOf(reply)) : Json();
-    record["warnings"] = !failed ? reply.answer.at("messages") : Json::array();
-    record["data"] = answered ? reply.answer.at("data") : Json();
+    record["message"] = failed ? Json(messageOf(reply, answer)) : Json();
+    record["warnings"] = !failed ? Json(answer->messages) : Json::array();
+    record["data"] = answer ? std::move(answer->data) : Json();
     record["seconds"] = reply.seconds;
-    record["cpuSeconds"] = answered ? reply.answer.at("cpuSeconds") : Json();
+    record["cpuSeconds"] = answer && answer->cpuSeconds ? Json(*answer->cpuSeconds) : Json();
     record["memory"] = reply.peakMemory;
     record["operation"] = tarvix::requestOf(m_words).front();
     record["version"] = m_version;
