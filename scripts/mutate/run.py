@@ -1,0 +1,123 @@
+"""Makes small wrong changes in the product's sources, one at a time, and lists those that no test notices.
+Called by scripts/mutate.sh."""
+import argparse
+import collections
+import concurrent.futures
+import hashlib
+import os
+import pathlib
+import sys
+import threading
+import time
+
+import record
+from build import Build, say
+from tests import Tests
+
+FOLDERS = ['bridge', 'filters', 'faces', 'geometry', 'features', 'calib']
+
+
+def options_of(words):
+    parser = argparse.ArgumentParser()
+    parser.add_argument('root', type=pathlib.Path)
+    parser.add_argument('--sample', type=int, default=0, help='a fixed choice of so many changes')
+    parser.add_argument('--list', action='store_true', help='lists the changes and ends')
+    parser.add_argument('--again', action='store_true', help='forgets the results of earlier runs')
+    parser.add_argument('--jobs', type=int, default=len(os.sched_getaffinity(0)))
+    parser.add_argument('paths', nargs='*')
+    return parser.parse_intermixed_args(words)
+
+
+def try_all(todo, jobs, attempt):
+    done, started, lock = 0, time.monotonic(), threading.Lock()
+
+    def one(number):
+        nonlocal done
+        attempt(number, lock)
+        with lock:
+            done += 1
+            if done % 20 == 0 or done == len(todo):
+                left = (time.monotonic() - started) / done * (len(todo) - done)
+                say(f'{done} of {len(todo)}, about {left / 60:.0f} minutes left')
+
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        list(pool.map(one, todo))
+
+
+def report(build, names, chosen, known, results):
+    """Prints what was not noticed and the table. Returns whether all is as it should be."""
+    counts, is_good = collections.defaultdict(lambda: [0] * 5), True
+    for number in chosen:
+        name, site = build.sites[number]
+        entry, is_known = results.entries.get(names.key(number)), names.lasting(number) in known
+        row = counts[name.split('/')[0]]
+        row[0] += 1
+        row[3 if is_known else 1 if entry['how'] else 4] += 1
+        row[2] += not is_known and entry['how'] == 'hung'
+        where = f'{name}:{names.line(number)}: {names.labels[number]}'
+        if is_known and entry and entry['how']:
+            print(f'recorded as without effect, but {entry["by"]} {entry["how"]}: {where}')
+            is_good = False
+        if not is_known and not entry['how']:
+            reach = f'{entry["tests"]} tests' if entry['tests'] else 'no test reaches it'
+            print(f'{where}  ({reach})\n    {names.line_text(number)}')
+            is_good = False
+    print('| folder | changes | noticed | of these, by not ending | without effect, with a reason | not noticed |\n'
+          '|---|---|---|---|---|---|')
+    for folder, row in [*sorted(counts.items()), ('all', [sum(column) for column in zip(*counts.values())])]:
+        print('| ' + ' | '.join([folder, *map(str, row)]) + ' |')
+    return is_good
+
+
+def main():
+    options = options_of(sys.argv[1:])
+    root = options.root.resolve()
+    place = root / 'build' / 'mutate'
+    place.mkdir(parents=True, exist_ok=True)
+    build = Build(root, place, [p.rstrip('/') for p in options.paths] or FOLDERS)
+    say('reading the sources')
+    build.copy()
+    build.configure()
+    build.find()
+    names = record.Names(build)
+    say(f'{len(build.sites)} changes in {len(build.finders)} files')
+    if options.list:
+        for number in sorted(build.sites):
+            print(f'{build.sites[number][0]}:{names.line(number)}: {names.labels[number]}')
+        return 0
+    known = record.equivalents(root / 'tests' / 'equivalent_changes.txt')
+    lost = record.stale(known, {names.lasting(n) for n in build.sites}, build.is_wanted)
+    if lost:
+        sys.exit('\n'.join(['tests/equivalent_changes.txt has what the sources do not have:'] + [' | '.join(e) for e in lost]))
+
+    build.make()
+    chosen = sorted(set(build.sites) - build.left_out)
+    say(f'{len(chosen)} changes compile, {len(build.left_out)} do not; running the tests without any')
+    tests = Tests(build.build, place)
+    folders = {number: build.sites[number][0].split('/')[0] for number in chosen}
+    reached = tests.reaching(folders, build.digest_of_all(), build.make_all_tests)
+    if options.sample:
+        digest = lambda n: hashlib.sha256('\t'.join(names.lasting(n)).encode()).hexdigest()
+        chosen = sorted(sorted(chosen, key=digest)[:options.sample])
+    results = record.Results(place / 'results.jsonl')
+
+    def is_open(number):
+        entry = None if options.again else results.entries.get(names.key(number))
+        if names.lasting(number) in known:
+            return False
+        return entry is None or (not entry['how'] and entry['suite'] != names.tests_of(number))
+
+    def attempt(number, lock):
+        how, by = tests.attempt(number, reached.get(number, []))
+        with lock:
+            results.add({'key': names.key(number), 'how': how, 'by': by, 'tests': len(reached.get(number, [])),
+                         'suite': names.tests_of(number)})
+
+    todo = [n for n in chosen if is_open(n)]
+    say(f'{len(chosen)} changes, {len(todo)} to try')
+    try_all(todo, options.jobs, attempt)
+    return 0 if report(build, names, chosen, known, results) else 1
+
+
+if __name__ == '__main__':
+    sys.exit(main())

@@ -1,0 +1,134 @@
+"""The tests that reach a change: which they are, and running them with one change on."""
+import collections
+import json
+import os
+import pathlib
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+from build import TESTED_BY, say
+
+MEMORY = 12 << 30  # of a test's process: a wrong size must not take the machine's
+
+
+class Program:
+    def __init__(self, entry):
+        properties = {p['name']: p['value'] for p in entry['properties']}
+        self.name, self.command = entry['name'], entry['command']
+        self.folder = properties.get('WORKING_DIRECTORY')
+        self.environment = dict(v.split('=', 1) for v in properties.get('ENVIRONMENT', []))
+        self.is_alone = bool(properties.get('RUN_SERIAL') or properties.get('RESOURCE_LOCK'))
+
+
+class Tests:
+    def __init__(self, build_folder, place):
+        shown = subprocess.run(['ctest', '--test-dir', build_folder, '--show-only=json-v1'], check=True,
+                               capture_output=True, text=True)
+        found = [t for t in json.loads(shown.stdout)['tests'] if t['name'].split('.')[0] in TESTED_BY]
+        self.programs = {t['name']: Program(t) for t in found}
+        self.place, self.alone = place, threading.Lock()
+
+    def run(self, name, seconds, cases=None, **variables):
+        """Whether it passes ('passed', 'failed' or 'hung'), and the time it took."""
+        program = self.programs[name]
+        temporary = tempfile.mkdtemp(prefix='tarvix-mutate-')
+        os.chmod(temporary, 0o1777)  # as the system's is: tests run as other users, too
+        environment = {**os.environ, **program.environment, **variables, 'TMPDIR': temporary, 'GTEST_FAIL_FAST': '1'}
+        if cases is not None:
+            environment['GTEST_FILTER'] = ':'.join(cases)
+        if program.is_alone:
+            self.alone.acquire()
+        started = time.monotonic()
+        try:
+            run = subprocess.Popen(program.command, cwd=program.folder, env=environment, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True,
+                                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))
+            try:
+                how = 'passed' if run.wait(seconds) == 0 else 'failed'
+            except subprocess.TimeoutExpired:
+                how = 'hung'
+            taken = time.monotonic() - started
+            try:
+                os.killpg(run.pid, signal.SIGKILL)  # and what it started
+            except ProcessLookupError:
+                pass
+            run.wait()
+        finally:
+            if program.is_alone:
+                self.alone.release()
+            shutil.rmtree(temporary, ignore_errors=True)
+        return how, taken
+
+    def cases(self, name):
+        program = self.programs[name]
+        listed = subprocess.run([*program.command, '--gtest_list_tests'], cwd=program.folder, check=True,
+                                capture_output=True, text=True).stdout
+        suite, found = '', []
+        for line in listed.splitlines():
+            word = line.split('#')[0].rstrip()
+            if re.fullmatch(r'\S+\.', word):
+                suite = word
+            elif re.fullmatch(r'  \S+', word):
+                found.append(suite + word.strip())
+        return found
+
+    def reaching(self, folders, digest, make_others):
+        """Number -> the tests that ask for it, as [seconds, program, case]: those of its own folder of tests/, and where
+        there is none, those of the other folders, which make_others() builds. `folders` has the folder of each number.
+        What is found is kept for a run that goes on with the same sources."""
+        kept = pathlib.Path(self.place) / 'trace.json'
+        if kept.exists():
+            found = json.loads(kept.read_text())
+            if found['digest'] == digest:
+                return {int(n): r for n, r in found['reached'].items()}
+        reached = collections.defaultdict(list)
+        for is_own in (True, False):
+            wanted = {n for n in folders if n not in reached}
+            if not is_own and wanted:
+                make_others()
+            for name in self.programs:
+                folder = name.split('.')[0]
+                concerned = {n for n in wanted if (folder == folders[n]) == is_own}
+                if concerned:
+                    self.trace(name, concerned, reached)
+        kept.write_text(json.dumps({'digest': digest, 'reached': reached}))
+        return reached
+
+    def trace(self, name, concerned, reached):
+        """Adds the program's tests to what reaches the numbers. A test that fails without any change ends the run: with
+        it, every change would look noticed."""
+        file = pathlib.Path(self.place) / 'trace'
+
+        def asked_for(cases):
+            file.write_bytes(bytes(max(concerned) + 1))
+            how, seconds = self.run(name, 1500, cases, TARVIX_MUTANT='0', TARVIX_MUTANT_TRACE=str(file))
+            if how != 'passed':
+                sys.exit(f'{name} {how} without any change ({cases or "all cases"})')
+            return {n for n, byte in enumerate(file.read_bytes()) if byte} & concerned, seconds
+
+        if asked_for(None)[0]:
+            for case in self.cases(name):
+                numbers, seconds = asked_for([case])
+                for number in numbers:
+                    reached[number].append([seconds, name, case])
+            say(f'{name} reaches changes')
+
+    def attempt(self, number, reaching):
+        """How a change was noticed ('failed', 'hung' or None), and by which program. Programs with the fastest cases
+        first. A test hangs if it takes ten times as long as without the change, and 30 seconds more."""
+        programs = collections.defaultdict(list)
+        for seconds, name, case in sorted(reaching):
+            programs[name].append((seconds, case))
+        for name, found in sorted(programs.items(), key=lambda each: sum(s for s, _ in each[1])):
+            limit = 30 + 10 * sum(seconds for seconds, _ in found)
+            how, _ = self.run(name, limit, [case for _, case in found], TARVIX_MUTANT=str(number))
+            if how != 'passed':
+                return how, name
+        return None, None
