@@ -2,6 +2,7 @@
 # api.sh DOXYGEN SOURCE SETTINGS: makes the pages for a host's author. There must be no warning, each export must be on a page,
 # the main page must lead to each and to the pages that it names, and every link must lead to something that is there.
 set -uo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/../support/own_folder.sh"
 doxygen=$1 source=$2 settings=$3
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -30,7 +31,7 @@ while IFS=: read -r page link; do
   [ -z "$mark" ] || grep -qE "(id|name)=\"${mark#\#}\"" "${file:-$page}" || complain "$page: a link to $link, which is not there"
 done < <(grep -oE '(href|src)="[^"]+"' ./*.html | sed -E 's/^\.\///; s/(href|src)="([^"]+)"/\2/' | grep -vE ':[a-z]+:' | sort -u)
 [ $count -gt 100 ] || complain "only $count links"
-grep -lF "$source" ./* && complain "a page names a folder of this machine"
+LC_ALL=C grep -lP "$(own_folder "$source")" ./* && complain "a page names a folder of this machine"
 grep -l '<script' ./*.html && complain "a page runs a script"
 echo "${#names[@]} exports, $count links"
 exit $bad

@@ -1,5 +1,6 @@
-# Shared by the scripts of this folder: a work folder with a space in its path, and a way to fail.
+# Shared by the scripts of this folder: a work folder with a space in its path, a way to fail, and own_folder().
 set -uo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/../support/own_folder.sh"
 work=$(mktemp -d "${TMPDIR:-/tmp}/tarvix package XXXXXX")
 trap 'rm -rf "$work"' EXIT
 fail() {

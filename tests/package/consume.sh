@@ -30,7 +30,7 @@ done
 expect Runtime "${runtime[@]}"
 expect Development "${links[@]}" "$libdir/pkgconfig/tarvix.pc" "$libdir/cmake/Tarvix/TarvixConfig.cmake" \
   "$libdir/cmake/Tarvix/TarvixConfigVersion.cmake" "$libdir/cmake/Tarvix/TarvixTargets.cmake"
-grep -rlF -e "$source" -e "$build" -e "$work" "$work/Development" && fail "a file names a folder of this machine"
+LC_ALL=C grep -rlP -e "$(own_folder "$source" "$build" "$work")" "$work/Development" && fail "a file names a folder of this machine"
 
 # At its installation, the tree does not know its final place.
 prefix="$work/moved here"

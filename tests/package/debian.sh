@@ -19,5 +19,5 @@ done
 cd / && "$work/unpacked/usr/bin/tarvix" --version 2>"$work/log" && fail "libraries were found outside the system's folders"
 LD_LIBRARY_PATH=$(echo "$work"/unpacked/usr/lib/*-linux-*) "$work/unpacked/usr/bin/tarvix" --version || fail "tarvix --version"
 gzip -dc "$work/unpacked/usr/share/man/man1/tarvix.1.gz" | grep 'TH TARVIX' >/dev/null || fail "no manual page"
-find "$work/unpacked" -type f -exec grep -lF -e "$source" -e "$build" {} + && fail "a file names a folder of this machine"
+find "$work/unpacked" -type f -exec env LC_ALL=C grep -lP -e "$(own_folder "$source" "$build")" {} + && fail "a file names a folder of this machine"
 echo "packed, passed by lintian, unpacked: ${names[*]}"

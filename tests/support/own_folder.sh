@@ -1,0 +1,9 @@
+# own_folder FOLDER...: an expression for `LC_ALL=C grep -P` that finds the folders' paths. A path that only ends like a
+# short one is another one: include/tarvix is not in the folder /tarvix.
+own_folder() {
+  local folder found=
+  for folder in "$@"; do
+    found+="${found:+|}(?:(?<![\\w./}>)-])|(?<=-[ILD])|(?<=file://))\\Q$folder\\E(?![\\w-])"
+  done
+  echo "$found"
+}
