@@ -6,7 +6,7 @@ from pathlib import Path
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
-from workbench import PHOTOS, WorkbenchTest, tarvix
+from workbench import PHOTOS, WorkbenchTest, digest, tarvix
 
 NUMBERS = ("01", "02", "03", "04", "05", "06", "07", "08", "09", "11", "12", "13", "14")
 LEFT = [f"left{number}.jpg" for number in NUMBERS]
@@ -38,9 +38,8 @@ class Calibrate(WorkbenchTest):
         self.expect_fit_of_command_line(LEFT)
         self.assertEqual(len(self.all(".calibrate .drawn circle")), 13 * 54)
         link = self.find(".calibrate a[target=_blank]")
-        report = self.script("return (async () => (await fetch(arguments[0])).text())(arguments[0])",
-                             link.get_attribute("href"))
-        self.assertIn("<!doctype html>", report.lower())
+        line = next(code.text for code in self.all(".calibrate .commandline code") if "tarvix calib" in code.text)
+        self.assertEqual(digest(self.fetched(link)), self.files_of_command_line(line)["left01-report.html"])
 
         self.wait(lambda: self.all(".calibrate .compare .divider:not([hidden])"), "nothing is undistorted")
         self.assertIn("tarvix undistort left01.jpg", self.shown_command())
@@ -176,9 +175,16 @@ class Register(WorkbenchTest):
     def run_images(self, state):
         self.run_to_end("register", state, "Run", "a[download]")
 
+    def expect_files_of_command_line(self):
+        """What can be downloaded are the files of the shown command line."""
+        made = self.files_of_command_line(self.shown_command())
+        links = self.all(".register a[download]")
+        self.assertEqual({Path(link.get_attribute("download")).name: digest(self.fetched(link)) for link in links}, made)
+
     def test_images_are_registered_and_those_left_out_are_named_with_the_reason(self):
         self.run_images("images=basketball1.png|basketball2.png|box.png")
         self.assertEqual(len(self.all(".register a[download]")), 2)
+        self.expect_files_of_command_line()
         left_out = self.text(".register .findings .mind")
         self.assertIn("box.png", left_out)
         self.assertIn("matches", left_out)
@@ -194,6 +200,7 @@ class Register(WorkbenchTest):
     def test_photographs_are_joined(self):
         self.run_images("kind=stitch&images=aloeL.jpg|aloeR.jpg")
         self.assertTrue(self.all(".register .viewer image[href]"))
+        self.expect_files_of_command_line()
 
 
 if __name__ == "__main__":

@@ -2,6 +2,8 @@
 
 TARVIX names the program (scripts/browser_tests.sh sets it), PHOTOS the folder of photographs.
 """
+import base64
+import hashlib
 import json
 import os
 import shlex
@@ -59,6 +61,10 @@ def tarvix(*words, cwd=PHOTOS):
     """Runs the command line. Returns what it prints as JSON."""
     done = subprocess.run([PROGRAM, *words, "--json"], cwd=cwd, capture_output=True, text=True, check=True)
     return json.loads(done.stdout)
+
+
+def digest(data):
+    return hashlib.sha256(data).hexdigest()
 
 
 class WorkbenchTest(unittest.TestCase):
@@ -164,6 +170,31 @@ class WorkbenchTest(unittest.TestCase):
             words[words.index("-o") + 1] = str(out)
             subprocess.run([PROGRAM, *words[1:]], cwd=self.photos, check=True, capture_output=True)
             return out.read_bytes()
+
+    def fetched(self, link):
+        """The bytes behind a link of the page."""
+        return base64.b64decode(self.script("""return (async (address) => {
+            const answer = await fetch(address);
+            if (!answer.ok) throw new Error(`${answer.status}`);
+            const url = await new Promise((resolve) => {
+                const reader = new FileReader();
+                reader.onload = () => resolve(reader.result);
+                answer.blob().then((blob) => reader.readAsDataURL(blob));
+            });
+            return url.slice(url.indexOf(",") + 1);
+        })(arguments[0])""", link.get_attribute("href")))
+
+    def files_of_command_line(self, line):
+        """The digests of the files that a shown command line writes, by name. It runs in a folder of its own, which has
+        links to the photographs."""
+        words = shlex.split(line)
+        self.assertEqual(words[0], "tarvix")
+        with tempfile.TemporaryDirectory() as folder:
+            for photo in Path(self.photos).iterdir():
+                (Path(folder) / photo.name).symlink_to(photo)
+            subprocess.run([PROGRAM, *words[1:]], cwd=folder, check=True, capture_output=True)
+            return {file.name: digest(file.read_bytes()) for file in Path(folder).rglob("*")
+                    if file.is_file() and not file.is_symlink()}
 
     def save(self, name):
         """Saves the result under a name and returns the file's bytes."""
