@@ -3,11 +3,15 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/stitching.hpp>
 
+#include <mutex>
 #include <vector>
 
 namespace tarvix {
 
-std::optional<cv::Mat> stitchPanorama(const FileList& files) {
+namespace {
+
+// No photographs if one cannot be read.
+std::vector<cv::Mat> readAll(const FileList& files) {
     std::vector<cv::Mat> photographs;
     for (int i = 0; i < files.size; ++i) {
         photographs.push_back(cv::imread(files.at(i), cv::IMREAD_COLOR));
@@ -15,12 +19,89 @@ std::optional<cv::Mat> stitchPanorama(const FileList& files) {
             return {};
         }
     }
+    return photographs;
+}
+
+// The matcher that a stitcher has anyway, and what it found.
+class RecordingMatcher : public cv::detail::BestOf2NearestMatcher {
+public:
+    struct Pair {
+        int first = 0;
+        int second = 0;
+        int matches = 0;
+        int agreeing = 0;
+    };
+    [[nodiscard]] const std::vector<Pair>& pairs() const { return m_pairs; }
+
+protected:
+    using cv::detail::BestOf2NearestMatcher::match;
+    // Called for each pair of photographs, on several threads.
+    void match(const cv::detail::ImageFeatures& first, const cv::detail::ImageFeatures& second,
+               cv::detail::MatchesInfo& info) override {
+        cv::detail::BestOf2NearestMatcher::match(first, second, info);
+        const std::lock_guard lock(m_mutex);
+        m_pairs.push_back({first.img_idx, second.img_idx, static_cast<int>(info.matches.size()),
+                           info.num_inliers});
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<Pair> m_pairs;
+};
+
+// Takes the pair as a photograph's best one, if it is better than that so far. Of equal ones the
+// first photograph, since the pairs come in any order.
+void consider(PanoramaPart& part, int neighbour, const RecordingMatcher::Pair& pair) {
+    if (part.neighbour < 0 || pair.agreeing > part.agreeing ||
+        (pair.agreeing == part.agreeing && neighbour < part.neighbour)) {
+        part.neighbour = neighbour;
+        part.matches = pair.matches;
+        part.agreeing = pair.agreeing;
+    }
+}
+
+} // namespace
+
+std::optional<cv::Mat> stitchPanorama(const FileList& files) {
+    const std::vector<cv::Mat> photographs = readAll(files);
+    if (photographs.empty() && files.size > 0) {
+        return {};
+    }
     cv::Mat panorama;
     const auto stitcher = cv::Stitcher::create(cv::Stitcher::PANORAMA);
     if (stitcher->stitch(photographs, panorama) != cv::Stitcher::OK) {
         return {};
     }
     return panorama;
+}
+
+ExplainedPanorama explainPanorama(const FileList& files) {
+    const std::vector<cv::Mat> photographs = readAll(files);
+    if (photographs.empty()) {
+        return {};
+    }
+    const auto stitcher = cv::Stitcher::create(cv::Stitcher::PANORAMA);
+    const auto matcher = cv::makePtr<RecordingMatcher>();
+    stitcher->setFeaturesMatcher(matcher);
+    ExplainedPanorama result;
+    if (stitcher->stitch(photographs, result.image) != cv::Stitcher::OK) {
+        result.image.release();
+    }
+    result.parts.resize(photographs.size());
+    for (const int used : stitcher->component()) {
+        result.parts.at(static_cast<std::size_t>(used)).isUsed = true;
+    }
+    for (const RecordingMatcher::Pair& pair : matcher->pairs()) {
+        PanoramaPart& first = result.parts.at(static_cast<std::size_t>(pair.first));
+        PanoramaPart& second = result.parts.at(static_cast<std::size_t>(pair.second));
+        if (second.isUsed) {
+            consider(first, pair.second, pair);
+        }
+        if (first.isUsed) {
+            consider(second, pair.first, pair);
+        }
+    }
+    return result;
 }
 
 } // namespace tarvix

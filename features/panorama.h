@@ -5,6 +5,7 @@
 #include <opencv2/core/mat.hpp>
 
 #include <optional>
+#include <vector>
 
 namespace tarvix {
 
@@ -13,5 +14,25 @@ namespace tarvix {
 // of them, or if they do not overlap.
 // On failure: throws cv::Exception, and what the list throws.
 std::optional<cv::Mat> stitchPanorama(const FileList& files);
+
+// What joins a photograph to the others.
+struct PanoramaPart {
+    bool isUsed = false; // it is in the panorama
+    // Of the photographs that are used, the one with which most matches agree on one homography; -1
+    // if there is none.
+    int neighbour = -1;
+    int matches = 0;  // with that one
+    int agreeing = 0; // of these
+};
+
+struct ExplainedPanorama {
+    cv::Mat image; // CV_8UC3; empty if the photographs cannot be joined
+    std::vector<PanoramaPart> parts;
+};
+
+// The same panorama, and which photographs are in it: the stitcher leaves out what matches none of
+// the others well enough.
+// On failure: as stitchPanorama. No parts if a file cannot be read.
+ExplainedPanorama explainPanorama(const FileList& files);
 
 } // namespace tarvix

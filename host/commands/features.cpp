@@ -1,7 +1,7 @@
 #include "host/commands.h"
 #include "host/gallery_inputs.h"
+#include "host/joining.h"
 #include "host/options.h"
-#include "host/photographs.h"
 #include "host/registration.h"
 
 #include <tarvix/tarvix.h>
@@ -176,14 +176,7 @@ Command stitch() {
                 ->required();
             addOut(parser, o);
         },
-        [](const Options& o, Output&) {
-            requireImages(o.images);
-            CStringArray files;
-            addTo(files, o.images);
-            return Result{.image = take(tx_Stitch(files),
-                                        "the photographs cannot be joined: fewer than two, too "
-                                        "little overlap, or not taken from one place")};
-        });
+        [](const Options& o, Output&) { return joinPhotographs(o.images, o.out); });
 }
 
 } // namespace

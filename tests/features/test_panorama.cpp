@@ -1,8 +1,10 @@
 // tx_Stitch, called as a host calls it.
 #include <tarvix/tarvix.h>
 
+#include "features/panorama.h"
 #include "tests/support/export_test.h"
 #include "tests/support/files.h"
+#include "tests/support/identical.h"
 #include "tests/support/images.h"
 #include "tests/support/observed_bitmaps.h"
 
@@ -201,6 +203,41 @@ TEST_F(Stitch, RefusedCreateGivesNullSilently) {
     EXPECT_EQ(run(files), nullptr);
     EXPECT_THAT(host.messages, IsEmpty());
     test::failBitmapCreate(0);
+}
+
+TEST_F(Stitch, ExplainedIsTheSamePanoramaAndSaysWhatIsLeftOut) {
+    std::vector<std::string> files = overlapping();
+    files.insert(files.begin() + 1, test::photoPath("home.jpg")); // shows another scene
+    const Dib panorama = run(files);
+    ASSERT_NE(panorama, nullptr);
+    cv::theRNG().state = 4711; // as at the beginning of the test
+    const tarvix::ExplainedPanorama explained = tarvix::explainPanorama(tarvix::viewList(files));
+    EXPECT_THAT(explained.image, test::IsIdenticalTo(test::matOf(*panorama)));
+    ASSERT_EQ(explained.parts.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        const tarvix::PanoramaPart& part = explained.parts[i];
+        EXPECT_EQ(part.isUsed, i != 1) << i;
+        EXPECT_LE(part.agreeing, part.matches) << i;
+        EXPECT_NE(part.neighbour, 1) << "it is not joined, so it joins nothing";
+        EXPECT_NE(part.neighbour, static_cast<int>(i)) << i;
+        EXPECT_GE(part.neighbour, 0) << i;
+    }
+    EXPECT_LT(explained.parts[1].agreeing, 8);
+    EXPECT_GT(explained.parts[0].agreeing, 20);
+}
+
+TEST_F(Stitch, ExplainedFailuresHaveNoImage) {
+    const std::string view = overlapping()[0];
+    const std::vector<std::string> one = {view};
+    const auto alone = tarvix::explainPanorama(tarvix::viewList(one));
+    EXPECT_TRUE(alone.image.empty());
+    ASSERT_EQ(alone.parts.size(), 1U);
+    EXPECT_FALSE(alone.parts[0].isUsed);
+    EXPECT_EQ(alone.parts[0].neighbour, -1);
+    const std::vector<std::string> missing = {view, folder / "missing.png"};
+    const auto unread = tarvix::explainPanorama(tarvix::viewList(missing));
+    EXPECT_TRUE(unread.image.empty());
+    EXPECT_TRUE(unread.parts.empty());
 }
 
 } // namespace

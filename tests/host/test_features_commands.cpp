@@ -65,6 +65,14 @@ TEST_F(FeatureCommands, StitchAndItsFailures) {
     const ProgramResult run = tarvix({"stitch", a, b, c, "-o", out});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_GT(cv::imread(out).cols, 600);
+    // What shows another scene is named.
+    const ProgramResult partly = tarvix({"stitch", a, home, b, c, "-o", out, "--json"});
+    expectOneLine(partly, 0);
+    EXPECT_THAT(partly.err, HasSubstr("left out '" + home + "': too few matches fit together: "));
+    const json said = json::parse(partly.out);
+    ASSERT_EQ(said.at("leftOut").size(), 1U);
+    EXPECT_EQ(said.at("leftOut")[0].at("file"), home);
+    EXPECT_EQ(said.at("size")[0], cv::imread(out).cols);
     std::filesystem::remove(out);
     expectOneLine(tarvix({"stitch", a, "-o", out}), 1);
     expectOneLine(tarvix({"stitch", a, home, "-o", out}), 1);
