@@ -74,23 +74,55 @@ Canvas commonCanvas(cv::Size reference, const std::vector<cv::Rect>& outlines) {
     return {saturate(left), saturate(top), {saturate(right - left), saturate(bottom - top)}};
 }
 
+SetMatcher::SetMatcher(const cv::Mat& reference) : m_reference(m_finder.find(reference)) {}
+
+SetMatch SetMatcher::match(const cv::Mat& image) const {
+    const Features features = m_finder.find(image);
+    const PointPairs pairs = goodMatches(twoNearest(features.descriptors, m_reference.descriptors),
+                                         features.keypoints, m_reference.keypoints);
+    SetMatch match{pairs.image.size(), {}};
+    if (match.matches >= fewestMatches) {
+        match.referenceFromImage = estimateHomography(pairs);
+    }
+    return match;
+}
+
+void drawReference(const cv::Mat& reference, const Canvas& layout, cv::Mat& canvas) {
+    canvas.create(layout.size, reference.type());
+    canvas.setTo(cv::Scalar::all(0));
+    reference.copyTo(
+        canvas(cv::Rect({saturate(-std::int64_t{layout.left}), saturate(-std::int64_t{layout.top})},
+                        reference.size())));
+}
+
+void drawRegistered(const cv::Mat& image, const cv::Mat& referenceFromImage, const Canvas& layout,
+                    cv::Mat& canvas) {
+    // Only the translation is moved into the canvas, on purpose: exact without perspective.
+    cv::Mat canvasFromImage = referenceFromImage.clone();
+    canvasFromImage.at<double>(0, 2) -= layout.left;
+    canvasFromImage.at<double>(1, 2) -= layout.top;
+    cv::Mat warped;
+    // The image's own size, on purpose: what is farther out on the canvas is cut off.
+    cv::warpPerspective(image, warped, canvasFromImage, image.size(), cv::INTER_LINEAR,
+                        cv::BORDER_CONSTANT, cv::Scalar::all(0));
+    canvas.create(layout.size, image.type());
+    canvas.setTo(cv::Scalar::all(0));
+    warped.copyTo(canvas(cv::Rect({0, 0}, warped.size())));
+}
+
 void registerImages(const FileList& inputs, const FileList& outputs) {
     const cv::Mat reference = readColour(inputs.at(0));
-    const FeatureFinder finder;
-    const Features referenceFeatures = finder.find(reference);
+    const SetMatcher matcher(reference);
 
     std::vector<cv::Mat> homographies; // referenceFromImage of every image that passed
     std::vector<cv::Rect> outlines;
     for (int k = 1; k < inputs.size; ++k) {
         const cv::Mat image = readColour(inputs.at(k));
-        const Features features = finder.find(image);
-        const PointPairs pairs =
-            goodMatches(twoNearest(features.descriptors, referenceFeatures.descriptors),
-                        features.keypoints, referenceFeatures.keypoints);
-        if (pairs.image.size() < fewestMatches) {
+        const SetMatch match = matcher.match(image);
+        if (match.matches < fewestMatches) {
             continue;
         }
-        homographies.push_back(estimateHomography(pairs));
+        homographies.push_back(match.referenceFromImage);
         outlines.push_back(projectedOutline(homographies.back(), image.size()));
     }
     if (outputs.size - 1 != static_cast<int>(outlines.size())) {
@@ -98,11 +130,8 @@ void registerImages(const FileList& inputs, const FileList& outputs) {
     }
 
     const Canvas layout = commonCanvas(reference.size(), outlines);
-    cv::Mat canvas(layout.size, CV_8UC3);
-    canvas.setTo(cv::Scalar::all(0));
-    reference.copyTo(
-        canvas(cv::Rect({saturate(-std::int64_t{layout.left}), saturate(-std::int64_t{layout.top})},
-                        reference.size())));
+    cv::Mat canvas;
+    drawReference(reference, layout, canvas);
     cv::imwrite(outputs.at(0), canvas);
 
     for (int k = 1; k < inputs.size; ++k) {
@@ -110,16 +139,7 @@ void registerImages(const FileList& inputs, const FileList& outputs) {
         // There is exactly one name for each stored homography, so the access throws for an input
         // without a homography.
         const std::string output = outputs.at(k);
-        // Only the translation is moved into the canvas, on purpose: exact without perspective.
-        cv::Mat canvasFromImage = homographies[static_cast<std::size_t>(k - 1)];
-        canvasFromImage.at<double>(0, 2) -= layout.left;
-        canvasFromImage.at<double>(1, 2) -= layout.top;
-        cv::Mat warped;
-        // The image's own size, on purpose: what is farther out on the canvas is cut off.
-        cv::warpPerspective(image, warped, canvasFromImage, image.size(), cv::INTER_LINEAR,
-                            cv::BORDER_CONSTANT, cv::Scalar::all(0));
-        canvas.setTo(cv::Scalar::all(0));
-        warped.copyTo(canvas(cv::Rect({0, 0}, warped.size())));
+        drawRegistered(image, homographies[static_cast<std::size_t>(k - 1)], layout, canvas);
         cv::imwrite(output, canvas);
     }
 }

@@ -39,6 +39,38 @@ struct Canvas {
 };
 Canvas commonCanvas(cv::Size reference, const std::vector<cv::Rect>& outlines);
 
+// How an image lies to the reference.
+struct SetMatch {
+    std::size_t matches = 0; // good ones
+    cv::Mat
+        referenceFromImage; // 3 x 3 doubles; empty if fewer than fewestMatches, or none is found
+};
+
+// Matches images against one reference.
+class SetMatcher {
+public:
+    // Throws cv::Exception for what the engines refuse (an image of a few pixels).
+    explicit SetMatcher(const cv::Mat& reference);
+
+    // Draws random numbers: matches near a limit depend on the state of cv::theRNG().
+    // On failure: throws as FeatureFinder, twoNearest, goodMatches and cv::findHomography.
+    [[nodiscard]] SetMatch match(const cv::Mat& image) const;
+
+private:
+    FeatureFinder m_finder;
+    Features m_reference;
+};
+
+// The reference at its place on the canvas, black elsewhere.
+//   canvas  is made of the layout's size and of the image's type, if it is not that already
+void drawReference(const cv::Mat& reference, const Canvas& layout, cv::Mat& canvas);
+
+// Another image on the canvas. It is warped with only the translation of its homography moved into
+// the canvas, and cut to its own size from the canvas's corner, both on purpose.
+// On failure: throws cv::Exception if the image is wider or higher than the canvas.
+void drawRegistered(const cv::Mat& image, const cv::Mat& referenceFromImage, const Canvas& layout,
+                    cv::Mat& canvas);
+
 // Registers the files `inputs` onto the first of them and writes one file of canvas size for each,
 // named by `outputs`. The format follows a name's extension.
 //

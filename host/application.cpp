@@ -10,10 +10,6 @@
 namespace host {
 
 int Application::DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) {
-    if (m_held != nullptr) {
-        m_held->push_back(sentence(text));
-        return IDOK;
-    }
     std::ostream& errors = m_errors == nullptr ? tarvix::standardError() : *m_errors;
     errors << "tarvix: " << sentence(text) << '\n';
     m_messageShown = true;
@@ -37,14 +33,6 @@ std::vector<std::string> Application::takeNotes() {
 Application& application() {
     static Application instance;
     return instance;
-}
-
-HeldMessages::HeldMessages() {
-    application().m_held = &texts;
-}
-
-HeldMessages::~HeldMessages() {
-    application().m_held = nullptr;
 }
 
 } // namespace host

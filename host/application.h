@@ -31,25 +31,13 @@ public:
     [[nodiscard]] std::vector<std::string> takeNotes();
 
 private:
-    friend class HeldMessages;
     bool m_messageShown = false;
     bool m_verbose = false;
     std::ostream* m_errors = nullptr;
     std::vector<std::string> m_notes;
-    std::vector<std::string>* m_held = nullptr;
 };
 
 // The one application object of the process, made by the first call.
 Application& application();
-
-// While it lives, messages are kept in `texts` instead of being shown: for a call that may fail.
-class HeldMessages {
-public:
-    HeldMessages();
-    ~HeldMessages();
-    HeldMessages(const HeldMessages&) = delete;
-    HeldMessages& operator=(const HeldMessages&) = delete;
-    std::vector<std::string> texts;
-};
 
 } // namespace host

@@ -1,21 +1,20 @@
 #include "host/registration.h"
 
-#include "host/application.h"
+#include "assist/common_rectangle.h"
 #include "host/batch/places.h"
 #include "host/failure.h"
 #include "host/photographs.h"
+#include "host/registration_table.h"
 #include "host/saving.h"
+#include "host/set_matching.h"
+#include "host/step_progress.h"
 #include "platform/system/paths.h"
-
-#include <tarvix/tarvix.h>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
 #include <algorithm>
 #include <filesystem>
-#include <numeric>
-#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -62,86 +61,77 @@ private:
     std::size_t m_digits;
 };
 
-// The export gives 1 whatever happens: what was written tells whether the images registered.
-class Registration {
-public:
-    Registration(const std::vector<std::string>& inputs, const OutputNames& names)
-        : m_inputs(inputs), m_names(names), m_work(names.folder()) {}
+std::string times(cv::Size size) {
+    return std::to_string(size.width) + " x " + std::to_string(size.height);
+}
 
-    // Passes the given inputs and as many names; why it failed, or nothing if every file came out
-    // whole. An export that is refused an image writes nothing or not all.
-    std::optional<std::string> tryTogether(const std::vector<std::size_t>& images) {
-        CStringArray in;
-        CStringArray out;
-        for (const std::size_t i : images) {
-            std::error_code ignored;
-            fs::remove(half(i), ignored);
-            in.Add(m_inputs[i].c_str());
-            out.Add(nameOf(half(i)).c_str());
+// The largest rectangle of the canvas that all images cover. Throws Failure if there is none.
+cv::Rect commonPart(const PlacedSet& set) {
+    cv::Mat common;
+    for (const PlacedImage& image : set.images) {
+        if (!image.whyNot.empty()) {
+            continue;
         }
-        const HeldMessages held;
-        tx_MatchImages(in, out);
-        for (const std::size_t i : images) {
-            std::error_code ignored;
-            // A disk that filled up leaves a file that cannot be read back.
-            if (!fs::exists(half(i), ignored) || cv::imread(nameOf(half(i))).empty()) {
-                return held.texts.empty() ? "too few good matches with the first image"
-                                          : held.texts[0];
+        // Where a white image is as white as before: its edges are mixed with black.
+        const cv::Mat white(image.size, CV_8UC1, cv::Scalar(255));
+        cv::Mat covered;
+        if (common.empty()) {
+            tarvix::drawReference(white, set.canvas, covered);
+            common = covered;
+            continue;
+        }
+        tarvix::drawRegistered(white, image.referenceFromImage, set.canvas, covered);
+        common.setTo(0, covered < 255);
+    }
+    const cv::Rect part = tarvix::largestRectangle(common);
+    if (part.empty()) {
+        throw Failure("no part of the canvas is covered by all images; leave --crop out");
+    }
+    return part;
+}
+
+// Writes the images that register, all or none, and returns their names.
+//   part  of the canvas
+//   work  inside the folder of the results
+std::vector<std::string> writeAll(const PlacedSet& set, const cv::Rect& part,
+                                  const OutputNames& names, const WorkFolder& work,
+                                  Output& output) {
+    std::vector<std::size_t> kept;
+    for (std::size_t i = 0; i < set.images.size(); ++i) {
+        if (set.images[i].whyNot.empty()) {
+            kept.push_back(i);
+        }
+    }
+    const auto half = [&](std::size_t i) { return std::to_string(i) + names.extension(); };
+    cv::Mat canvas;
+    {
+        StepProgress progress(output, kept.size());
+        for (const std::size_t i : kept) {
+            const PlacedImage& placed = set.images[i];
+            const cv::Mat image = cv::imread(placed.file, cv::IMREAD_COLOR);
+            if (image.size() != placed.size) {
+                throw Failure("'" + placed.file + "' has " + times(image.size()) +
+                              " pixels, and not " + times(placed.size));
             }
-        }
-        return std::nullopt;
-    }
-
-    // Moves the results of the last call to their names.
-    void keep(const std::vector<std::size_t>& images) const {
-        for (const std::size_t i : images) {
-            m_work.moveOut(halfName(i), m_names.name(i));
-        }
-    }
-
-private:
-    [[nodiscard]] std::string halfName(std::size_t i) const {
-        return std::to_string(i) + m_names.extension();
-    }
-    [[nodiscard]] fs::path half(std::size_t i) const { return m_work / halfName(i); }
-
-    const std::vector<std::string>& m_inputs;
-    const OutputNames& m_names;
-    WorkFolder m_work;
-};
-
-// Which of the inputs registered, by index; and of the others, why not.
-struct Registered {
-    std::vector<std::size_t> images;
-    std::vector<std::string> whyNot; // one for each input
-};
-
-// Tries all together, and if some image is refused, each on its own: the rest goes together.
-Registered registered(Registration& registration, const std::vector<std::string>& inputs) {
-    Registered result{std::vector<std::size_t>(inputs.size()),
-                      std::vector<std::string>(inputs.size())};
-    std::iota(result.images.begin(), result.images.end(), std::size_t{0});
-    if (!registration.tryTogether(result.images)) {
-        return result;
-    }
-    result.images = {0};
-    for (std::size_t i = 1; i < inputs.size(); ++i) {
-        if (const auto reason = registration.tryTogether({0, i})) {
-            result.whyNot[i] = *reason;
-        } else {
-            result.images.push_back(i);
+            if (i == 0) {
+                tarvix::drawReference(image, set.canvas, canvas);
+            } else {
+                tarvix::drawRegistered(image, placed.referenceFromImage, set.canvas, canvas);
+            }
+            const std::string path = nameOf(work / half(i));
+            // A disk that filled up leaves a file that cannot be read back.
+            if (!cv::imwrite(path, canvas(part)) || cv::imread(path).empty()) {
+                throw Failure("cannot write '" + names.name(i) + "': the disk may be full");
+            }
+            progress.done(nameOf(pathOf(names.name(i)).filename()), "drawn");
         }
     }
-    if (result.images.size() == 1) {
-        const auto first = std::find_if(result.whyNot.begin(), result.whyNot.end(),
-                                        [](const std::string& s) { return !s.empty(); });
-        throw Failure("no image could be registered onto '" + inputs[0] + "'" +
-                      (first == result.whyNot.end() ? "" : ": " + *first));
+    std::vector<std::string> written;
+    for (const std::size_t i : kept) {
+        written.push_back(names.name(i));
+        work.moveOut(half(i), written.back());
     }
-    if (const auto reason = registration.tryTogether(result.images)) {
-        throw Failure("the images register one by one but not together: " + *reason);
-    }
-    return result;
+    return written;
 }
 
 // The mean of the images at every pixel, of those that are not black there.
@@ -166,47 +156,83 @@ cv::Mat meanOf(const std::vector<std::string>& files) {
 
 } // namespace
 
-Result registerImages(const RegisterOptions& options) {
-    requireImages(options.images);
-    const OutputNames names(options.names, options.images.size());
+namespace {
+
+// Throws what would otherwise be found after the work.
+void requireSafe(const RegisterOptions& options, const OutputNames& names) {
+    requireImageFormat(names.name(0));
+    if (!options.overlay.empty()) {
+        requireImageFormat(options.overlay);
+    }
     std::vector<std::string> outputs;
     for (std::size_t i = 0; i < options.images.size(); ++i) {
         outputs.push_back(names.name(i));
     }
-    requireNotInputs(options.images, outputs); // of the numbered names; the parser's are checked
+    std::vector<std::string> read = options.images;
+    if (!options.apply.empty()) {
+        read.push_back(options.apply);
+    }
+    requireNotInputs(read, outputs); // of the numbered names; the parser's are checked
     Places places;
     for (const std::string& output : outputs) {
-        if (!options.overlay.empty() && places.of(output) == places.of(options.overlay)) {
-            throw Failure("two results would be one file: '" + options.overlay + "'");
+        for (const std::string& beside : {options.overlay, options.save}) {
+            if (!beside.empty() && places.of(output) == places.of(beside)) {
+                throw Failure("two results would be one file: '" + beside + "'");
+            }
         }
     }
-    Registration registration(options.images, names);
-    const Registered kept = registered(registration, options.images);
-    registration.keep(kept.images);
+}
 
-    std::vector<std::string> written;
+Json imagesAsJson(const PlacedSet& set, const OutputNames& names) {
     Json list = Json::array();
-    for (std::size_t i = 0; i < options.images.size(); ++i) {
-        Json entry{{"input", options.images[i]}, {"output", nullptr}};
-        if (std::find(kept.images.begin(), kept.images.end(), i) != kept.images.end()) {
-            written.push_back(names.name(i));
-            entry["output"] = written.back();
+    for (std::size_t i = 0; i < set.images.size(); ++i) {
+        const PlacedImage& image = set.images[i];
+        Json entry{{"input", image.file}, {"output", nullptr}};
+        if (i > 0) {
+            entry["matches"] = image.matches;
+        }
+        if (image.whyNot.empty()) {
+            entry["output"] = names.name(i);
         } else {
-            entry["reason"] = kept.whyNot[i];
+            entry["reason"] = image.whyNot;
         }
         list.push_back(std::move(entry));
     }
-    const cv::Size canvas = cv::imread(written[0]).size();
-    Result result{.data = {{"canvas", {canvas.width, canvas.height}}, {"images", std::move(list)}}};
+    return list;
+}
+
+} // namespace
+
+Result registerImages(const RegisterOptions& options, Output& output) {
+    const OutputNames names(options.names, options.images.size());
+    requireSafe(options, names);
+    requireImages(options.images);
+    const WorkFolder work(names.folder()); // what cannot be written is noticed before the work
+    const PlacedSet set = options.apply.empty() ? placeSet(options.images, output)
+                                                : readTable(options.apply, options.images);
+    const cv::Rect part = options.crop ? commonPart(set) : cv::Rect({0, 0}, set.canvas.size);
+    const std::vector<std::string> written = writeAll(set, part, names, work, output);
+    Result result{.data = {{"canvas", {part.width, part.height}}}};
+    if (options.crop) {
+        result.data["crop"] = {part.x, part.y, part.width, part.height};
+    }
+    result.data["images"] = imagesAsJson(set, names);
     if (!options.overlay.empty()) {
         result.beside = {{options.overlay, [written] { return meanOf(written); }}};
+    }
+    if (!options.save.empty()) {
+        result.texts = {{options.save, [set] { return tableText(set); }}};
     }
     return result;
 }
 
 std::string registrationAsText(const Json& data) {
     std::ostringstream text;
-    text << "canvas " << data.at("canvas")[0] << " x " << data.at("canvas")[1] << '\n';
+    text << "canvas " << data.at("canvas")[0] << " x " << data.at("canvas")[1];
+    if (data.contains("crop")) {
+        text << ", cut out at " << data["crop"][0] << ',' << data["crop"][1];
+    }
+    text << '\n';
     for (const Json& entry : data.at("images")) {
         const auto word = [&entry](const char* name) { return entry.at(name).get<std::string>(); };
         if (entry.at("output").is_null()) {

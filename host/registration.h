@@ -12,12 +12,17 @@ struct RegisterOptions : CommonOptions {
     std::vector<std::string> images; // files, the reference first
     std::string names;               // folder for the results, or a pattern with {} for the number
     std::string overlay;             // file for the mean of the results; empty: none
+    std::string save;                // file for the table of homographies; empty: none
+    std::string apply;               // such a file to be used instead of a search; empty: none
+    bool crop = false;               // to the largest rectangle that all images cover
 };
 
-// Writes one file for each image that registers, and leaves the others out. The data has "canvas"
-// and "images": input, output (null if left out) and then the reason. Throws Failure if none
-// registers; nothing is written then.
-Result registerImages(const RegisterOptions& options);
+// Writes one file for each image that registers, and leaves the others out. The files are those of
+// tx_MatchImages: the same operation, with how far it is and how many matches there were.
+// The data has "canvas", the size of the results, "crop" (its place x, y and its size) if it was
+// cut out, and "images": input, output (null if left out), the number of matches but for the
+// reference, and the reason if left out. Throws Failure if none registers; nothing is written then.
+Result registerImages(const RegisterOptions& options, Output& output);
 
 std::string registrationAsText(const Json& data);
 

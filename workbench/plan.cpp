@@ -199,7 +199,8 @@ private:
         } else if (row.name == "report") {
             files = {{"page", "-report.html"}};
         } else if (row.name == "save") {
-            files = {{"file", "-correction.json"}};
+            const bool isSet = m_request.operation->name == "register";
+            files = {{"file", isSet ? "-registration.json" : "-correction.json"}};
         } else if (row.name == "export") {
             const std::string format = value.is_string() ? value.get<std::string>() : "yml";
             if (format != "yml" && format != "yaml" && format != "txt") {

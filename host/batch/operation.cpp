@@ -66,7 +66,7 @@ std::vector<std::string> Operation::filesBeside() const {
 }
 
 std::vector<std::string> Operation::filesRead() const {
-    return valuesOf({"right", "apply"});
+    return valuesOf({"right", "apply", "reference"});
 }
 
 } // namespace host

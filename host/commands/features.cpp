@@ -1,12 +1,17 @@
 #include "host/commands.h"
+#include "host/failure.h"
 #include "host/gallery_inputs.h"
 #include "host/joining.h"
 #include "host/options.h"
 #include "host/registration.h"
+#include "host/set_matching.h"
 
 #include <tarvix/tarvix.h>
 
 #include <CLI/App.hpp>
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
 #include <map>
 
 namespace host {
@@ -118,8 +123,7 @@ Command registerSet() {
                       .command = {"register", "PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg", "-o",
                                   "OUT/aloe-{}.png", "--overlay", "OUT/aloe-overlay.png"},
                       .before = {"PHOTOS/aloeL.jpg", "PHOTOS/aloeR.jpg"},
-                      .after = {"OUT/aloe-overlay.png"}}},
-         .work = "registering"},
+                      .after = {"OUT/aloe-overlay.png"}}}},
         [](CLI::App& parser, RegisterOptions& o) {
             parser.add_option("IN", o.images, "Image files to read, the reference first")
                 ->type_name("IMAGE")
@@ -132,9 +136,67 @@ Command registerSet() {
                 ->required();
             parser.add_option("--overlay", o.overlay, "Also write the mean of the results")
                 ->type_name("FILE");
+            parser.add_flag("--crop", o.crop,
+                            "Cut the results to the largest rectangle that all images cover");
+            CLI::Option* save =
+                parser.add_option("--save", o.save, "Also write where each image is to this file");
+            save->type_name("FILE");
+            parser
+                .add_option("--apply", o.apply,
+                            "Put the images where this file says, one after the other, instead of "
+                            "matching them")
+                ->type_name("FILE")
+                ->excludes(save);
             addJson(parser, o);
         },
-        [](const RegisterOptions& o, Output&) { return registerImages(o); });
+        registerImages);
+}
+
+cv::Mat inFrameOf(const cv::Mat& reference, const std::string& name, const cv::Mat& image,
+                  std::size_t& matches) {
+    cv::theRNG() = cv::RNG(); // the index of the matching draws from it
+    const tarvix::SetMatch match = matchOnto(tarvix::SetMatcher(reference), image);
+    const std::string whyNot = whyNotRegistered(match, "'" + name + "'");
+    if (!whyNot.empty()) {
+        throw Failure(whyNot);
+    }
+    matches = match.matches;
+    cv::Mat warped;
+    cv::warpPerspective(image, warped, match.referenceFromImage, reference.size());
+    return warped;
+}
+
+Command registerTo() {
+    struct Options : CommonOptions {
+        std::string reference;
+    };
+    return imageCommand<Options>(
+        {.name = "register-to",
+         .help = "Warp an image into the frame of another one, by the keypoints that both show",
+         .makes = Makes::Image,
+         .text =
+             [](const Json& data) {
+                 return std::to_string(data.at("matches").get<std::size_t>()) + " good matches\n";
+             },
+         .example = {"IN", "--reference", "IN"}},
+        [](CLI::App& parser, Options& o) {
+            addInOut(parser, o);
+            parser
+                .add_option("--reference", o.reference,
+                            "Image of the same scene: the result has its size and shows all at its "
+                            "places")
+                ->type_name("IMAGE")
+                ->required();
+            addJson(parser, o);
+        },
+        [](const Options& o, CDib& in) {
+            const Bitmap reference = loadImage(o.reference, false);
+            std::size_t matches = 0;
+            Result result{.image =
+                              inFrameOf(toMatrix(*reference), o.reference, toMatrix(in), matches)};
+            result.data = {{"matches", matches}};
+            return result;
+        });
 }
 
 Command stitch() {
@@ -182,7 +244,7 @@ Command stitch() {
 } // namespace
 
 std::vector<Command> featureCommands() {
-    return {keypoints(), match(), registerSet(), stitch()};
+    return {keypoints(), match(), registerSet(), registerTo(), stitch()};
 }
 
 } // namespace host

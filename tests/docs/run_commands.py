@@ -27,6 +27,7 @@ IMAGES = {
     "left.jpg": "left03.jpg",
     "right.jpg": "right03.jpg",
     "photos/": "left??.jpg",
+    "scene/": "aloe?.jpg",
     "pairs/": "left??.jpg right??.jpg",
 }
 

@@ -159,9 +159,10 @@ TEST_F(Messages, LongWorkSaysInATerminalWhatItDoes) {
         std::vector<std::string> words;
         int status;
     };
-    const std::vector<Work> works = {{"denoising", {"denoise", tiny, "-o", out}, 0},
-                                     {"registering", {"register", home, "-o", folder / "set"}, 0},
-                                     {"joining", {"stitch", tiny, tiny, "-o", out}, 1}};
+    const std::vector<Work> works = {
+        {"denoising", {"denoise", tiny, "-o", out}, 0},
+        {"\r[1/1] registered-00.png", {"register", home, "-o", folder / "set"}, 0},
+        {"joining", {"stitch", tiny, tiny, "-o", out}, 1}};
     for (const Work& work : works) {
         for (const bool terminal : {true, false}) {
             std::ostringstream printed;

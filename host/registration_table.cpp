@@ -1,0 +1,141 @@
+#include "host/registration_table.h"
+
+#include "host/failure.h"
+#include "host/result.h"
+#include "platform/system/paths.h"
+
+#include <opencv2/core.hpp>
+
+#include <cmath>
+#include <fstream>
+
+namespace host {
+
+namespace {
+
+Json rowsOf(const cv::Mat_<double>& matrix) {
+    Json rows = Json::array();
+    for (int row = 0; row < matrix.rows; ++row) {
+        rows.push_back(std::vector<double>(matrix[row], matrix[row] + matrix.cols));
+    }
+    return rows;
+}
+
+cv::Mat homographyOf(const Json& rows) {
+    cv::Mat_<double> matrix(3, 3);
+    if (rows.size() != 3) {
+        throw Failure("a homography has not three rows");
+    }
+    for (int row = 0; row < 3; ++row) {
+        const auto values = rows.at(static_cast<std::size_t>(row)).get<std::vector<double>>();
+        if (values.size() != 3) {
+            throw Failure("a homography has not three columns");
+        }
+        for (int column = 0; column < 3; ++column) {
+            matrix(row, column) = values[static_cast<std::size_t>(column)];
+        }
+    }
+    if (!cv::checkRange(matrix) || cv::determinant(matrix) == 0) {
+        throw Failure("a homography cannot be used");
+    }
+    return matrix;
+}
+
+int numberIn(const Json& value, int least, int most) {
+    const auto number =
+        value.is_number_integer() ? value.get<std::int64_t>() : std::int64_t{most} + 1;
+    if (number < least || number > most) {
+        throw Failure("a size is not a number of pixels");
+    }
+    return static_cast<int>(number);
+}
+
+PlacedImage imageOf(const Json& entry, const std::string& file) {
+    PlacedImage image{.file = file,
+                      .size = {numberIn(entry.at("image_width"), 1, longestSide),
+                               numberIn(entry.at("image_height"), 1, longestSide)}};
+    image.matches = static_cast<std::size_t>(numberIn(entry.at("matches"), 0, INT_MAX));
+    if (entry.at("reference_from_image").is_null()) {
+        image.whyNot = "its place in the table is of an image that was left out";
+    } else {
+        image.referenceFromImage = homographyOf(entry.at("reference_from_image"));
+    }
+    return image;
+}
+
+// Throws Failure if an image cannot be drawn on the canvas.
+void requireFitting(const PlacedSet& set) {
+    const tarvix::Canvas& canvas = set.canvas;
+    const cv::Size first = set.images.front().size;
+    bool fits = canBeWritten(canvas) && set.images.front().whyNot.empty() &&
+                first.width - canvas.left <= canvas.size.width &&
+                first.height - canvas.top <= canvas.size.height;
+    for (const PlacedImage& image : set.images) {
+        fits = fits && (!image.whyNot.empty() || (image.size.width <= canvas.size.width &&
+                                                  image.size.height <= canvas.size.height));
+    }
+    if (!fits) {
+        throw Failure("its canvas does not hold its images");
+    }
+}
+
+PlacedSet setOf(const Json& document, const std::vector<std::string>& files) {
+    if (document.at("tarvix_registration").get<int>() != 1) {
+        throw Failure("another version wrote it");
+    }
+    PlacedSet set;
+    set.canvas = {.left = numberIn(document.at("canvas_left"), -longestSide, 0),
+                  .top = numberIn(document.at("canvas_top"), -longestSide, 0),
+                  .size = {numberIn(document.at("canvas_width"), 1, longestSide),
+                           numberIn(document.at("canvas_height"), 1, longestSide)}};
+    const Json& images = document.at("images");
+    if (!images.is_array() || images.empty()) {
+        throw Failure("it has no images");
+    }
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        set.images.push_back(imageOf(images[i], i < files.size() ? files[i] : std::string()));
+    }
+    requireFitting(set);
+    return set;
+}
+
+} // namespace
+
+std::string tableText(const PlacedSet& set) {
+    Json images = Json::array();
+    for (const PlacedImage& image : set.images) {
+        images.push_back({{"file", image.file},
+                          {"image_width", image.size.width},
+                          {"image_height", image.size.height},
+                          {"matches", image.matches},
+                          {"reference_from_image",
+                           image.whyNot.empty() ? rowsOf(image.referenceFromImage) : Json()}});
+    }
+    const Json document = {{"tarvix_registration", 1},
+                           {"canvas_left", set.canvas.left},
+                           {"canvas_top", set.canvas.top},
+                           {"canvas_width", set.canvas.size.width},
+                           {"canvas_height", set.canvas.size.height},
+                           {"images", std::move(images)}};
+    return document.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+PlacedSet readTable(const std::string& path, const std::vector<std::string>& files) {
+    std::ifstream file(tarvix::pathOf(path), std::ios::binary);
+    if (!file) {
+        throw Failure("no such file: '" + path + "'");
+    }
+    PlacedSet set;
+    try {
+        set = setOf(Json::parse(file), files);
+    } catch (const std::exception& e) { // what the JSON library says, and what we say above
+        throw Failure("'" + path + "' is not a table that register --save wrote: " + e.what());
+    }
+    if (set.images.size() != files.size()) {
+        throw Failure("'" + path + "' is for " + std::to_string(set.images.size()) +
+                      " images, not for " + std::to_string(files.size()));
+    }
+    return set;
+}
+
+} // namespace host

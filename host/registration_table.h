@@ -1,0 +1,21 @@
+// Files that keep how the images of a set lie to the first, so that the same can be done to other
+// images of the same cameras.
+#pragma once
+
+#include "host/set_matching.h"
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+// The table as JSON: the canvas, and for each image its file, size and homography.
+std::string tableText(const PlacedSet& set);
+
+// Reads such a file, for other files than those that it was made of: the first one in the place of
+// the first, and so on. Throws Failure if it is missing, is not such a table, or is of another
+// number of images.
+//   files  as many as the table has
+PlacedSet readTable(const std::string& path, const std::vector<std::string>& files);
+
+} // namespace host
