@@ -29,11 +29,15 @@ class Program:
 
 class Tests:
     def __init__(self, build_folder, place):
-        shown = subprocess.run(['ctest', '--test-dir', build_folder, '--show-only=json-v1'], check=True,
+        self.build_folder, self.place, self.alone = build_folder, place, threading.Lock()
+        self.find()
+
+    def find(self):
+        """Those that have been built: CTest knows no command of the others."""
+        shown = subprocess.run(['ctest', '--test-dir', self.build_folder, '--show-only=json-v1'], check=True,
                                capture_output=True, text=True)
-        found = [t for t in json.loads(shown.stdout)['tests'] if t['name'].split('.')[0] in TESTED_BY]
+        found = [t for t in json.loads(shown.stdout)['tests'] if t['name'].split('.')[0] in TESTED_BY and 'command' in t]
         self.programs = {t['name']: Program(t) for t in found}
-        self.place, self.alone = place, threading.Lock()
 
     def run(self, name, seconds, cases=None, **variables):
         """Whether it passes ('passed', 'failed' or 'hung'), and the time it took."""
@@ -47,7 +51,9 @@ class Tests:
             self.alone.acquire()
         started = time.monotonic()
         try:
-            run = subprocess.Popen(program.command, cwd=program.folder, env=environment, stdin=subprocess.DEVNULL,
+            # `timeout` ends it if this script was ended meanwhile.
+            command = ['timeout', '--signal=KILL', str(int(seconds) + 60), *program.command]
+            run = subprocess.Popen(command, cwd=program.folder, env=environment, stdin=subprocess.DEVNULL,
                                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True,
                                    preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))
             try:
@@ -93,7 +99,8 @@ class Tests:
             wanted = {n for n in folders if n not in reached}
             if not is_own and wanted:
                 make_others()
-            for name in self.programs:
+                self.find()
+            for name in sorted(self.programs):
                 folder = name.split('.')[0]
                 concerned = {n for n in wanted if (folder == folders[n]) == is_own}
                 if concerned:
