@@ -122,7 +122,8 @@ PlacedSet placeSet(const std::vector<std::string>& files, Output& output) {
                           .size = reference.size(),
                           .referenceFromImage = cv::Mat::eye(3, 3, CV_64F)});
     {
-        StepProgress progress(output, files.size() - 1);
+        StepProgress progress(output, files.size());
+        progress.done(tarvix::nameOf(tarvix::pathOf(files[0]).filename()), "the first image");
         for (std::size_t i = 1; i < files.size(); ++i) {
             set.images.push_back(placeImage(files[i], matcher, reference.size()));
             const PlacedImage& placed = set.images.back();

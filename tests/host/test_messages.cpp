@@ -161,7 +161,7 @@ TEST_F(Messages, LongWorkSaysInATerminalWhatItDoes) {
     };
     const std::vector<Work> works = {
         {"denoising", {"denoise", tiny, "-o", out}, 0},
-        {"\r[1/1] registered-00.png", {"register", home, "-o", folder / "set"}, 0},
+        {"\r[1/1] home.jpg", {"register", home, "-o", folder / "set"}, 0},
         {"joining", {"stitch", tiny, tiny, "-o", out}, 1}};
     for (const Work& work : works) {
         for (const bool terminal : {true, false}) {

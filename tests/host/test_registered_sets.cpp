@@ -100,8 +100,8 @@ TEST_F(RegisteredSets, SayHowFarTheyAre) {
     const ProgramResult run = inProcess({"register", window("a.png", 200, 100),
                                          window("b.png", 140, 130), home, "-o", folder / "set"});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.out, HasSubstr("[1/2] b.png: "));
-    EXPECT_THAT(run.out, HasSubstr(" good matches\n[2/2] home.jpg: too few good matches"));
+    EXPECT_THAT(run.out, HasSubstr("[1/3] a.png: the first image\n[2/3] b.png: "));
+    EXPECT_THAT(run.out, HasSubstr(" good matches\n[3/3] home.jpg: too few good matches"));
     EXPECT_THAT(run.out, HasSubstr("[2/2] registered-01.png: drawn")); // the third is left out
 }
 
@@ -223,6 +223,18 @@ TEST_F(RegisteredSets, AreCutToWhatAllOfThemShow) {
     EXPECT_EQ(cv::imread(folder / "mean.png").size(), part.size());
     ASSERT_EQ(registered(images, "again-{}.png", {"--crop", "--apply", table}).status, 0);
     EXPECT_EQ(bytesOf("again-01.png"), bytesOf("cut-01.png"));
+    // White images stay white: no edge that is mixed with black is within.
+    std::vector<std::string> white;
+    for (const char* name : {"w0.png", "w1.png"}) {
+        cv::imwrite(folder / name, cv::Mat(400, 440, CV_8UC3, cv::Scalar::all(255)));
+        white.push_back(folder / name);
+    }
+    ASSERT_EQ(registered(white, "white-{}.png", {"--crop", "--apply", table}).status, 0);
+    for (const char* end : {"00.png", "01.png"}) {
+        const cv::Mat cut = cv::imread(folder / (std::string("white-") + end));
+        EXPECT_EQ(cv::countNonZero(cut.reshape(1) < 255), 0) << end;
+        EXPECT_EQ(cut.size(), part.size());
+    }
     EXPECT_THAT(inProcess({"register", images[0], images[1], "-o", folder / "text", "--crop"}).out,
                 HasSubstr(", cut out at " + std::to_string(part.x)));
 }

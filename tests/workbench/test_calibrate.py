@@ -197,9 +197,18 @@ class Register(WorkbenchTest):
         self.button("Blink").click()
         self.assertEqual(self.script(opacity), 1)
 
-    def test_photographs_are_joined(self):
-        self.run_images("kind=stitch&images=aloeL.jpg|aloeR.jpg")
+    def test_images_are_cut_to_what_all_show(self):
+        self.run_images("crop=1&images=basketball1.png|basketball2.png")
+        self.assertIn(" --crop", self.shown_command())
+        self.expect_files_of_command_line()
+        self.find(".register input[type=checkbox]").click()
+        self.assertNotIn("crop", self.script("return location.hash"))
+
+    def test_photographs_are_joined_and_what_is_left_out_is_named(self):
+        self.run_images("kind=stitch&images=aloeL.jpg|box.png|aloeR.jpg")
         self.assertTrue(self.all(".register .viewer image[href]"))
+        self.assertFalse(self.find(".register input[type=checkbox]").is_displayed())
+        self.assertRegex(self.text(".register .findings .mind"), "Left out .*box.png.*matches")
         self.expect_files_of_command_line()
 
 

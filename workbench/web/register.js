@@ -18,6 +18,8 @@ export class Register {
         this.kind = el("select", {onchange: () => this.changed()},
             el("option", {value: "register"}, "Register onto the first"),
             el("option", {value: "stitch"}, "Join into a panorama"));
+        this.crop = el("input", {type: "checkbox", onchange: () => this.changed()});
+        this.cropField = labelled("Cut to what all images show", this.crop);
         this.order = el("ol", {class: "order"});
         this.run = new LongRun("Run", {request: () => this.request(), onDone: (...all) => this.done(...all)});
         this.line = new CommandLine();
@@ -26,7 +28,8 @@ export class Register {
         this.panorama = new Viewer("The panorama");
         this.element = el("div", {class: "work register"}, panel("Images of one scene",
             el("p", {class: "hint"}, "Choose the images in the list. The first one gives the frame."),
-            labelled("What to do", this.kind), this.order, this.run.element, this.line.element), this.result);
+            labelled("What to do", this.kind), this.cropField, this.order, this.run.element, this.line.element),
+        this.result);
     }
 
     choose(names) {
@@ -36,14 +39,17 @@ export class Register {
 
     show(values) {
         this.kind.value = values.kind === "stitch" ? "stitch" : "register";
+        this.crop.checked = values.crop === "1";
         this.names = parseNames(values.images);
         this.page.showChosen(this, this.names, true);
         this.changed();
     }
 
     changed() {
-        this.page.keep(this, {image: this.page.carried().image, kind: this.kind.value === "stitch" ? "stitch" : "",
-            images: formatNames(this.names)});
+        const stitch = this.kind.value === "stitch";
+        this.cropField.hidden = stitch;
+        this.page.keep(this, {image: this.page.carried().image, kind: stitch ? "stitch" : "",
+            crop: !stitch && this.crop.checked ? "1" : "", images: formatNames(this.names)});
         this.order.replaceChildren(...this.names.map((name) => el("li", {}, name)));
     }
 
@@ -51,7 +57,8 @@ export class Register {
         if (this.names.length < 2) {
             return "Choose two images at least";
         }
-        return {command: this.kind.value, images: this.names, options: {}};
+        const options = this.kind.value === "register" && this.crop.checked ? {crop: true} : {};
+        return {command: this.kind.value, images: this.names, options};
     }
 
     async done(answer, request) {
