@@ -83,7 +83,7 @@ case $row in
     ;;
 esac
 
-cxx=$(sed -nE 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' $build/CMakeCache.txt)
+cxx=$(sed -nE 's/^set\(CMAKE_CXX_COMPILER "(.*)"\)/\1/p' $build/CMakeFiles/*/CMakeCXXCompiler.cmake)
 compiler=$("$cxx" --version | sed -nE '1s/.*clang version ([0-9.]+).*/clang \1/p')
 [ -n "$compiler" ] || compiler="g++ $("$cxx" -dumpfullversion)"
 folder=$(sed -nE 's/^OpenCV_DIR:PATH=//p' $build/CMakeCache.txt)

@@ -205,10 +205,10 @@ TEST_F(Projective, CollinearCornersDoNotCrash) {
     }
 }
 
-// A canvas that was filled would count gigabytes.
+// A canvas that was filled would count a gigabyte at least. An emulator's own memory counts, too.
 void expectNothingFilled(std::size_t peakBefore) {
     if (!test::isInstrumented) {
-        EXPECT_LT(test::peakMemory() - peakBefore, std::size_t{64} << 20);
+        EXPECT_LT(test::peakMemory() - peakBefore, std::size_t{256} << 20);
     }
 }
 
