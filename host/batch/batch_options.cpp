@@ -13,6 +13,11 @@ void requireSense(const BatchOptions& options, const Operation& operation) {
     if (!operation.mayWriteImage() && !options.pattern.empty()) {
         throw BadUsage("'" + operation.name() + "' writes no images: leave --out out");
     }
+    if (const std::string option = operation.optionWithoutImage();
+        !option.empty() && !options.pattern.empty()) {
+        throw BadUsage("with " + option + ", '" + operation.name() +
+                       "' writes no images: leave --out out");
+    }
     if ((options.resume || options.retryFailed) && options.manifest.empty()) {
         throw BadUsage("--resume and --retry-failed need --manifest, which says what is done");
     }

@@ -27,6 +27,10 @@ Operation::Operation(const Command& command) : m_command(command), m_job(command
 
 void Operation::addOptions(CLI::App& parser) {
     m_job.addOptions(parser);
+    if (CLI::Option* const out = parser.get_option_no_throw("-o")) {
+        m_withoutImage = parser.get_options(
+            [out](const CLI::Option* option) { return option->get_excludes().contains(out); });
+    }
     for (const char* const name : {"IN", "--json", "-o", "--format"}) {
         if (CLI::Option* const option = parser.get_option_no_throw(name)) {
             parser.remove_option(option);
@@ -35,6 +39,12 @@ void Operation::addOptions(CLI::App& parser) {
     m_options = parser.get_options([](const CLI::Option* option) {
         return !option->get_lnames().empty() && option->get_lnames()[0] != "help";
     });
+}
+
+std::string Operation::optionWithoutImage() const {
+    const auto given = std::find_if(m_withoutImage.begin(), m_withoutImage.end(),
+                                    [](const CLI::Option* option) { return option->count() > 0; });
+    return given == m_withoutImage.end() ? "" : "--" + (*given)->get_lnames()[0];
 }
 
 std::vector<std::string> Operation::words() const {

@@ -26,6 +26,9 @@ public:
     [[nodiscard]] bool mayWriteImage() const { return m_mayWrite; }
     [[nodiscard]] bool mustWriteImage() const { return m_mustWrite; }
 
+    // An option that was given and with which no image can be written; empty if there is none.
+    [[nodiscard]] std::string optionWithoutImage() const;
+
     // Its name and the options that were given, as words of a command line.
     [[nodiscard]] std::vector<std::string> words() const;
 
@@ -41,7 +44,8 @@ private:
 
     const Command& m_command;
     Job m_job;
-    std::vector<CLI::Option*> m_options; // of the parser, which must live
+    std::vector<CLI::Option*> m_options;      // of the parser, which must live
+    std::vector<CLI::Option*> m_withoutImage; // of these, those that exclude -o
     bool m_mayWrite = false;
     bool m_mustWrite = false;
 };

@@ -130,6 +130,16 @@ TEST_F(CornerRecords, AreWhatCalibFindsAndNotWhatChessboardPrints) {
         inProcess({"chessboard", folder / "missing.png", "--board", "9x6", "--for-calib"}), 1);
 }
 
+TEST_F(CornerRecords, ComeWithoutAnImage) {
+    const std::vector<std::string> words = {
+        "batch",       "chessboard", test::pairPhoto("left", 1), "--board", "9x6",
+        "--for-calib", "--out",      folder / "{name}.png"};
+    const ProgramResult run = inProcess(words);
+    expectOneLine(run, 2);
+    EXPECT_THAT(run.err, HasSubstr("with --for-calib, 'chessboard' writes no images"));
+    EXPECT_TRUE(test::namesIn(folder.path()).empty());
+}
+
 TEST_F(CornerRecords, AreTakenInTheOrderOfTheNames) {
     record(manifest, {test::pairPhoto("left", 4), test::pairPhoto("left", 1)});
     record(folder / "more.jsonl", {test::pairPhoto("left", 2)});
