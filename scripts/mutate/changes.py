@@ -107,8 +107,8 @@ class Finder:
     def dropped_statement(self, cursor):
         start, end = self.span(cursor)
         semicolon = re.compile(r'\s*;').match(self.source, end)
-        if not semicolon:
-            return
+        if not semicolon or re.search(r'\[\[noreturn\]\][^;{}]*\{\s*$', self.source[:start]):
+            return  # the compiler takes it that what does not return does not go on, and drops the switch instead
         end = semicolon.end()
         words = ' '.join(self.source[start:end].split())
         self.add(start, end, 'dropped', f'drop: {words[:90]}',

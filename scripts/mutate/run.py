@@ -23,6 +23,7 @@ def options_of(words):
     parser.add_argument('--sample', type=int, default=0, help='a fixed choice of so many changes')
     parser.add_argument('--list', action='store_true', help='lists the changes and ends')
     parser.add_argument('--again', action='store_true', help='forgets the results of earlier runs')
+    parser.add_argument('--others', action='store_true', help='tries what was not noticed with other folders\' tests, too')
     parser.add_argument('--jobs', type=int, default=len(os.sched_getaffinity(0)))
     parser.add_argument('paths', nargs='*')
     return parser.parse_intermixed_args(words)
@@ -95,7 +96,6 @@ def main():
     say(f'{len(chosen)} changes compile, {len(build.left_out)} do not; running the tests without any')
     tests = Tests(build.build, place)
     folders = {number: build.sites[number][0].split('/')[0] for number in chosen}
-    reached = tests.reaching(folders, build.digest_of_all(), build.make_all_tests)
     if options.sample:
         digest = lambda n: hashlib.sha256('\t'.join(names.lasting(n)).encode()).hexdigest()
         chosen = sorted(sorted(chosen, key=digest)[:options.sample])
@@ -105,7 +105,7 @@ def main():
         entry = None if options.again else results.entries.get(names.key(number))
         if names.lasting(number) in known:
             return False
-        return entry is None or (not entry['how'] and entry['suite'] != names.tests_of(number))
+        return entry is None or (not entry['how'] and (options.others or entry['suite'] != names.tests_of(number)))
 
     def attempt(number, lock):
         how, by = tests.attempt(number, reached.get(number, []))
@@ -114,6 +114,8 @@ def main():
                          'suite': names.tests_of(number)})
 
     todo = [n for n in chosen if is_open(n)]
+    more = frozenset(todo) if options.others else frozenset()
+    reached = tests.reaching(folders, build.digest_of_all(), build.make_all_tests, more)
     say(f'{len(chosen)} changes, {len(todo)} to try')
     try_all(todo, options.jobs, attempt)
     return 0 if report(build, names, chosen, known, results) else 1

@@ -85,18 +85,18 @@ class Tests:
                 found.append(suite + word.strip())
         return found
 
-    def reaching(self, folders, digest, make_others):
+    def reaching(self, folders, digest, make_others, more=frozenset()):
         """Number -> the tests that ask for it, as [seconds, program, case]: those of its own folder of tests/, and where
-        there is none, those of the other folders, which make_others() builds. `folders` has the folder of each number.
-        What is found is kept for a run that goes on with the same sources."""
+        there is none, and for the numbers `more`, those of the other folders, which make_others() builds. `folders` has
+        the folder of each number. What is found is kept for a run that goes on with the same sources."""
         kept = pathlib.Path(self.place) / 'trace.json'
-        if kept.exists():
+        if kept.exists() and not more:
             found = json.loads(kept.read_text())
             if found['digest'] == digest:
                 return {int(n): r for n, r in found['reached'].items()}
         reached = collections.defaultdict(list)
         for is_own in (True, False):
-            wanted = {n for n in folders if n not in reached}
+            wanted = {n for n in folders if n not in reached or (n in more and not is_own)}
             if not is_own and wanted:
                 make_others()
                 self.find()
@@ -105,7 +105,8 @@ class Tests:
                 concerned = {n for n in wanted if (folder == folders[n]) == is_own}
                 if concerned:
                     self.trace(name, concerned, reached)
-        kept.write_text(json.dumps({'digest': digest, 'reached': reached}))
+        if not more:
+            kept.write_text(json.dumps({'digest': digest, 'reached': reached}))
         return reached
 
     def trace(self, name, concerned, reached):
@@ -128,14 +129,24 @@ class Tests:
             say(f'{name} reaches changes')
 
     def attempt(self, number, reaching):
-        """How a change was noticed ('failed', 'hung' or None), and by which program. Programs with the fastest cases
-        first. A test hangs if it takes ten times as long as without the change, and 30 seconds more."""
-        programs = collections.defaultdict(list)
-        for seconds, name, case in sorted(reaching):
-            programs[name].append((seconds, case))
-        for name, found in sorted(programs.items(), key=lambda each: sum(s for s, _ in each[1])):
-            limit = 30 + 10 * sum(seconds for seconds, _ in found)
-            how, _ = self.run(name, limit, [case for _, case in found], TARVIX_MUTANT=str(number))
+        """How a change was noticed ('failed', 'hung' or None), and by which program: the fastest cases first, a few in a
+        process, so that a hang is over soon. What takes five times as long as without the change, and 20 seconds more,
+        hangs."""
+        for name, seconds, cases in in_portions(reaching):
+            how, _ = self.run(name, 20 + 5 * seconds, cases, TARVIX_MUTANT=str(number))
             if how != 'passed':
                 return how, name
         return None, None
+
+
+def in_portions(reaching, largest=3.0):
+    """(program, seconds, cases): cases of one program together, of `largest` seconds at most or one case."""
+    portions = []
+    for seconds, name, case in sorted(reaching):
+        open_ones = [p for p in portions if p[0] == name and p[1] + seconds <= largest]
+        if open_ones:
+            open_ones[-1][1] += seconds
+            open_ones[-1][2].append(case)
+        else:
+            portions.append([name, seconds, [case]])
+    return sorted(portions, key=lambda p: p[1])

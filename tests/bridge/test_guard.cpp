@@ -54,6 +54,30 @@ TEST_F(Guard, TheTextIsWhatItself) {
     EXPECT_EQ(host.messages.at(0).text, expected);
 }
 
+// The int that the body throws, -1 if it does not throw.
+int thrownBy(const std::function<void()>& body) {
+    try {
+        body();
+    } catch (int value) {
+        return value;
+    }
+    return -1;
+}
+
+TEST_F(Guard, FailingSilentlyThrowsZero) {
+    EXPECT_EQ(thrownBy([] { failSilently(); }), 0);
+}
+
+TEST_F(Guard, NothingFailsSilentlyWhateverItsType) {
+    int number = 5;
+    EXPECT_EQ(orFail(&number), &number);
+    EXPECT_EQ(orFail(std::optional<int>(5)), 5);
+    EXPECT_EQ(orFail(cv::Mat(2, 3, CV_8UC1)).size(), cv::Size(3, 2));
+    EXPECT_EQ(thrownBy([] { orFail(static_cast<int*>(nullptr)); }), 0);
+    EXPECT_EQ(thrownBy([] { orFail(std::optional<int>()); }), 0);
+    EXPECT_EQ(thrownBy([] { orFail(cv::Mat()); }), 0);
+}
+
 TEST_F(Guard, OtherExceptionsFailSilently) {
     EXPECT_EQ(showCvSwallowRest<int>(-1, throwStd), -1);
     EXPECT_EQ(showCvSwallowRest<int>(-1, throwInt), -1);

@@ -22,6 +22,9 @@ TEST(RectOf, RightAndBottomAreOnePixelBeyond) {
     };
     EXPECT_THAT(sides({10, 20, 30, 40}), testing::ElementsAre(10, 20, 40, 60));
     EXPECT_THAT(sides({0, 0, 1, 1}), testing::ElementsAre(0, 0, 1, 1));
+    for (int k = 2; k < 9; ++k) { // no side is left as it was
+        EXPECT_THAT(sides({k, 3 * k, 5 * k, 7 * k}), testing::ElementsAre(k, 3 * k, 6 * k, 10 * k));
+    }
 }
 
 TEST(BesideExecutable, FindsTheCascadesThatTheBuildPutsThere) {
