@@ -31,7 +31,11 @@ const std::vector<Operation>& operations() {
 bool isOffered(const host::Command& command) {
     constexpr std::array<const char*, 5> families = {"filters", "faces", "geometry", "calib",
                                                      "features"};
-    return !command.internal && command.name != "track" && command.name != "import-calib" &&
+    // They want a camera, a file of another program, and a second image as an option, which the
+    // page's registration takes for all images of a set.
+    constexpr std::array<const char*, 3> others = {"track", "import-calib", "register-to"};
+    return !command.internal &&
+           std::find(others.begin(), others.end(), command.name) == others.end() &&
            std::find(families.begin(), families.end(), command.family) != families.end();
 }
 

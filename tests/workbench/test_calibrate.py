@@ -202,7 +202,7 @@ class Register(WorkbenchTest):
         self.assertIn(" --crop", self.shown_command())
         self.expect_files_of_command_line()
         self.find(".register input[type=checkbox]").click()
-        self.assertNotIn("crop", self.script("return location.hash"))
+        self.wait(lambda: "crop" not in self.script("return location.hash"), "the address keeps it")
 
     def test_photographs_are_joined_and_what_is_left_out_is_named(self):
         self.run_images("kind=stitch&images=aloeL.jpg|box.png|aloeR.jpg")

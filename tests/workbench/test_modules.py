@@ -49,6 +49,28 @@ class Modules(WorkbenchTest):
                 {"tab": "straighten", "values": {"image": "a b/ä&=#.jpg", "corners": "1,2;3,4"}},
                 {"tab": "calibrate", "values": {}}, {"tab": "", "values": {}}])
 
+    def test_many_changes_of_the_address_are_few_writes(self):
+        written, last, left = self.run_module("address", """
+            const written = [];
+            const address = new m.Address((hash) => written.push(hash));
+            for (let i = 0; i < 1000; ++i) address.keep(`#${i}`);
+            const first = written.length;
+            address.flush();
+            address.flush();
+            const flushed = [...written];
+            address.keep("#dropped");
+            address.drop();
+            await new Promise((resolve) => { setTimeout(resolve, 300); });
+            return [flushed, first, written.slice(flushed.length)];""")
+        self.assertEqual((written, last, left), (["#0", "#999"], 1, []))
+        self.assertEqual(self.run_module("address", """
+            const written = [];
+            const address = new m.Address((hash) => written.push(hash));
+            address.keep("#1");
+            address.keep("#2");
+            while (written.length < 2) await new Promise((resolve) => { setTimeout(resolve, 20); });
+            return written;"""), ["#1", "#2"])
+
     def test_points_and_names_in_the_address(self):
         self.assertEqual(self.run_module("state", """
             return [m.parsePoints('1,2;3.5,-4', 2), m.parsePoints('1,2', 2), m.parsePoints('1,;3,4', 2),

@@ -14,7 +14,7 @@ class Operate(WorkbenchTest):
         slider.send_keys(Keys.ARROW_RIGHT * 5)
         self.wait_idle()
         self.assertIn("--low", self.shown_command())
-        self.assertIn("low=", self.driver.current_url)
+        self.wait(lambda: "low=" in self.driver.current_url, "the address does not keep it")
         self.assertEqual(self.save("edges.png"), self.made_by_command_line(self.shown_command(), ".png"))
 
     def test_every_operation_on_one_image_has_a_result(self):
@@ -97,7 +97,7 @@ class Operate(WorkbenchTest):
         self.wait_idle()
         self.assertIn("building.jpg", self.text(".compare figcaption"))
         self.assertIn("tarvix canny building.jpg", self.shown_command())
-        self.assertIn("image=building.jpg", self.driver.current_url)
+        self.wait(lambda: "image=building.jpg" in self.driver.current_url, "the address has another image")
         self.go("#operate?image=home.jpg&op=canny")
         self.wait(lambda: "home.jpg" in self.shown_command(), "the image that came late is not loaded anew")
 

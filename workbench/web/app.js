@@ -1,5 +1,6 @@
 // Starts the page: tabs, the list of images, and the address that holds the state.
 
+import {Address} from "./address.js";
 import * as api from "./api.js";
 import {Chooser} from "./chooser.js";
 import {el} from "./dom.js";
@@ -23,6 +24,7 @@ class Page {
     constructor() {
         this.workplaces = {};
         this.last = {}; // the state of each tab, as it was left
+        this.address = new Address();
         this.problem = byId("problem");
         this.chooser = new Chooser(byId("images"), {
             onChoose: (names) => this.current?.choose(names),
@@ -37,7 +39,10 @@ class Page {
         byId("skip").addEventListener("click", () => byId("work").focus());
         byId("theme").addEventListener("click", () => this.changeTheme());
         this.showTheme(localStorage.getItem("theme"));
-        window.addEventListener("hashchange", () => this.showAddress());
+        window.addEventListener("hashchange", () => {
+            this.address.drop();
+            this.showAddress();
+        });
     }
 
     async start() {
@@ -55,12 +60,14 @@ class Page {
 
     // The image that is worked on goes along to another tab.
     carried() {
+        this.address.flush();
         const image = parseState(location.hash).values.image;
         return image ? {image} : {};
     }
 
     go(tab, values) {
         const hash = formatState(tab, values);
+        this.address.flush();
         if (hash !== location.hash) {
             byId("work").setAttribute("aria-busy", "true");
             location.hash = hash;
@@ -95,13 +102,12 @@ class Page {
         }
     }
 
-    // Keeps the state of a tab: in the address if the tab is in sight, without a step in the
-    // browser's history.
+    // Keeps the state of a tab: in the address if the tab is in sight.
     keep(place, values) {
         const tab = Object.keys(this.workplaces).find((name) => this.workplaces[name] === place);
         this.last[tab] = values;
         if (place === this.current) {
-            history.replaceState(null, "", formatState(tab, values));
+            this.address.keep(formatState(tab, values));
         }
     }
 
