@@ -1,7 +1,6 @@
 #include "host/registration_table.h"
 
 #include "host/failure.h"
-#include "host/result.h"
 #include "platform/system/paths.h"
 
 #include <opencv2/core.hpp>
@@ -12,14 +11,6 @@
 namespace host {
 
 namespace {
-
-Json rowsOf(const cv::Mat_<double>& matrix) {
-    Json rows = Json::array();
-    for (int row = 0; row < matrix.rows; ++row) {
-        rows.push_back(std::vector<double>(matrix[row], matrix[row] + matrix.cols));
-    }
-    return rows;
-}
 
 cv::Mat homographyOf(const Json& rows) {
     cv::Mat_<double> matrix(3, 3);
@@ -101,6 +92,14 @@ PlacedSet setOf(const Json& document, const std::vector<std::string>& files) {
 
 } // namespace
 
+Json rowsAsJson(const cv::Mat_<double>& matrix) {
+    Json rows = Json::array();
+    for (int row = 0; row < matrix.rows; ++row) {
+        rows.push_back(std::vector<double>(matrix[row], matrix[row] + matrix.cols));
+    }
+    return rows;
+}
+
 std::string tableText(const PlacedSet& set) {
     Json images = Json::array();
     for (const PlacedImage& image : set.images) {
@@ -109,7 +108,7 @@ std::string tableText(const PlacedSet& set) {
                           {"image_height", image.size.height},
                           {"matches", image.matches},
                           {"reference_from_image",
-                           image.whyNot.empty() ? rowsOf(image.referenceFromImage) : Json()}});
+                           image.whyNot.empty() ? rowsAsJson(image.referenceFromImage) : Json()}});
     }
     const Json document = {{"tarvix_registration", 1},
                            {"canvas_left", set.canvas.left},

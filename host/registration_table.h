@@ -2,12 +2,16 @@
 // images of the same cameras.
 #pragma once
 
+#include "host/result.h"
 #include "host/set_matching.h"
 
 #include <string>
 #include <vector>
 
 namespace host {
+
+// A matrix of doubles as rows of numbers.
+Json rowsAsJson(const cv::Mat_<double>& matrix);
 
 // The table as JSON: the canvas, and for each image its file, size and homography.
 std::string tableText(const PlacedSet& set);

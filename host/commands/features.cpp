@@ -4,6 +4,7 @@
 #include "host/joining.h"
 #include "host/options.h"
 #include "host/registration.h"
+#include "host/registration_table.h"
 #include "host/set_matching.h"
 
 #include <tarvix/tarvix.h>
@@ -152,18 +153,19 @@ Command registerSet() {
         registerImages);
 }
 
-cv::Mat inFrameOf(const cv::Mat& reference, const std::string& name, const cv::Mat& image,
-                  std::size_t& matches) {
+// The image as the reference sees it, the number of matches and the homography.
+Result inFrameOf(const cv::Mat& reference, const std::string& name, const cv::Mat& image) {
     cv::theRNG() = cv::RNG(); // the index of the matching draws from it
     const tarvix::SetMatch match = matchOnto(tarvix::SetMatcher(reference), image);
     const std::string whyNot = whyNotRegistered(match, "'" + name + "'");
     if (!whyNot.empty()) {
         throw Failure(whyNot);
     }
-    matches = match.matches;
     cv::Mat warped;
     cv::warpPerspective(image, warped, match.referenceFromImage, reference.size());
-    return warped;
+    return {
+        .image = warped,
+        .data = {{"matches", match.matches}, {"homography", rowsAsJson(match.referenceFromImage)}}};
 }
 
 Command registerTo() {
@@ -191,11 +193,7 @@ Command registerTo() {
         },
         [](const Options& o, CDib& in) {
             const Bitmap reference = loadImage(o.reference, false);
-            std::size_t matches = 0;
-            Result result{.image =
-                              inFrameOf(toMatrix(*reference), o.reference, toMatrix(in), matches)};
-            result.data = {{"matches", matches}};
-            return result;
+            return inFrameOf(toMatrix(*reference), o.reference, toMatrix(in));
         });
 }
 

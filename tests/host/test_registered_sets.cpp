@@ -172,6 +172,12 @@ TEST_F(RegisteredSets, OneByOneInPartsGiveTheSameBytes) {
                     difference);
         EXPECT_LT(cv::mean(difference)[0], 12) << i;
     }
+    const Json said = Json::parse(inProcess({"register-to", folder / "in/0.png", "--reference",
+                                             reference, "-o", folder / "alone.png", "--json"})
+                                      .out);
+    EXPECT_GE(said.at("matches"), 8);
+    EXPECT_NEAR(said.at("homography")[0][2].get<double>(), -60, 2); // its corner is farther left
+    EXPECT_NEAR(said.at("homography")[1][2].get<double>(), 30, 2);
     const ProgramResult none =
         inProcess({"register-to", home, "--reference", reference, "-o", folder / "none.png"});
     expectOneLine(none, 1);
