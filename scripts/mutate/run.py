@@ -114,8 +114,8 @@ def main():
                          'suite': names.tests_of(number)})
 
     todo = [n for n in chosen if is_open(n)]
-    more = frozenset(todo) if options.others else frozenset()
-    reached = tests.reaching(folders, build.digest_of_all(), build.make_all_tests, more)
+    others = (build.make_all_tests, frozenset(todo)) if options.others else ()
+    reached = tests.reaching(folders, build.digest_of_all(), *others)
     say(f'{len(chosen)} changes, {len(todo)} to try')
     try_all(todo, options.jobs, attempt)
     return 0 if report(build, names, chosen, known, results) else 1

@@ -85,48 +85,50 @@ class Tests:
                 found.append(suite + word.strip())
         return found
 
-    def reaching(self, folders, digest, make_others, more=frozenset()):
-        """Number -> the tests that ask for it, as [seconds, program, case]: those of its own folder of tests/, and where
-        there is none, and for the numbers `more`, those of the other folders, which make_others() builds. `folders` has
-        the folder of each number. What is found is kept for a run that goes on with the same sources."""
+    def reaching(self, folders, digest, make_others=None, more=frozenset()):
+        """Number -> the tests that ask for it, as [seconds, program, case]: those of its own folder of tests/. If
+        make_others, which builds the others, is given: where there is none, and for the numbers `more`, those of other
+        folders, too. `folders` has the folder of each number. What is found is kept for the same sources."""
         kept = pathlib.Path(self.place) / 'trace.json'
-        if kept.exists() and not more:
-            found = json.loads(kept.read_text())
-            if found['digest'] == digest:
-                return {int(n): r for n, r in found['reached'].items()}
-        reached = collections.defaultdict(list)
-        for is_own in (True, False):
-            wanted = {n for n in folders if n not in reached or (n in more and not is_own)}
-            if not is_own and wanted:
-                make_others()
-                self.find()
-            for name in sorted(self.programs):
-                folder = name.split('.')[0]
-                concerned = {n for n in wanted if (folder == folders[n]) == is_own}
-                if concerned:
-                    self.trace(name, concerned, reached)
-        if not more:
-            kept.write_text(json.dumps({'digest': digest, 'reached': reached}))
-        return reached
+        found = json.loads(kept.read_text()) if kept.exists() else {}
+        if found.get('digest') != digest:
+            found = {'digest': digest, 'programs': {}}
+        if make_others:
+            make_others()
+            self.find()
+        own = set(folders.values())
+        for name in sorted(self.programs, key=lambda name: name.split('.')[0] not in own):
+            if name not in found['programs'] and (make_others or name.split('.')[0] in own):
+                found['programs'][name] = self.trace(name, max(folders) + 1)
+                kept.write_text(json.dumps(found))
+        by_own, by_others = collections.defaultdict(list), collections.defaultdict(list)
+        for name, tests in found['programs'].items():
+            for seconds, case, numbers in tests:
+                for number in numbers:
+                    if number in folders:
+                        is_own = folders[number] == name.split('.')[0]
+                        (by_own if is_own else by_others)[number].append([seconds, name, case])
+        return {n: by_own[n] + (by_others[n] if make_others and (n in more or not by_own[n]) else []) for n in folders}
 
-    def trace(self, name, concerned, reached):
-        """Adds the program's tests to what reaches the numbers. A test that fails without any change ends the run: with
-        it, every change would look noticed."""
+    def trace(self, name, size):
+        """[seconds, case, numbers that it asks for] of each case of a program. A test that fails without any change ends
+        the run: with it, every change would look noticed."""
         file = pathlib.Path(self.place) / 'trace'
 
         def asked_for(cases):
-            file.write_bytes(bytes(max(concerned) + 1))
+            file.write_bytes(bytes(size))
             how, seconds = self.run(name, 1500, cases, TARVIX_MUTANT='0', TARVIX_MUTANT_TRACE=str(file))
             if how != 'passed':
                 sys.exit(f'{name} {how} without any change ({cases or "all cases"})')
-            return {n for n, byte in enumerate(file.read_bytes()) if byte} & concerned, seconds
+            return [n for n, byte in enumerate(file.read_bytes()) if byte], seconds
 
+        tests = []
         if asked_for(None)[0]:
             for case in self.cases(name):
                 numbers, seconds = asked_for([case])
-                for number in numbers:
-                    reached[number].append([seconds, name, case])
+                tests.append([seconds, case, numbers])
             say(f'{name} reaches changes')
+        return tests
 
     def attempt(self, number, reaching):
         """How a change was noticed ('failed', 'hung' or None), and by which program: the fastest cases first, a few in a

@@ -1,6 +1,7 @@
 // A host that uses the cascades beside it:
 //   faces_probe find IMAGE   calls tx_FindFaces on the grey image, with an array that is not empty
 //   faces_probe track        calls tx_TrackFace
+//   faces_probe linger FILE  calls tx_TrackFace twice, makes FILE, and lives on until it is gone
 // Prints one line for each message, each face and the result.
 #include "tests/support/stored_rows.h"
 
@@ -10,10 +11,14 @@
 #include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <chrono>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -45,6 +50,17 @@ std::unique_ptr<CDib> inGrey(CDib& colour) {
     return result;
 }
 
+// Open files of the emulated camera; none where the system does not tell.
+int camerasInUse() {
+    int count = 0;
+    std::error_code error;
+    for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd", error)) {
+        const std::string name = std::filesystem::read_symlink(file.path(), error).string();
+        count += name.find("memfd:camera") == std::string::npos ? 0 : 1;
+    }
+    return count;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -68,6 +84,17 @@ int main(int argc, char** argv) {
     if (what == "track") {
         const int result = tx_TrackFace(nullptr);
         std::cout << "result " << result << std::endl;
+        return 0;
+    }
+    if (what == "linger" && argc > 2) {
+        for (int call = 0; call < 2; ++call) {
+            const int result = tx_TrackFace(nullptr);
+            std::cout << "result " << result << ", cameras in use " << camerasInUse() << std::endl;
+        }
+        std::ofstream(argv[2]).put('1');
+        while (std::filesystem::exists(argv[2])) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
         return 0;
     }
     return 2;

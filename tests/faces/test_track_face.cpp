@@ -16,6 +16,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -229,6 +230,31 @@ TEST(TrackFace, HoldsTheDisplayUntilItsWindowIsOpen) {
         const EmulatedCamera camera({plainWall()}, AfterLastFrame::stop);
         expectMessage(track(), "!_src.empty()");
     }
+}
+
+// A host that lives on has its window closed and its camera free, and can call again.
+TEST(TrackFace, LeavesNoWindowAndNoCameraToAHostThatLivesOn) {
+    const test::XServer display;
+    const EmulatedCamera camera({plainWall(), plainWall()}, AfterLastFrame::stop);
+    const test::TempFolder folder;
+    const std::string lives = folder / "lives";
+    auto run = std::async(std::launch::async, [&] {
+        return test::runProgram(TARVIX_FACES_PROBE, {"linger", lives});
+    });
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(limitSeconds);
+    const auto waitFor = [&](const std::function<bool()>& what) {
+        while (!what() && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return what();
+    };
+    EXPECT_TRUE(waitFor([&] { return fs::exists(lives); }));
+    EXPECT_TRUE(waitFor([] { return !test::waitForWindow("TrackFace", 0); }));
+    fs::remove(lives);
+    const test::ProgramResult result = run.get();
+    EXPECT_EQ(result.status, 0) << result.err;
+    const std::string call = "message OpenCV[^\n]*\nresult 0, cameras in use 0\n";
+    EXPECT_THAT(result.out, MatchesRegex(call + call));
 }
 
 TEST(TrackFace, ShowsItsWindowUnderWayland) {
