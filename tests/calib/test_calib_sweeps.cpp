@@ -1,0 +1,198 @@
+// The steps on random input against the calls written out with bare numbers, and what a calibration
+// folder that is being written means for who reads it.
+#include <tarvix/tarvix.h>
+
+#include "calib/chess_views.h"
+#include "calib/undistort.h"
+#include "platform/system/files.h"
+#include "tests/support/export_test.h"
+#include "tests/support/files.h"
+#include "tests/support/identical.h"
+#include "tests/support/images.h"
+#include "tests/support/matrix_files.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/calib3d.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+namespace {
+
+using test::IsIdenticalTo;
+
+cv::Mat cameraOf(cv::RNG& random, cv::Size size) {
+    const double fx = random.uniform(40., 120.), fy = random.uniform(40., 120.);
+    const double cx = size.width * random.uniform(0.3, 0.7);
+    const double cy = size.height * random.uniform(0.3, 0.7);
+    cv::Mat camera = (cv::Mat_<double>(3, 3) << fx, 0, cx, 0, fy, cy, 0, 0, 1);
+    return camera;
+}
+
+cv::Mat distortionOf(cv::RNG& random) {
+    cv::Mat distortion(1, 5, CV_64F);
+    random.fill(distortion, cv::RNG::UNIFORM, -0.05, 0.05);
+    return distortion;
+}
+
+// Parts of what is seen are outside the source, so that the border shows.
+TEST(CalibSweep, UndistortEqualsTheLiteralCalls) {
+    cv::RNG random(3);
+    for (int i = 0; i < 40; ++i) {
+        const int type = i % 2 == 0 ? CV_8UC3 : CV_8UC1;
+        const cv::Mat source = test::noise(20 + random.uniform(0, 60), 20 + random.uniform(0, 60),
+                                           type, random.next()) |
+                               1;
+        const cv::Mat camera = cameraOf(random, source.size()), distortion = distortionOf(random);
+        cv::Mat map1, map2, expected;
+        cv::initUndistortRectifyMap(camera, distortion, {}, camera, source.size(), CV_32FC1, map1,
+                                    map2);
+        cv::remap(source, expected, map1, map2, 2, 0, cv::Scalar(0, 0, 0, 0));
+        const tarvix::Undistorted result = tarvix::undistort(source, camera, distortion);
+        EXPECT_THAT(result.image, IsIdenticalTo(expected)) << i;
+        EXPECT_THAT(result.map1, IsIdenticalTo(map1)) << i;
+        EXPECT_THAT(result.map2, IsIdenticalTo(map2)) << i;
+    }
+}
+
+TEST(CalibSweep, RectifyEqualsTheLiteralCalls) {
+    cv::RNG random(4);
+    for (int i = 0; i < 40; ++i) {
+        const int type = i % 2 == 0 ? CV_8UC3 : CV_8UC1;
+        const cv::Mat source = test::noise(20 + random.uniform(0, 60), 20 + random.uniform(0, 60),
+                                           type, random.next()) |
+                               1;
+        const cv::Mat camera = cameraOf(random, source.size()), distortion = distortionOf(random);
+        cv::Mat rotation, projection(3, 4, CV_64F, cv::Scalar(0));
+        cv::Mat turn(3, 1, CV_64F);
+        random.fill(turn, cv::RNG::UNIFORM, -0.3, 0.3);
+        cv::Rodrigues(turn, rotation);
+        cameraOf(random, source.size()).copyTo(projection.colRange(0, 3));
+        projection.at<double>(0, 3) = random.uniform(-50., 50.);
+        cv::Mat map1, map2, expected;
+        cv::initUndistortRectifyMap(camera, distortion, rotation, projection, source.size(),
+                                    CV_32FC1, map1, map2);
+        cv::remap(source, expected, map1, map2, 3, 0, cv::Scalar(0, 0, 0, 0));
+        EXPECT_THAT(tarvix::rectify(source, camera, distortion, rotation, projection),
+                    IsIdenticalTo(expected))
+            << i;
+    }
+}
+
+TEST(CalibSweep, MapSampleIsTheElementOrNotANumber) {
+    std::array<float, 16> memory{};
+    for (std::size_t i = 0; i < memory.size(); ++i) {
+        memory[i] = static_cast<float>(i);
+    }
+    const cv::Mat map(3, 4, CV_32F, memory.data()); // what follows it is not the map's
+    for (int row = 0; row < 5; ++row) {
+        for (int column = 0; column < 7; ++column) {
+            const float sample = tarvix::mapSample(map, row, column);
+            const int element = 4 * row + column;
+            if (element < 12) {
+                EXPECT_EQ(sample, static_cast<float>(element));
+            } else {
+                EXPECT_TRUE(std::isnan(sample)) << row << ' ' << column;
+            }
+        }
+    }
+}
+
+// Corners in noise, most of which come to rest nowhere: every step counts.
+TEST(CalibSweep, RefinementEqualsTheLiteralCall) {
+    cv::RNG random(5);
+    for (int i = 0; i < 30; ++i) {
+        cv::Mat grey = test::noise(160, 160, CV_8UC1, random.next());
+        cv::GaussianBlur(grey, grey, {}, random.uniform(0.5, 3.));
+        tarvix::BoardCorners corners;
+        for (int k = 0; k < 20; ++k) {
+            const float x = random.uniform(30.F, 130.F), y = random.uniform(30.F, 130.F);
+            corners.emplace_back(x, y);
+        }
+        for (const bool isStereo : {false, true}) {
+            std::vector<cv::Point2f> expected = corners;
+            cv::cornerSubPix(grey, expected, isStereo ? cv::Size(11, 11) : cv::Size(5, 5), {-1, -1},
+                             cv::TermCriteria(3, 30, isStereo ? 0.01 : 0.1));
+            tarvix::BoardCorners refined = corners;
+            tarvix::refineCorners(grey, refined,
+                                  isStereo ? tarvix::stereoRefinement : tarvix::monoRefinement);
+            EXPECT_EQ(refined, expected) << i;
+        }
+    }
+}
+
+class CalibFolder : public test::ExportTest {
+protected:
+    test::TempFolder folder;
+
+    test::Dib undistorted() {
+        const test::Dib image = test::dibOf(test::scene(48, 64));
+        return test::Dib(tx_UseCalib(*image, folder.path().c_str(), nullptr, nullptr));
+    }
+
+    void storeCamera() {
+        const cv::Mat camera = (cv::Mat_<double>(3, 3) << 60, 0, 31, 0, 61, 23, 0, 0, 1);
+        test::store(folder / "cam.xml", "CameraMatrix", camera);
+        test::store(folder / "dist.xml", "DistCoeffs", cv::Mat::zeros(1, 5, CV_64F));
+    }
+};
+
+TEST_F(CalibFolder, ThatOthersReadCanBeRead) {
+    storeCamera();
+    const auto reader = tarvix::systemFiles().lockFolder(folder.path(), tarvix::Access::Shared);
+    EXPECT_NE(undistorted(), nullptr);
+}
+
+TEST_F(CalibFolder, ThatIsBeingWrittenIsWaitedFor) {
+    bool isRead = false;
+    auto writer = tarvix::systemFiles().lockFolder(folder.path(), tarvix::Access::Exclusive);
+    std::thread reader([&] { isRead = undistorted() != nullptr; });
+    // Time for the reader to begin, if it does not wait. A slow machine only fails to notice that.
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    storeCamera();
+    writer.reset();
+    reader.join();
+    EXPECT_TRUE(isRead);
+}
+
+// Counts matrices that live.
+class CountingAllocator : public cv::MatAllocator {
+public:
+    mutable int alive = 0;
+
+    cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+        cv::UMatData* const memory =
+            cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
+        memory->currAllocator = this;
+        ++alive;
+        return memory;
+    }
+    bool allocate(cv::UMatData* /*memory*/, cv::AccessFlag /*flags*/,
+                  cv::UMatUsageFlags /*usage*/) const override {
+        return false;
+    }
+    void deallocate(cv::UMatData* memory) const override {
+        --alive;
+        cv::Mat::getStdAllocator()->deallocate(memory);
+    }
+};
+
+TEST_F(CalibFolder, TheMeasurementReleasesItsMatrixAtItsEnd) {
+    test::store(folder / "Q.xml", "Q", cv::Mat::eye(4, 4, CV_64F));
+    CountingAllocator counting;
+    cv::MatAllocator* const usual = cv::Mat::getDefaultAllocator();
+    cv::Mat::setDefaultAllocator(&counting);
+    {
+        tx_Meas3D measurement;
+        EXPECT_EQ(measurement.Init(folder.path().c_str()), 1);
+        EXPECT_EQ(counting.alive, 1);
+    }
+    EXPECT_EQ(counting.alive, 0);
+    cv::Mat::setDefaultAllocator(usual);
+}
+
+} // namespace
