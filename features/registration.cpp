@@ -88,7 +88,7 @@ SetMatch SetMatcher::match(const cv::Mat& image) const {
 }
 
 void drawReference(const cv::Mat& reference, const Canvas& layout, cv::Mat& canvas) {
-    canvas.create(layout.size, reference.type());
+    canvas.create(layout.size, reference.empty() ? CV_8UC3 : reference.type());
     canvas.setTo(cv::Scalar::all(0));
     reference.copyTo(
         canvas(cv::Rect({saturate(-std::int64_t{layout.left}), saturate(-std::int64_t{layout.top})},

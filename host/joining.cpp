@@ -39,8 +39,8 @@ Result joinPhotographs(const std::vector<std::string>& files, const std::string&
     cv::theRNG() = cv::RNG(); // the matching draws from it
     const tarvix::ExplainedPanorama panorama = tarvix::explainPanorama(tarvix::viewList(files));
     if (panorama.image.empty()) {
-        throw Failure("the photographs cannot be joined: fewer than two, too little overlap, or "
-                      "not taken from one place");
+        throw Failure("the photographs cannot be joined: fewer than two, too little overlap, "
+                      "nearly the same view, or not taken from one place");
     }
     const std::vector<LeftOut> leftOut = leftOutOf(panorama, files);
     return {.image = panorama.image,

@@ -61,10 +61,6 @@ private:
     std::size_t m_digits;
 };
 
-std::string times(cv::Size size) {
-    return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
-
 // The largest rectangle of the canvas that all images cover. Throws Failure if there is none.
 cv::Rect commonPart(const PlacedSet& set) {
     cv::Mat common;
@@ -90,7 +86,8 @@ cv::Rect commonPart(const PlacedSet& set) {
     return part;
 }
 
-// Writes the images that register, all or none, and returns their names.
+// Writes the images that register and returns their names. None is in its place before all are
+// whole; if one cannot be moved to its place, those before it stay there.
 //   part  of the canvas
 //   work  inside the folder of the results
 std::vector<std::string> writeAll(const PlacedSet& set, const cv::Rect& part,
@@ -154,10 +151,6 @@ cv::Mat meanOf(const std::vector<std::string>& files) {
     return mean;
 }
 
-} // namespace
-
-namespace {
-
 // Throws what would otherwise be found after the work.
 void requireSafe(const RegisterOptions& options, const OutputNames& names) {
     requireImageFormat(names.name(0));
@@ -167,6 +160,7 @@ void requireSafe(const RegisterOptions& options, const OutputNames& names) {
     std::vector<std::string> outputs;
     for (std::size_t i = 0; i < options.images.size(); ++i) {
         outputs.push_back(names.name(i));
+        requireNoFolder(outputs.back());
     }
     std::vector<std::string> read = options.images;
     if (!options.apply.empty()) {
@@ -207,9 +201,14 @@ Result registerImages(const RegisterOptions& options, Output& output) {
     const OutputNames names(options.names, options.images.size());
     requireSafe(options, names);
     requireImages(options.images);
+    PlacedSet set;
+    if (!options.apply.empty()) {
+        set = readTable(options.apply, options.images);
+    }
     const WorkFolder work(names.folder()); // what cannot be written is noticed before the work
-    const PlacedSet set = options.apply.empty() ? placeSet(options.images, output)
-                                                : readTable(options.apply, options.images);
+    if (options.apply.empty()) {
+        set = placeSet(options.images, output);
+    }
     const cv::Rect part = options.crop ? commonPart(set) : cv::Rect({0, 0}, set.canvas.size);
     const std::vector<std::string> written = writeAll(set, part, names, work, output);
     Result result{.data = {{"canvas", {part.width, part.height}}}};

@@ -18,7 +18,8 @@ struct RegisterOptions : CommonOptions {
 };
 
 // Writes one file for each image that registers, and leaves the others out. The files are those of
-// tx_MatchImages: the same operation, with how far it is and how many matches there were.
+// tx_MatchImages for those that register at the first try: the same operation, with how far it is
+// and how many matches there were. A file of an earlier run stays if its image is left out now.
 // The data has "canvas", the size of the results, "crop" (its place x, y and its size) if it was
 // cut out, and "images": input, output (null if left out), the number of matches but for the
 // reference, and the reason if left out. Throws Failure if none registers; nothing is written then.

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <fstream>
+#include <map>
 
 namespace host {
 
@@ -33,12 +34,10 @@ cv::Mat homographyOf(const Json& rows) {
 }
 
 int numberIn(const Json& value, int least, int most) {
-    const auto number =
-        value.is_number_integer() ? value.get<std::int64_t>() : std::int64_t{most} + 1;
-    if (number < least || number > most) {
+    if (!value.is_number_integer() || value < least || value > most) {
         throw Failure("a size is not a number of pixels");
     }
-    return static_cast<int>(number);
+    return value.get<int>();
 }
 
 PlacedImage imageOf(const Json& entry, const std::string& file) {
@@ -70,8 +69,25 @@ void requireFitting(const PlacedSet& set) {
     }
 }
 
+// Throws Failure if a file has the place of another one of the table.
+void requireOrder(const Json& images, const std::vector<std::string>& files) {
+    std::map<std::string, std::size_t> places;
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        if (images[i].at("file").is_string()) {
+            places.emplace(images[i]["file"].get<std::string>(), i);
+        }
+    }
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const auto place = places.find(files[i]);
+        if (place != places.end() && images[i]["file"] != files[i]) {
+            throw Failure("'" + files[i] + "' is image " + std::to_string(place->second + 1) +
+                          " of the table, not image " + std::to_string(i + 1) + "; keep the order");
+        }
+    }
+}
+
 PlacedSet setOf(const Json& document, const std::vector<std::string>& files) {
-    if (document.at("tarvix_registration").get<int>() != 1) {
+    if (document.at("tarvix_registration") != Json(1)) {
         throw Failure("another version wrote it");
     }
     PlacedSet set;
@@ -125,8 +141,10 @@ PlacedSet readTable(const std::string& path, const std::vector<std::string>& fil
         throw Failure("no such file: '" + path + "'");
     }
     PlacedSet set;
+    Json document;
     try {
-        set = setOf(Json::parse(file), files);
+        document = Json::parse(file);
+        set = setOf(document, files);
     } catch (const std::exception& e) { // what the JSON library says, and what we say above
         throw Failure("'" + path + "' is not a table that register --save wrote: " + e.what());
     }
@@ -134,6 +152,7 @@ PlacedSet readTable(const std::string& path, const std::vector<std::string>& fil
         throw Failure("'" + path + "' is for " + std::to_string(set.images.size()) +
                       " images, not for " + std::to_string(files.size()));
     }
+    requireOrder(document["images"], files);
     return set;
 }
 

@@ -16,9 +16,9 @@ Json rowsAsJson(const cv::Mat_<double>& matrix);
 // The table as JSON: the canvas, and for each image its file, size and homography.
 std::string tableText(const PlacedSet& set);
 
-// Reads such a file, for other files than those that it was made of: the first one in the place of
-// the first, and so on. Throws Failure if it is missing, is not such a table, or is of another
-// number of images.
+// Reads such a file, for the files that it was made of or for others: the first one in the place of
+// the first, and so on. Throws Failure if it is missing, is not such a table, is of another number
+// of images, or has one of the files in another place.
 //   files  as many as the table has
 PlacedSet readTable(const std::string& path, const std::vector<std::string>& files);
 

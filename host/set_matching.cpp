@@ -14,10 +14,6 @@ namespace host {
 
 namespace {
 
-std::string times(cv::Size size) {
-    return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
-
 std::vector<cv::Rect> outlinesOf(const std::vector<PlacedImage>& images) {
     std::vector<cv::Rect> outlines;
     for (std::size_t i = 1; i < images.size(); ++i) {
@@ -76,6 +72,10 @@ void layOut(PlacedSet& set) {
 
 } // namespace
 
+std::string times(cv::Size size) {
+    return std::to_string(size.width) + " x " + std::to_string(size.height);
+}
+
 bool canBeWritten(const tarvix::Canvas& canvas) {
     const cv::Size size = canvas.size;
     return size.width > 0 && size.height > 0 && size.width <= longestSide &&
@@ -125,8 +125,12 @@ PlacedSet placeSet(const std::vector<std::string>& files, Output& output) {
         StepProgress progress(output, files.size());
         progress.done(tarvix::nameOf(tarvix::pathOf(files[0]).filename()), "the first image");
         for (std::size_t i = 1; i < files.size(); ++i) {
+            const cv::RNG before = cv::theRNG();
             set.images.push_back(placeImage(files[i], matcher, reference.size()));
             const PlacedImage& placed = set.images.back();
+            if (!placed.whyNot.empty()) {
+                cv::theRNG() = before; // the others register as they do without it
+            }
             progress.done(tarvix::nameOf(tarvix::pathOf(files[i]).filename()),
                           placed.whyNot.empty() ? std::to_string(placed.matches) + " good matches"
                                                 : placed.whyNot);

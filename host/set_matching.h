@@ -30,6 +30,9 @@ struct PlacedSet {
 inline constexpr int longestSide = 1 << 20;
 inline constexpr std::int64_t mostPixels = std::int64_t{1} << 30;
 
+// Width and height, as in "640 x 480".
+std::string times(cv::Size size);
+
 // Whether the canvas has pixels, and no more than those.
 bool canBeWritten(const tarvix::Canvas& canvas);
 

@@ -503,7 +503,14 @@ TEST_F(MatchImages, AReferenceWithFewerThanTwoDescriptorsEndsInOpenCvsMessage) {
     host.messages.clear();
     EXPECT_EQ(run({folder / "missing.png"}, 1), 1)
         << "without a further image, the canvas is refused";
-    EXPECT_EQ(host.messages.size(), 1U);
+    ASSERT_EQ(host.messages.size(), 1U);
+    cv::Mat canvas(0, 0, CV_8UC3);
+    try {
+        cv::Mat().copyTo(canvas(cv::Rect(0, 0, 0, 0)));
+        FAIL() << "OpenCV copies nothing without a word";
+    } catch (const cv::Exception& e) {
+        EXPECT_THAT(host.messages[0].text, testing::HasSubstr(e.err));
+    }
 }
 
 // Its index draws random numbers, too, and the next image's index depends on them.

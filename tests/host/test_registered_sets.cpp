@@ -45,6 +45,26 @@ TEST_F(RegisteredSets, AreTheFilesOfTheExport) {
     EXPECT_EQ(bytesIn("again-02.png"), bytesIn("view-02.png"));
 }
 
+// What is left out draws random numbers, too; the index of the next image must not depend on them.
+TEST_F(RegisteredSets, AreTheFilesWithoutWhatIsLeftOut) {
+    const std::string a = window("a.png", 200, 100), b = window("b.png", 140, 130);
+    ASSERT_EQ(registered({a, b}, "two-{}.png").status, 0);
+    cv::imwrite(folder / "flat.png", cv::Mat(150, 200, CV_8UC3, cv::Scalar::all(90)));
+    ASSERT_EQ(registered({a, home, folder / "flat.png", b}, "four-{}.png").status, 0);
+    EXPECT_FALSE(fs::exists(folder / "four-01.png"));
+    EXPECT_EQ(bytesIn("four-00.png"), bytesIn("two-00.png"));
+    EXPECT_EQ(bytesIn("four-03.png"), bytesIn("two-01.png"));
+}
+
+TEST_F(RegisteredSets, AFolderOfAResultsNameIsNoticedBeforeTheWork) {
+    fs::create_directories(folder / "set/registered-01.png");
+    const ProgramResult run =
+        registered({window("a.png", 200, 100), window("b.png", 140, 130)}, "set");
+    expectOneLine(run, 1);
+    EXPECT_THAT(run.err, HasSubstr("a folder has that name"));
+    EXPECT_FALSE(fs::exists(folder / "set/registered-00.png"));
+}
+
 TEST_F(RegisteredSets, NameWhatIsLeftOutWithTheNumberOfItsMatches) {
     const std::string a = window("a.png", 200, 100);
     const ProgramResult run = registered({a, home, window("b.png", 140, 130)}, "set");
@@ -64,8 +84,10 @@ TEST_F(RegisteredSets, SayHowFarTheyAre) {
     const ProgramResult run = inProcess({"register", window("a.png", 200, 100),
                                          window("b.png", 140, 130), home, "-o", folder / "set"});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.out, HasSubstr("[1/3] a.png: the first image\n[2/3] b.png: "));
-    EXPECT_THAT(run.out, HasSubstr(" good matches\n[3/3] home.jpg: too few good matches"));
+    for (const char* said : {"[1/3] a.png: the first image", "\n[2/3] b.png: ", " good matches",
+                             "\n[3/3] home.jpg: too few good matches"}) {
+        EXPECT_THAT(run.out, HasSubstr(said)); // a slow one is followed by the time that is left
+    }
     EXPECT_THAT(run.out, HasSubstr("[2/2] registered-01.png: drawn")); // the third is left out
 }
 
@@ -101,10 +123,10 @@ TEST_F(RegisteredSets, TryOtherRandomNumbersNearTheLimitAndAlwaysTheSame) {
             cv::theRNG() = cv::RNG(state);
             const tarvix::SetMatch tried = host::matchOnto(matcher, image);
             EXPECT_EQ(cv::theRNG().state, after.state) << "the next image draws the same";
-            EXPECT_GE(tried.matches, once.matches);
+            const bool registers = host::whyNotRegistered(tried, "x").empty();
+            EXPECT_TRUE(registers || tried.matches >= once.matches);
             cv::theRNG() = cv::RNG(state);
             EXPECT_EQ(host::matchOnto(matcher, image).matches, tried.matches);
-            const bool registers = host::whyNotRegistered(tried, "x").empty();
             rescued += registers && once.matches < tarvix::fewestMatches ? 1 : 0;
         }
     }

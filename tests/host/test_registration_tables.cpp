@@ -56,10 +56,11 @@ TEST_F(RegistrationTables, ATableThatDoesNotFitIsRefused) {
         const ProgramResult run = registered(images, "applied", {"--apply", table});
         expectOneLine(run, 1);
         EXPECT_THAT(run.err, HasSubstr(why));
-        EXPECT_TRUE(test::namesIn(folder / "applied").empty());
-        fs::remove_all(folder / "applied");
+        EXPECT_FALSE(fs::exists(folder / "applied"));
     };
     expectRefused({a, b, a}, "is for 2 images, not for 3");
+    expectRefused({b, a}, "b.png' is image 2 of the table, not image 1; keep the order");
+    expectRefused({window("c.png", 150, 100), a}, "a.png' is image 1 of the table, not image 2");
     const ProgramResult smaller =
         registered({a, window("small.png", 140, 130, {300, 300})}, "applied", {"--apply", table});
     expectOneLine(smaller, 1);
@@ -69,6 +70,9 @@ TEST_F(RegistrationTables, ATableThatDoesNotFitIsRefused) {
 
     const std::vector<std::function<void(Json & table)>> changes = {
         [](Json& t) { t["tarvix_registration"] = 2; },
+        [](Json& t) { t["tarvix_registration"] = 1.9; },
+        [](Json& t) { t["tarvix_registration"] = true; },
+        [](Json& t) { t["canvas_left"] = std::uint64_t{0} - 5; },
         [](Json& t) { t.erase("images"); },
         [](Json& t) { t["images"] = Json::array(); },
         [](Json& t) { t["canvas_width"] = 10; },
