@@ -34,10 +34,14 @@ cv::Mat homographyOf(const Json& rows) {
 }
 
 int numberIn(const Json& value, int least, int most) {
-    if (!value.is_number_integer() || value < least || value > most) {
+    // JSON has numbers beyond the signed ones, which the library would wrap.
+    const bool isHuge = value.is_number_unsigned() && value.get<std::uint64_t>() > INT_MAX;
+    const auto number =
+        value.is_number_integer() && !isHuge ? value.get<std::int64_t>() : std::int64_t{most} + 1;
+    if (number < least || number > most) {
         throw Failure("a size is not a number of pixels");
     }
-    return value.get<int>();
+    return static_cast<int>(number);
 }
 
 PlacedImage imageOf(const Json& entry, const std::string& file) {
