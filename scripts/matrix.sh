@@ -80,6 +80,7 @@ run_row() { # ROW
   running=$folder
   mkdir -p "$cache/packages-$suite" "$cache/ccache" "$cache/rows"
   tar -C "$folder" -xf "$cache/$suite.tar"
+  chmod 755 "$folder" # for the tests' other users, who go through it
   cp /etc/resolv.conf "$folder/etc/"
   apt-config dump | grep -E '^Acquire::(http|https|ftp|Check-|Retries)' >"$folder/etc/apt/apt.conf.d/50machine" || true
   echo force-unsafe-io >"$folder/etc/dpkg/dpkg.cfg.d/unsafe-io" # no power failure loses what is thrown away anyway

@@ -11,7 +11,8 @@ for name in "${names[@]}"; do
 done
 # docs/building.md explains the one tag that may come.
 lintian --allow-root --display-info --pedantic "$packages"/*.deb >"$work/lintian" || fail "lintian: $(cat "$work/lintian")"
-grep -v '^I: [a-z0-9]*: hardening-no-fortify-functions ' "$work/lintian" && fail "lintian"
+# Nor does a text have this word: bytes of code look like it, with clang.
+grep -vE '^I: [a-z0-9]*: (hardening-no-fortify-functions |spelling-error-in-binary mor more )' "$work/lintian" && fail "lintian"
 
 for package in "$packages"/*.deb; do
   dpkg-deb -x "$package" "$work/unpacked" || fail "unpacking $package"

@@ -59,7 +59,8 @@ bool wouldEndTheProcess() {
             return true;
         }
     }
-    return askingLibrary().starts_with("libgomp");
+    const std::string_view library = askingLibrary();
+    return library.starts_with("libgomp") || library.starts_with("libomp");
 }
 
 // Counts one of the kind; true when it is the one that is to fail.
