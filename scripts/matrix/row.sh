@@ -48,7 +48,7 @@ case $row in
     ;;
   opencv-4.5.1) # Debian 11's packages beside those of Debian 12
     sed 's/ bookworm / bullseye /' /etc/apt/sources.list >/etc/apt/sources.list.d/bullseye.list
-    printf 'Package: %s\nPin: release n=bullseye\nPin-Priority: %s\n\n' '*' 100 'libopencv* opencv-data opencv-doc libtbb*' 1001 \
+    printf 'Package: %s\nPin: release n=bullseye\nPin-Priority: %s\n\n' '*' 100 'libopencv* opencv-data opencv-doc libtbb* libgdal* libdap*' 1001 \
       >/etc/apt/preferences.d/opencv
     run ./demo.sh
     run ./test.sh
