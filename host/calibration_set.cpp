@@ -23,6 +23,10 @@ std::string times(int width, int height) {
     return std::to_string(width) + " x " + std::to_string(height);
 }
 
+std::string noBoard(const Board& board) {
+    return "no board of " + times(board[0], board[1]) + " inner corners";
+}
+
 constexpr const char* itsPair = "its pair ";
 
 // Leaves out what has another size than most of the photographs with a board, the earlier size on a
@@ -119,7 +123,7 @@ SearchedPhoto searchPhoto(const std::string& file, const SearchRules& rules) {
     if (auto board = tarvix::searchBoard(grey, {rules.board[0], rules.board[1]}, rules.window)) {
         result.board = *std::move(board);
     } else {
-        result.whyNot = "no board of " + times(rules.board[0], rules.board[1]) + " inner corners";
+        result.whyNot = noBoard(rules.board);
         result.grey = grey;
     }
     return result;
@@ -147,12 +151,14 @@ CalibrationSet searchSet(const std::vector<std::string>& files, const SearchRule
 }
 
 CalibrationSet usableOf(std::vector<SearchedPhoto> photos, const SearchRules& rules) {
-    const bool anyBoard = std::any_of(photos.begin(), photos.end(), [](const SearchedPhoto& photo) {
-        return photo.whyNot.empty();
-    });
-    if (!anyBoard && photos.size() > 1) {
-        throw Failure("no board of " + times(rules.board[0], rules.board[1]) +
-                      " inner corners in any of the photographs" + hintOn(photos, rules));
+    const std::string missing = noBoard(rules.board);
+    const auto isAny = [&photos](const std::string& whyNot) {
+        return std::any_of(photos.begin(), photos.end(),
+                           [&](const SearchedPhoto& photo) { return photo.whyNot == whyNot; });
+    };
+    // If none was searched in vain, the board is not to blame: below, the first reason is said.
+    if (!isAny("") && isAny(missing) && photos.size() > 1) {
+        throw Failure(missing + " in any of the photographs" + hintOn(photos, rules));
     }
     keepOneSize(photos);
     if (rules.pairs) {

@@ -13,12 +13,12 @@ std::vector<Command> collected() {
     };
     std::vector<Command> all;
     for (const auto& [name, commands] :
-         {Family{"filters", filterCommands}, Family{"faces", faceCommands},
-          Family{"geometry", straighteningCommands}, Family{"geometry", geometryCommands},
-          Family{"calib", calibrationCommands}, Family{"calib", stereoCommands},
-          Family{"features", featureCommands}, Family{"gallery", galleryCommands},
-          Family{"batch", batchCommands}, Family{"workers", workerCommands},
-          Family{"workers", previewCommands}}) {
+         {Family{"filters", filterCommands}, Family{"filters", boardCommands},
+          Family{"faces", faceCommands}, Family{"geometry", straighteningCommands},
+          Family{"geometry", geometryCommands}, Family{"calib", calibrationCommands},
+          Family{"calib", stereoCommands}, Family{"features", featureCommands},
+          Family{"gallery", galleryCommands}, Family{"batch", batchCommands},
+          Family{"workers", workerCommands}, Family{"workers", previewCommands}}) {
         for (Command& command : commands()) {
             command.family = name;
             all.push_back(std::move(command));

@@ -17,6 +17,7 @@ void addCommand(Command command);
 
 // Those of one file in commands/.
 std::vector<Command> filterCommands();
+std::vector<Command> boardCommands();
 std::vector<Command> faceCommands();
 std::vector<Command> straighteningCommands();
 std::vector<Command> geometryCommands();

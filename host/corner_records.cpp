@@ -34,8 +34,11 @@ using Lines = std::map<std::string, Line>; // by the photograph's name
 
 struct Read {
     Lines lines;
-    std::size_t inputs = 0;  // of the largest batch
-    std::size_t leftOut = 0; // lines that were cut off
+    // How many photographs there are of batches of that many inputs. One batch has one version, but
+    // parts of a set may be searched by two: the version does not tell batches apart here.
+    std::map<std::size_t, std::size_t> found;
+    std::map<std::string, std::string> images; // photographs by the hashes of their content
+    std::size_t leftOut = 0;                   // lines that were cut off
 };
 
 bool isOurs(const Json& record) {
@@ -45,30 +48,59 @@ bool isOurs(const Json& record) {
            std::find(words->begin(), words->end(), "--for-calib") != words->end();
 }
 
+bool isDone(const Json& record) {
+    return record.value("status", Json()) == "done";
+}
+
+void requireOurs(const std::string& photo, const Line& line) {
+    if (!isOurs(line.record)) {
+        throw Failure("'" + line.manifest + "' is not of tarvix batch chessboard --for-calib" +
+                      (photo.empty() ? "" : ": see its line of '" + photo + "'"));
+    }
+}
+
+// No photograph of `own` may be in an earlier manifest, under that name or another. Copies in one
+// manifest are as good as copies in a folder.
+void requireOthers(const Lines& own, Read& all) {
+    std::map<std::string, std::string> images;
+    for (const auto& [photo, line] : own) {
+        if (const auto other = all.lines.find(photo); other != all.lines.end()) {
+            std::string message = "'";
+            message.append(photo).append("' is in two manifests, '");
+            message.append(other->second.manifest).append("' and '").append(line.manifest);
+            throw Failure(message.append("'; leave one of them out"));
+        }
+        const Json hash = line.record.value("hash", Json());
+        if (!isDone(line.record) || !hash.is_string()) {
+            continue;
+        }
+        const auto same = all.images.find(hash.get_ref<const std::string&>());
+        if (same != all.images.end()) {
+            std::string message = "'";
+            message.append(same->second).append("' and '").append(photo);
+            throw Failure(message.append("' are the same image; leave one of them out"));
+        }
+        images.try_emplace(hash.get<std::string>(), photo);
+    }
+    all.images.merge(images);
+}
+
 Read readAll(const std::vector<std::string>& manifests) {
     Read all;
     for (const std::string& manifest : manifests) {
         Lines own;
+        std::size_t inputs = 0; // the most: some may have been added since the first line
         all.leftOut += readManifest(manifest, [&](const Json& record, std::streamoff) {
+            const Json of = record.value("of", Json());
+            inputs = std::max(inputs, of.is_number_unsigned() ? of.get<std::size_t>() : 0);
             own[takeName(record, "input")] = {record, manifest};
         });
-        for (auto& [photo, line] : own) {
-            if (!isOurs(line.record)) {
-                throw Failure("'" + manifest + "' is not of tarvix batch chessboard --for-calib" +
-                              (photo.empty() ? "" : ": see its line of '" + photo + "'"));
-            }
-            if (const auto of = line.record.find("of"); of != line.record.end()) {
-                all.inputs =
-                    std::max(all.inputs, of->is_number_unsigned() ? of->get<std::size_t>() : 0);
-            }
-            const auto [place, isNew] = all.lines.emplace(photo, line);
-            if (!isNew) {
-                std::string message = "'";
-                message.append(photo).append("' is in two manifests, '");
-                message.append(place->second.manifest).append("' and '").append(manifest);
-                throw Failure(message.append("'; leave one of them out"));
-            }
+        for (const auto& [photo, line] : own) {
+            requireOurs(photo, line);
         }
+        requireOthers(own, all);
+        all.found[inputs] += own.size();
+        all.lines.merge(own);
     }
     return all;
 }
@@ -82,15 +114,28 @@ int wholeNumber(const Json& value) {
     return static_cast<int>(number);
 }
 
+void requireSame(const Board& found, const Board& board) {
+    if (found != board) {
+        throw Failure("it is of a board of " + asText(found) + " inner corners, not of " +
+                      asText(board));
+    }
+}
+
+// The board that the batch was to find. Throws BadUsage, or what the JSON library throws.
+Board boardAsked(const Json& operation) {
+    std::size_t word = 0;
+    while (operation.at(word) != "--board") {
+        ++word;
+    }
+    return parseBoard(operation.at(word + 1).get<std::string>());
+}
+
 // What was recorded of one photograph. Throws Failure, or what the JSON library throws.
 tarvix::SeenBoard boardIn(const Json& data, const Board& board) {
     if (data.at("search") != search) {
         throw Failure("the corners were found in another way");
     }
-    if (const Board found = data.at("board").get<Board>(); found != board) {
-        throw Failure("it is of a board of " + asText(found) + " inner corners, not of " +
-                      asText(board));
-    }
+    requireSame(data.at("board").get<Board>(), board);
     const Json& size = data.at("imageSize");
     tarvix::SeenBoard seen{{wholeNumber(size.at(0)), wholeNumber(size.at(1))}, {}};
     for (const Json& corner : data.at("corners")) {
@@ -122,12 +167,13 @@ std::string reasonIn(const Json& record) {
 
 SearchedPhoto photoOf(const std::string& name, const Line& line, const Board& board) {
     SearchedPhoto photo{name, {}, {}, {}};
-    if (line.record.value("status", Json()) != "done") {
-        photo.whyNot = reasonIn(line.record);
-        return photo;
-    }
     try {
-        photo.board = boardIn(line.record.at("data"), board);
+        if (isDone(line.record)) {
+            photo.board = boardIn(line.record.at("data"), board);
+        } else {
+            requireSame(boardAsked(line.record.at("operation")), board);
+            photo.whyNot = reasonIn(line.record);
+        }
     } catch (const std::exception& e) { // what the JSON library says, and what we say above
         throw Failure("the corners of '" + name + "' in '" + line.manifest +
                       "' cannot be used: " + e.what());
@@ -144,15 +190,17 @@ std::vector<std::string> warningsOf(const Read& read) {
         }
     }
     std::vector<std::string> warnings;
-    warnings.reserve(versions.size() + 2);
+    warnings.reserve(versions.size() + read.found.size() + 1);
     for (const std::string& version : versions) {
         warnings.push_back("corners were found by " + version + ", and this is " +
                            programVersion() + ", which may find others");
     }
-    if (read.lines.size() < read.inputs) {
-        warnings.push_back("the batch has " + std::to_string(read.inputs) +
-                           " photographs, and the manifests have " +
-                           std::to_string(read.lines.size()) + " of them; is a part missing?");
+    for (const auto& [inputs, found] : read.found) {
+        if (found < inputs) {
+            warnings.push_back("a batch has " + std::to_string(inputs) +
+                               " photographs, and the manifests have " + std::to_string(found) +
+                               " of them; is a part missing?");
+        }
     }
     if (read.leftOut > 0) {
         warnings.push_back(std::to_string(read.leftOut) +
@@ -188,18 +236,22 @@ RecordedBoards readCornerRecords(const std::vector<std::string>& words, const Bo
     for (std::size_t i = 0; i < names.size(); ++i) {
         manifests.push_back(names.at(i));
     }
-    for (const std::string& output : outputs) {
-        if (!output.empty()) {
-            requireNotInputs(manifests, {output});
-        }
-    }
+    std::vector<std::string> written = outputs;
+    std::erase(written, "");
+    requireNotInputs(manifests, written);
     const Read read = readAll(manifests);
     if (read.lines.empty()) {
         throw Failure("the manifests have no lines, so there are no corners");
     }
     RecordedBoards recorded{.photos = {}, .warnings = warningsOf(read)};
+    std::vector<std::string> photos;
+    photos.reserve(read.lines.size());
     for (const auto& [photo, line] : read.lines) {
+        photos.push_back(photo);
         recorded.photos.push_back(photoOf(photo, line, board));
+    }
+    if (!written.empty()) {
+        requireNotInputs(photos, written);
     }
     return recorded;
 }

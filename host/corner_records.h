@@ -30,8 +30,9 @@ struct RecordedBoards {
 //   outputs  files that are going to be written; empty names stand for none
 // Throws Failure, naming the file, if a manifest
 // - cannot be read or is one of `outputs`,
-// - has a line of another operation, or corners of another board, or a line that makes no sense,
-// - has a photograph that another one has, too,
+// - has a line of another operation or another board, or a line that makes no sense,
+// - has a photograph that another one has, too: under that name, or the same bytes under another,
+// - has a photograph that is one of `outputs`,
 // and if there are no lines at all.
 RecordedBoards readCornerRecords(const std::vector<std::string>& words, const Board& board,
                                  const std::vector<std::string>& outputs);

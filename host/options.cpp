@@ -21,6 +21,8 @@ Point parsePoint(const std::string& text) {
     return point;
 }
 
+} // namespace
+
 Board parseBoard(const std::string& text, int smallest) {
     const std::size_t x = text.find('x');
     Board board{};
@@ -34,8 +36,6 @@ Board parseBoard(const std::string& text, int smallest) {
     }
     return board;
 }
-
-} // namespace
 
 void addIn(CLI::App& parser, CommonOptions& options) {
     parser.add_option("IN", options.in, "Image file to read; - is standard input")

@@ -57,6 +57,10 @@ void addCorners(CLI::App& parser, const std::string& name, Corners& corners,
 CLI::Option* addCorners(CLI::App& parser, const std::string& name, std::optional<Corners>& corners,
                         const std::string& help);
 
+// The board of a text such as "9x6". Throws BadUsage if it is none, or if a side is below
+// `smallest`.
+Board parseBoard(const std::string& text, int smallest = std::numeric_limits<int>::min());
+
 // --board WxH, which is required. A side below `smallest` is bad usage; by default, the module says
 // what it refuses.
 void addBoard(CLI::App& parser, Board& board, int smallest = std::numeric_limits<int>::min());

@@ -1,12 +1,12 @@
 #include "host/photographs.h"
 
+#include "host/batch/pattern.h"
 #include "host/failure.h"
 #include "host/images.h"
 #include "platform/system/paths.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <set>
 
 namespace host {
 
@@ -16,20 +16,10 @@ using tarvix::pathOf;
 
 namespace {
 
-bool isImage(const fs::path& path) {
-    static const std::set<std::string> extensions{".jpg", ".jpeg", ".png", ".bmp",
-                                                  ".tif", ".tiff", ".pgm", ".ppm"};
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return extensions.contains(extension);
-}
-
 std::vector<std::string> imagesIn(const std::string& folder) {
     std::vector<std::string> files;
     for (const auto& entry : fs::directory_iterator(pathOf(folder))) {
-        if (entry.is_regular_file() && isImage(entry.path())) {
+        if (entry.is_regular_file() && isImageName(entry.path())) {
             files.push_back(nameOf(entry.path()));
         }
     }

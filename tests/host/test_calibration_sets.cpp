@@ -74,6 +74,17 @@ TEST_F(CalibrationSets, StrictMakesItAFailure) {
     EXPECT_EQ(calib(test::leftPhotos(3), {"--strict"}).status, 0);
 }
 
+TEST_F(CalibrationSets, FilesThatCannotBeReadAreNotSaidToLackABoard) {
+    test::writeBytes(folder / "a.jpg", "not an image");
+    test::writeBytes(folder / "b.jpg", "not an image");
+    const ProgramResult run = calib({folder / "a.jpg", folder / "b.jpg"});
+    expectOneLine(run, 1);
+    EXPECT_THAT(run.err, HasSubstr("a.jpg' cannot be used: not an image that can be read\n"));
+    const ProgramResult mixed = calib({folder / "a.jpg", test::photoPath("home.jpg")});
+    expectOneLine(mixed, 1);
+    EXPECT_THAT(mixed.err, HasSubstr("no board of 9 x 6 inner corners in any of the photographs"));
+}
+
 TEST_F(CalibrationSets, SquaresCountedForCornersAreNoticed) {
     const ProgramResult run = tarvix({"calib", test::pairPhoto("left", 1),
                                       test::pairPhoto("left", 2), "--board", "10x7", "-o", set});

@@ -1,18 +1,12 @@
 // Corners that a batch recorded, in parts, and one calibration from all of them.
-#include "tests/calib/views.h"
-#include "tests/host/in_process.h"
-#include "tests/host/sub_command.h"
-#include "tests/support/files.h"
-
-#include "host/result.h"
+#include "tests/host/corner_records_test.h"
+#include "tests/support/pattern.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <filesystem>
-#include <functional>
-#include <sstream>
 
 namespace {
 
@@ -24,58 +18,7 @@ using test::ProgramResult;
 using test::tarvix;
 using testing::HasSubstr;
 
-class CornerRecords : public testing::Test {
-protected:
-    void copyPhotos(int count) {
-        fs::create_directories(photos);
-        for (const std::string& file : test::leftPhotos(count)) {
-            fs::copy(file, photos);
-        }
-    }
-    // Records the corners of photographs in a manifest, without workers: quick.
-    static void record(const std::string& path, const std::vector<std::string>& names,
-                       const std::string& board = "9x6") {
-        std::string text;
-        for (const std::string& name : names) {
-            const ProgramResult run =
-                inProcess({"chessboard", name, "--board", board, "--for-calib", "--json"});
-            ASSERT_EQ(run.status, 0) << run.err;
-            const Json line = {{"status", "done"},
-                               {"input", name},
-                               {"number", 1},
-                               {"of", names.size()},
-                               {"data", Json::parse(run.out)},
-                               {"operation", {"chessboard", "--board", board, "--for-calib"}},
-                               {"version", host::programVersion()},
-                               {"key", "0"}};
-            text += line.dump() + "\n";
-        }
-        test::writeBytes(path, text);
-    }
-    ProgramResult fromCorners(std::vector<std::string> words,
-                              const std::vector<std::string>& more = {}) {
-        words.insert(words.begin(), {"calib", "--from-corners"});
-        words.insert(words.end(), {"--board", "9x6", "-o", set});
-        words.insert(words.end(), more.begin(), more.end());
-        return inProcess(words);
-    }
-    // The same manifest with each line changed.
-    void rewrite(const std::function<void(Json& record)>& change) {
-        std::istringstream lines(test::bytesOf(manifest));
-        std::string text;
-        for (std::string line; std::getline(lines, line);) {
-            Json record = Json::parse(line);
-            change(record);
-            text += record.dump() + "\n";
-        }
-        test::writeBytes(manifest, text);
-    }
-
-    test::TempFolder folder;
-    std::string photos = folder / "photos";
-    std::string manifest = folder / "corners.jsonl";
-    std::string set = folder / "set";
-};
+class CornerRecords : public test::CornerRecordsTest {};
 
 TEST_F(CornerRecords, OfShardsGiveTheSameCalibrationToTheLastBit) {
     copyPhotos(7);
@@ -84,6 +27,9 @@ TEST_F(CornerRecords, OfShardsGiveTheSameCalibrationToTheLastBit) {
     cv::Mat larger;
     cv::resize(test::photo("left05.jpg"), larger, {800, 600}, 0, 0, cv::INTER_CUBIC);
     cv::imwrite(photos + "/a-larger.png", larger);
+    // Both take the same files of a folder.
+    cv::imwrite(photos + "/left20.webp", test::photo("left12.jpg"));
+    fs::copy(test::photoPath("left13.jpg"), photos + "/.left13.jpg");
     for (const char* part : {"1", "2"}) {
         const std::string shard = std::string(part) + "/2";
         const ProgramResult run =
@@ -130,6 +76,13 @@ TEST_F(CornerRecords, AreWhatCalibFindsAndNotWhatChessboardPrints) {
         inProcess({"chessboard", folder / "missing.png", "--board", "9x6", "--for-calib"}), 1);
 }
 
+TEST_F(CornerRecords, AreToTheLastDigitInJson) {
+    EXPECT_THAT(inProcess({"chessboard", "--help"}).out, HasSubstr("with --json or in a manifest"));
+    const std::string photo = test::pairPhoto("left", 3);
+    const ProgramResult text = inProcess({"chessboard", photo, "--board", "9x6", "--for-calib"});
+    EXPECT_THAT(text.out, test::LinesMatch("[0-9]+[.][0-9],[0-9]+[.][0-9]"));
+}
+
 TEST_F(CornerRecords, ComeWithoutAnImage) {
     const std::vector<std::string> words = {
         "batch",       "chessboard", test::pairPhoto("left", 1), "--board", "9x6",
@@ -153,54 +106,6 @@ TEST_F(CornerRecords, AreTakenInTheOrderOfTheNames) {
     }
 }
 
-TEST_F(CornerRecords, ThatAreNotOfThisCalibrationAreRefused) {
-    const std::string photo = test::pairPhoto("left", 1);
-    record(manifest, {photo});
-    const auto expectRefused = [&](const ProgramResult& run, const std::string& why) {
-        expectOneLine(run, 1);
-        EXPECT_THAT(run.err, HasSubstr(why));
-        EXPECT_FALSE(fs::exists(set));
-    };
-    // Twice the same photograph.
-    fs::copy(manifest, folder / "again.jsonl");
-    expectRefused(fromCorners({manifest, folder / "again.jsonl"}),
-                  "'" + photo + "' is in two manifests");
-    // Another board.
-    record(folder / "smaller.jsonl", {test::pairPhoto("left", 2)}, "8x6");
-    expectRefused(fromCorners({manifest, folder / "smaller.jsonl"}),
-                  "it is of a board of 8 x 6 inner corners, not of 9 x 6");
-    // Another operation, another file, none.
-    const std::string good = test::bytesOf(manifest);
-    rewrite([](Json& line) { line["operation"] = {"chessboard", "--board", "9x6"}; });
-    expectRefused(fromCorners({manifest}), "is not of tarvix batch chessboard --for-calib: see");
-    test::writeBytes(manifest, "{}\n");
-    expectRefused(fromCorners({manifest}), "is not of tarvix batch chessboard --for-calib");
-    test::writeBytes(manifest, "not a manifest\n");
-    expectRefused(fromCorners({manifest}), "have no lines, so there are no corners");
-    expectRefused(fromCorners({folder / "missing.jsonl"}), "cannot be read");
-    // Lines that make no sense.
-    const std::vector<std::function<void(Json & data)>> changes = {
-        [](Json& data) { data["corners"].erase(0); },
-        [](Json& data) {
-            data["corners"][5] = {1e300, 2};
-        },
-        [](Json& data) { data["corners"][5] = "x"; },
-        [](Json& data) {
-            data["imageSize"] = {0, 480};
-        },
-        [](Json& data) {
-            data["imageSize"] = {640.5, 480};
-        },
-        [](Json& data) { data["search"] = "otherwise"; },
-        [](Json& data) { data.erase("board"); },
-        [](Json& data) { data = nullptr; }};
-    for (const auto& change : changes) {
-        test::writeBytes(manifest, good);
-        rewrite([&](Json& line) { change(line["data"]); });
-        expectRefused(fromCorners({manifest}), "the corners of '" + photo + "' in '");
-    }
-}
-
 TEST_F(CornerRecords, ThatFailedAreLeftOutAndTheLastLineCounts) {
     record(manifest,
            {test::pairPhoto("left", 1), test::pairPhoto("left", 2), test::pairPhoto("left", 3)});
@@ -211,7 +116,9 @@ TEST_F(CornerRecords, ThatFailedAreLeftOutAndTheLastLineCounts) {
         line["message"] = "it took longer than 5 s";
     });
     const std::string failed = test::bytesOf(manifest);
-    expectOneLine(fromCorners({manifest}), 1); // nothing is left
+    const ProgramResult nothing = fromCorners({manifest});
+    expectOneLine(nothing, 1);
+    EXPECT_THAT(nothing.err, HasSubstr("left01.jpg' cannot be used: it took longer than 5 s\n"));
     test::writeBytes(manifest, failed + good); // tried again
     const ProgramResult whole = fromCorners({manifest});
     EXPECT_EQ(whole.status, 0);
@@ -225,35 +132,6 @@ TEST_F(CornerRecords, ThatFailedAreLeftOutAndTheLastLineCounts) {
     const ProgramResult strict = fromCorners({manifest}, {"--strict"});
     expectOneLine(strict, 1);
     EXPECT_THAT(strict.err, HasSubstr("cannot be used: it took longer"));
-}
-
-TEST_F(CornerRecords, SayWhatIsDoubtful) {
-    record(manifest, {test::pairPhoto("left", 1), test::pairPhoto("left", 2)});
-    rewrite([](Json& line) { line["of"] = 5; });
-    EXPECT_THAT(fromCorners({manifest}).err,
-                HasSubstr("the batch has 5 photographs, and the manifests have 2 of them"));
-    rewrite([](Json& line) {
-        line["of"] = 2;
-        line["version"] = "Tarvix 0.1";
-    });
-    EXPECT_THAT(fromCorners({manifest}).err, HasSubstr("corners were found by Tarvix 0.1, and"));
-    rewrite([](Json& line) { line["version"] = host::programVersion(); });
-    const std::string whole = test::bytesOf(manifest);
-    test::writeBytes(manifest, whole + whole.substr(0, 99));
-    EXPECT_THAT(fromCorners({manifest}).err, HasSubstr("1 lines of the manifests were cut off"));
-}
-
-TEST_F(CornerRecords, AreNotReplacedAndNotMixedWithPhotographs) {
-    const std::string photo = test::pairPhoto("left", 1);
-    record(manifest, {photo, test::pairPhoto("left", 2)});
-    const std::string before = test::bytesOf(manifest);
-    expectOneLine(fromCorners({folder / "*.jsonl"}, {"--report", manifest}), 1);
-    EXPECT_EQ(test::bytesOf(manifest), before);
-    expectOneLine(fromCorners({manifest}, {"--preview"}), 2);
-    expectOneLine(
-        inProcess({"calib", photo, "--from-corners", manifest, "--board", "9x6", "-o", set}), 2);
-    expectOneLine(inProcess({"calib", "--board", "9x6", "-o", set}), 2);
-    EXPECT_FALSE(fs::exists(set));
 }
 
 TEST_F(CornerRecords, MakeTheReportAndTheFileForOtherTools) {
