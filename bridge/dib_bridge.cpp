@@ -13,14 +13,15 @@ namespace {
 // in the middle of a long memcpy costs about a third of the copy, so each page is written to
 // beforehand.
 void copyRow(unsigned char* to, const unsigned char* from, std::size_t bytes) {
+    if (bytes == 0) {
+        return; // a matrix without columns has no memory, and memcpy takes no null pointer
+    }
     constexpr std::size_t pageBytes = 4096; // too many writes if the system's pages are larger
     volatile unsigned char* const first = to;
     for (std::size_t i = 0; i < bytes; i += pageBytes) {
         first[i] = 0;
     }
-    if (bytes != 0) {
-        first[bytes - 1] = 0;
-    }
+    first[bytes - 1] = 0;
     std::memcpy(to, from, bytes);
 }
 
