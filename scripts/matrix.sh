@@ -75,6 +75,8 @@ debian_mirror() {
 run_row() { # ROW
   local row=$1 suite folder status=0
   suite=$(suite_of "$row")
+  exec 9>"$cache/$suite.lock" # two runs of this script would otherwise fetch packages into the same folder
+  flock --nonblock 9 || { say "waiting for another run's row with $suite" && flock 9; }
   bare_system "$suite"
   folder=$(mktemp -d "$cache/root-$row.XXXXXX")
   running=$folder
@@ -92,6 +94,7 @@ run_row() { # ROW
     echo "| \`scripts/matrix.sh $row\` | | | | not finished: see its log | | $commit | $(date -u +%F) |" >"$cache/rows/$row"
   fi
   clean_up
+  exec 9>&-
   return $status
 }
 
