@@ -42,7 +42,7 @@ PrintedBoard layOutBoard(const Board& board, double square) {
                             size.height + 2 * margin + lettering);
     PrintedBoard printed;
     for (const Paper& paper : papers) {
-        for (const cv::Size2d page :
+        for (const cv::Size2d& page :
              {cv::Size2d(paper.longer, paper.shorter), cv::Size2d(paper.shorter, paper.longer)}) {
             if (printed.paper.empty() && needed.width <= page.width &&
                 needed.height <= page.height) {
