@@ -8,7 +8,7 @@
 #   12            Debian 12
 #   13            Debian 13
 #   clang         Debian 12, with clang
-#   opencv-4.5.1  Debian 12, with Debian 11's packages of OpenCV 4.5.1
+#   opencv-4.5.1  Debian 11, with Debian 12's compiler: the packages of OpenCV 4.5.1 need Debian 11's libraries
 #   11            Debian 11: the module without host and tests, with CMake 3.18 and g++ 10
 #   arm64         Debian 12: the tests of geometry, built for arm64 and run under QEMU
 #
@@ -35,7 +35,7 @@ done
 
 suite_of() { # ROW
   case $1 in
-    11) echo bullseye ;;
+    11 | opencv-4.5.1) echo bullseye ;;
     13) echo trixie ;;
     *) echo bookworm ;;
   esac
