@@ -66,33 +66,6 @@ std::pair<PipeEnd, PipeEnd> pipe(const std::string& program) {
     return {endOf(reading), endOf(writing)};
 }
 
-// The list of handles that a started program inherits.
-class Inherited {
-public:
-    explicit Inherited(std::array<HANDLE, 3>& handles) {
-        SIZE_T size = 0;
-        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
-        m_bytes.resize(size);
-        if (InitializeProcThreadAttributeList(list(), 1, 0, &size) == 0) {
-            throw std::runtime_error("no list of inherited handles can be made");
-        }
-        for (HANDLE handle : handles) {
-            SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
-        }
-        UpdateProcThreadAttribute(list(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
-                                  handles.size() * sizeof(HANDLE), nullptr, nullptr);
-    }
-    ~Inherited() { DeleteProcThreadAttributeList(list()); }
-    Inherited(const Inherited&) = delete;
-    Inherited& operator=(const Inherited&) = delete;
-    LPPROC_THREAD_ATTRIBUTE_LIST list() {
-        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_bytes.data());
-    }
-
-private:
-    std::vector<char> m_bytes;
-};
-
 // The processes of a job end when its last handle is closed, which the system does at our end.
 Handle jobThatEndsWithUs() {
     Handle job(CreateJobObjectW(nullptr, nullptr));
@@ -101,6 +74,38 @@ Handle jobThatEndsWithUs() {
     SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
     return job;
 }
+
+// What a started program has from its first moment: the handles that it inherits, and its job. If
+// it came into the job later, our end in between would leave a program that nobody ends.
+class Attributes {
+public:
+    // Both arguments are used until the program is started.
+    Attributes(std::array<HANDLE, 3>& handles, HANDLE& job) {
+        constexpr DWORD count = 2;
+        SIZE_T size = 0;
+        InitializeProcThreadAttributeList(nullptr, count, 0, &size);
+        m_bytes.resize(size);
+        for (HANDLE handle : handles) {
+            SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+        }
+        if (InitializeProcThreadAttributeList(list(), count, 0, &size) == 0 ||
+            UpdateProcThreadAttribute(list(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
+                                      handles.size() * sizeof(HANDLE), nullptr, nullptr) == 0 ||
+            UpdateProcThreadAttribute(list(), 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job, sizeof job,
+                                      nullptr, nullptr) == 0) {
+            throw std::runtime_error("no list of a program's attributes can be made");
+        }
+    }
+    ~Attributes() { DeleteProcThreadAttributeList(list()); }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+    LPPROC_THREAD_ATTRIBUTE_LIST list() {
+        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_bytes.data());
+    }
+
+private:
+    std::vector<char> m_bytes;
+};
 
 HANDLE openNothing(DWORD access) {
     return CreateFileW(L"NUL", access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
@@ -155,31 +160,29 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, Errors errors)
     const Handle err(errors == Errors::Dropped ? openNothing(GENERIC_WRITE)
                                                : duplicateOf(GetStdHandle(STD_ERROR_HANDLE)));
     std::array<HANDLE, 3> streams = {handleOf(theirIn), handleOf(theirOut), err.get()};
-    Inherited inherited(streams);
+    m_state->job = jobThatEndsWithUs();
+    HANDLE job = m_state->job.get();
+    Attributes attributes(streams, job);
     STARTUPINFOEXW start{};
     start.StartupInfo.cb = sizeof start;
     start.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
     start.StartupInfo.hStdInput = streams[0];
     start.StartupInfo.hStdOutput = streams[1];
     start.StartupInfo.hStdError = streams[2];
-    start.lpAttributeList = inherited.list();
+    start.lpAttributeList = attributes.list();
     const std::wstring program = pathOf(words[0]).make_preferred().wstring();
     std::wstring line = quotedForWindows(program);
     for (std::size_t i = 1; i < words.size(); ++i) {
         line.append(L" ").append(quotedForWindows(pathOf(words[i]).wstring()));
     }
-    m_state->job = jobThatEndsWithUs();
     PROCESS_INFORMATION started{};
     if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                       CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP | CREATE_NO_WINDOW |
-                           EXTENDED_STARTUPINFO_PRESENT,
+                       CREATE_NEW_PROCESS_GROUP | CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT,
                        nullptr, nullptr, &start.StartupInfo, &started) == 0) {
         cannotStart(words[0]);
     }
     m_state->process = Handle(started.hProcess);
-    const Handle thread(started.hThread);
-    AssignProcessToJobObject(m_state->job.get(), started.hProcess);
-    ResumeThread(thread.get());
+    CloseHandle(started.hThread);
     m_in = std::move(in);
     m_out = std::move(out);
 }
