@@ -31,4 +31,14 @@ else
     }
     export WINEPATH="${TARVIX_WINEPATH:-$(search_path)}"
 fi
-exec wine "$@"
+
+# A program that is ended while it starts can leave a process of Wine that waits for ever, with the standard error that
+# it got. Whoever reads our standard error to its end would wait, too. So Wine's programs get a file without a name in
+# its place, whose text is passed on at their end.
+errors_file="$(mktemp)"
+exec {errors}>"$errors_file" {passed_on}<"$errors_file"
+rm "$errors_file"
+status=0
+wine "$@" 2>&"$errors" {errors}>&- {passed_on}<&- || status=$?
+cat <&"$passed_on" >&2
+exit "$status"

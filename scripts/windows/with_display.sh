@@ -21,6 +21,9 @@ TARVIX_WINEPREFIX="$(mktemp -d "$tarvix_cache/wine-run.XXXXXX")"
 clean_up() {
     WINEPREFIX="$TARVIX_WINEPREFIX" wineserver -k 2>/dev/null || true
     WINEPREFIX="$TARVIX_WINEPREFIX" wineserver -w 2>/dev/null || true
+    # A program that was ended while it started may wait for ever for a server that does not know it.
+    grep -lsxz "WINEPREFIX=$TARVIX_WINEPREFIX" /proc/[0-9]*/environ | sed -E 's|/proc/([0-9]+)/.*|\1|' |
+        grep -vx "$$" | xargs -r kill -KILL 2>/dev/null || true
     rm -rf "$TARVIX_WINEPREFIX"
 }
 trap clean_up EXIT
