@@ -13,7 +13,7 @@ sys.path.insert(0, str(root / 'scripts' / 'mutate'))
 try:
     from clang import cindex
 except ImportError:
-    print('python3-clang is missing')
+    print('SKIPPED: python3-clang is missing')
     sys.exit(77)
 import changes
 import record
