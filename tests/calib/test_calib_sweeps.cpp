@@ -1,11 +1,8 @@
-// The steps on random input against the calls written out with bare numbers, and what a calibration
-// folder that is being written means for who reads it.
+// The steps on random input against the calls written out with bare numbers.
 #include <tarvix/tarvix.h>
 
 #include "calib/chess_views.h"
 #include "calib/undistort.h"
-#include "platform/system/files.h"
-#include "tests/support/export_test.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
@@ -16,13 +13,18 @@
 #include <opencv2/imgproc.hpp>
 
 #include <array>
-#include <chrono>
 #include <cmath>
-#include <thread>
 
 namespace {
 
 using test::IsIdenticalTo;
+
+// Colour and grey in turn, without black, which is the border's.
+cv::Mat sourceOf(cv::RNG& random, int i) {
+    const int rows = 20 + random.uniform(0, 60), columns = 20 + random.uniform(0, 60);
+    return test::noise(rows, columns, i % 2 == 0 ? CV_8UC3 : CV_8UC1, random.next()) |
+           cv::Scalar::all(1);
+}
 
 cv::Mat cameraOf(cv::RNG& random, cv::Size size) {
     const double fx = random.uniform(40., 120.), fy = random.uniform(40., 120.);
@@ -42,10 +44,7 @@ cv::Mat distortionOf(cv::RNG& random) {
 TEST(CalibSweep, UndistortEqualsTheLiteralCalls) {
     cv::RNG random(3);
     for (int i = 0; i < 40; ++i) {
-        const int type = i % 2 == 0 ? CV_8UC3 : CV_8UC1;
-        const cv::Mat source = test::noise(20 + random.uniform(0, 60), 20 + random.uniform(0, 60),
-                                           type, random.next()) |
-                               1;
+        const cv::Mat source = sourceOf(random, i);
         const cv::Mat camera = cameraOf(random, source.size()), distortion = distortionOf(random);
         cv::Mat map1, map2, expected;
         cv::initUndistortRectifyMap(camera, distortion, {}, camera, source.size(), CV_32FC1, map1,
@@ -61,10 +60,7 @@ TEST(CalibSweep, UndistortEqualsTheLiteralCalls) {
 TEST(CalibSweep, RectifyEqualsTheLiteralCalls) {
     cv::RNG random(4);
     for (int i = 0; i < 40; ++i) {
-        const int type = i % 2 == 0 ? CV_8UC3 : CV_8UC1;
-        const cv::Mat source = test::noise(20 + random.uniform(0, 60), 20 + random.uniform(0, 60),
-                                           type, random.next()) |
-                               1;
+        const cv::Mat source = sourceOf(random, i);
         const cv::Mat camera = cameraOf(random, source.size()), distortion = distortionOf(random);
         cv::Mat rotation, projection(3, 4, CV_64F, cv::Scalar(0));
         cv::Mat turn(3, 1, CV_64F);
@@ -124,40 +120,6 @@ TEST(CalibSweep, RefinementEqualsTheLiteralCall) {
     }
 }
 
-class CalibFolder : public test::ExportTest {
-protected:
-    test::TempFolder folder;
-
-    test::Dib undistorted() {
-        const test::Dib image = test::dibOf(test::scene(48, 64));
-        return test::Dib(tx_UseCalib(*image, folder.path().c_str(), nullptr, nullptr));
-    }
-
-    void storeCamera() {
-        const cv::Mat camera = (cv::Mat_<double>(3, 3) << 60, 0, 31, 0, 61, 23, 0, 0, 1);
-        test::store(folder / "cam.xml", "CameraMatrix", camera);
-        test::store(folder / "dist.xml", "DistCoeffs", cv::Mat::zeros(1, 5, CV_64F));
-    }
-};
-
-TEST_F(CalibFolder, ThatOthersReadCanBeRead) {
-    storeCamera();
-    const auto reader = tarvix::systemFiles().lockFolder(folder.path(), tarvix::Access::Shared);
-    EXPECT_NE(undistorted(), nullptr);
-}
-
-TEST_F(CalibFolder, ThatIsBeingWrittenIsWaitedFor) {
-    bool isRead = false;
-    auto writer = tarvix::systemFiles().lockFolder(folder.path(), tarvix::Access::Exclusive);
-    std::thread reader([&] { isRead = undistorted() != nullptr; });
-    // Time for the reader to begin, if it does not wait. A slow machine only fails to notice that.
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    storeCamera();
-    writer.reset();
-    reader.join();
-    EXPECT_TRUE(isRead);
-}
-
 // Counts matrices that live.
 class CountingAllocator : public cv::MatAllocator {
 public:
@@ -181,7 +143,8 @@ public:
     }
 };
 
-TEST_F(CalibFolder, TheMeasurementReleasesItsMatrixAtItsEnd) {
+TEST(Measurement, ReleasesItsMatrixAtItsEnd) {
+    const test::TempFolder folder;
     test::store(folder / "Q.xml", "Q", cv::Mat::eye(4, 4, CV_64F));
     CountingAllocator counting;
     cv::MatAllocator* const usual = cv::Mat::getDefaultAllocator();
