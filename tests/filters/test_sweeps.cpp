@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 
 namespace {
 
@@ -68,7 +69,10 @@ TEST_F(FilterSweep, LoadFileReadsEveryKindAsColour) {
 TEST_F(FilterSweep, CannyEqualsTheLiteralCall) {
     for (int i = 0; i < 120; ++i) {
         const cv::Mat source = image(coin() ? CV_8UC1 : CV_8UC3, 1);
-        const double one = random.uniform(-50.0, 900.0), two = random.uniform(-50.0, 900.0);
+        double one = random.uniform(-50.0, 900.0), two = random.uniform(-50.0, 900.0);
+        if (i % 4 == 0) { // OpenCV sorts thresholds, but not this one
+            (i % 8 == 0 ? one : two) = std::numeric_limits<double>::quiet_NaN();
+        }
         const int aperture = 3 + 2 * upTo(2), norm = upTo(2);
         cv::Mat expected;
         cv::Canny(source, expected, one, two, aperture, norm != 0);
