@@ -31,7 +31,9 @@ while IFS=: read -r page link; do
   [ -z "$mark" ] || grep -qE "(id|name)=\"${mark#\#}\"" "${file:-$page}" || complain "$page: a link to $link, which is not there"
 done < <(grep -oE '(href|src)="[^"]+"' ./*.html | sed -E 's/^\.\///; s/(href|src)="([^"]+)"/\2/' | grep -vE ':[a-z]+:' | sort -u)
 [ $count -gt 100 ] || complain "only $count links"
-LC_ALL=C grep -lP "$(own_folder "$source")" ./* && complain "a page names a folder of this machine"
-grep -l '<script' ./*.html && complain "a page runs a script"
+found=$(grep_finds -rlP -e "$(own_folder "$source")" .)
+[ -z "$found" ] || complain "a page names a folder of this machine: $found"
+found=$(grep_finds -l '<script' ./*.html)
+[ -z "$found" ] || complain "a page runs a script: $found"
 echo "${#names[@]} exports, $count links"
 exit $bad

@@ -30,7 +30,8 @@ done
 expect Runtime "${runtime[@]}"
 expect Development "${links[@]}" "$libdir/pkgconfig/tarvix.pc" "$libdir/cmake/Tarvix/TarvixConfig.cmake" \
   "$libdir/cmake/Tarvix/TarvixConfigVersion.cmake" "$libdir/cmake/Tarvix/TarvixTargets.cmake"
-LC_ALL=C grep -rlP -e "$(own_folder "$source" "$build" "$work")" "$work/Development" && fail "a file names a folder of this machine"
+found=$(grep_finds -rlP -e "$(own_folder "$source" "$build" "$work")" "$work/Development")
+[ -z "$found" ] || fail "a file names a folder of this machine: $found"
 
 # At its installation, the tree does not know its final place.
 prefix="$work/moved here"
@@ -40,7 +41,8 @@ mv "$work/installed" "$prefix"
 configure() { cmake -S "$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_PREFIX_PATH=$prefix" "${@:3}"; }
 quietly "find_package: configuring" configure "$prefix/share/doc/libtarvix-dev/examples" "$work/examples" -DCMAKE_CXX_STANDARD=17 \
   -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
-grep -e '-std=[a-z+]*2' "$work/examples/compile_commands.json" && fail "a host is raised above C++17"
+found=$(grep_finds -e '-std=[a-z+]*2' "$work/examples/compile_commands.json")
+[ -z "$found" ] || fail "a host is raised above C++17: $found"
 grep -qF "Tarvix_DIR:PATH=$prefix/$libdir/cmake/Tarvix" "$work/examples/CMakeCache.txt" || fail "another Tarvix was found"
 quietly "find_package: building" cmake --build "$work/examples"
 "$work/examples/example_host" "$photograph" >"$work/out" || fail "the host fails: $(cat "$work/out")"

@@ -7,3 +7,10 @@ own_folder() {
   done
   echo "$found"
 }
+# grep_finds ARGUMENT...: what `LC_ALL=C grep ARGUMENT...` prints, or that it failed: its status alone would be taken for
+# "nothing found".
+grep_finds() {
+  local status=0
+  LC_ALL=C grep "$@" || status=$?
+  [ $status -le 1 ] || echo "grep failed with status $status"
+}
