@@ -5,17 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <string>
 
 namespace {
 
-std::string oneAndAHalf() {
-    std::array<char, 20> text{};
-    (void)std::snprintf(text.data(), text.size(), "%.1f", 1.5);
-    return text.data();
-}
+using test::oneAndAHalf;
 
 TEST(DecimalPoint, IsAPointWhereTheLocaleHasAnotherSign) {
     if (!test::DecimalOther::exists()) {

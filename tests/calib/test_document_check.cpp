@@ -109,11 +109,10 @@ TEST(DocumentCheck, WhatIsSound) {
                                "<x>1<!-- a --></x>",
                                "<x><!-- a --><y>1</y><!-- - -- > --></x>",
                                R"(<x>"a b"</x>)",
-                               R"(<x>"<y"</x>)",
                                "",
                                R"(<x>"" ""</x>)",
                                "<x \t>1</x \t>"}) {
-        EXPECT_EQ(isSoundWithin(inside), std::string(inside) != R"(<x>"<y"</x>)") << inside;
+        EXPECT_TRUE(isSoundWithin(inside)) << inside;
     }
     EXPECT_TRUE(isSoundDocument("\xEF\xBB\xBF" + head + foot));
     EXPECT_TRUE(isSoundDocument("<?xml?><opencv_storage></opencv_storage>"));
@@ -125,7 +124,6 @@ TEST(DocumentCheck, WhatIsNotSound) {
     for (const char* inside : {"<x>1</y>",
                                "<x>1",
                                "</x>",
-
                                "<x>1</x>2",
                                "<x>1<y>2</y></x>",
                                "<x><y>1</y>2</x>",
@@ -142,6 +140,7 @@ TEST(DocumentCheck, WhatIsNotSound) {
                                "<x type_id='binary'>1</x>",
                                R"(<x>"1</x>)",
                                R"(<x>1"</x>)",
+                               R"(<x>"<y"</x>)",
                                "<x>1</x><!-- a",
                                "<x>1</x><!-- a --",
                                "<x><!-- a</x>",

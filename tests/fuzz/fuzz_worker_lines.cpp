@@ -83,7 +83,7 @@ void sendWords(fuzz::Bytes& in) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Bytes in(data, size);
     switch (in.byte() % 4) {
     case 0:

@@ -4,11 +4,11 @@
 
 #include <gmock/gmock.h>
 
-#include <array>
-#include <cstdio>
 #include <locale>
 
 namespace {
+
+using test::oneAndAHalf;
 
 class Locales : public testing::Test {
 protected:
@@ -33,12 +33,6 @@ protected:
             EXPECT_EQ(now[i].messages, 0) << name;
             EXPECT_TRUE(now[i] == usual[i]) << name;
         }
-    }
-
-    static std::string oneAndAHalf() {
-        std::array<char, 20> text{};
-        std::snprintf(text.data(), text.size(), "%.1f", 1.5);
-        return text.data();
     }
 };
 

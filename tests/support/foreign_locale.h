@@ -3,10 +3,18 @@
 
 #include "tests/support/files.h"
 
-#include <memory>
+#include <array>
+#include <cstdio>
 #include <string>
 
 namespace test {
+
+// 1.5 as the C library writes it now.
+inline std::string oneAndAHalf() {
+    std::array<char, 20> text{};
+    (void)std::snprintf(text.data(), text.size(), "%.1f", 1.5);
+    return text.data();
+}
 
 // Switches the C locale of the process for the object's lifetime: to an installed one, or one
 // compiled into a temporary folder. Throws if neither can be had.
