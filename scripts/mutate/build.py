@@ -5,6 +5,7 @@ import hashlib
 import json
 import os
 import re
+import shlex
 import subprocess
 import sys
 
@@ -13,7 +14,7 @@ from clang import cindex
 import changes
 import sites
 
-TESTED_BY = ['common', 'platform', 'bridge', 'filters', 'faces', 'geometry', 'features', 'calib']  # folders of tests/
+TESTED_BY = ['common', 'platform', 'bridge', 'filters', 'faces', 'geometry', 'features', 'calib']  # folders of tests/, also with --others
 NUMBER = re.compile(r'tarvix_mutant\((\d+)\)')
 ERROR = re.compile(r'^(/[^:\n]+):(\d+):(\d+): (?:fatal )?error: (.*)$', re.M)
 NOT_CONSTANT = re.compile(r'constant[ -]expression|constant initializer|not constant|constexpr|non-constant')
@@ -38,7 +39,7 @@ class Build:
         self.pristine = {}  # name -> bytes, of every file of the project that git knows
         self.finders = {}   # name -> what was found in it
         self.sites = {}     # number -> (name, site)
-        self.left_out, self.names = set(), set()
+        self.left_out, self.overlapping, self.names = set(), set(), set()
 
     def copy(self):
         listed = subprocess.run(['git', '-C', self.root, 'ls-files', '-z', '--cached', '--others', '--exclude-standard'],
@@ -83,7 +84,7 @@ class Build:
         overlay = [(str(self.tree / n), c) for n, c in self.pristine.items() if n.endswith(('.cpp', '.h'))]
         index = cindex.Index.create()
         for file, command in sorted(self.commands()):
-            words = [w for w in command.split()[1:] if w.startswith(('-I', '-D', '-std', '-isystem', '/'))]
+            words = [w for w in shlex.split(command)[1:] if w.startswith(('-I', '-D', '-std', '-isystem', '/'))]
             words = [w for w in words if w != file and not w.endswith('c++')]
             unit = index.parse(file, args=words + ['-fopenmp', '-w'], unsaved_files=overlay,
                                options=cindex.TranslationUnit.PARSE_DETAILED_PROCESSING_RECORD)
@@ -166,7 +167,8 @@ class Build:
         present = set()
         for name in self.finders:
             present |= {int(n) for n in NUMBER.findall((self.tree / name).read_text('latin-1'))}
-        self.left_out = set(self.sites) - present  # some overlap others, too
+        self.overlapping = set(self.sites) - present - self.left_out
+        self.left_out |= self.overlapping
 
     def ninja(self, folders):
         """Builds the tests of these folders."""

@@ -1,5 +1,6 @@
 """What is remembered between runs, and what is recorded in the project."""
 import collections
+import fnmatch
 import hashlib
 import json
 
@@ -34,16 +35,36 @@ class Names:
         digest = self.digests.setdefault(name, hashlib.sha256(self.build.pristine[name]).hexdigest()[:16])
         return f'{name}:{digest}:{site.start}:{site.end}:{site.kind}:{self.labels[number]}'
 
-    def tests_of(self, number):
-        """The tests of the change's folder as they are now: what they did not notice is tried again when they change."""
-        folder = self.build.sites[number][0].split('/')[0]
-        if folder not in self.digests:
+    def digest(self, what, is_in):
+        """Of the files that is_in() takes, their names and what they hold, as they are now; kept as `what`."""
+        if what not in self.digests:
             of_all = hashlib.sha256()
-            for name in sorted(self.build.pristine):
-                if name.startswith((f'tests/{folder}/', 'tests/support/')):
-                    of_all.update(self.build.pristine[name])
-            self.digests[folder] = of_all.hexdigest()[:16]
-        return self.digests[folder]
+            for name in sorted(filter(is_in, self.build.pristine)):
+                of_all.update(name.encode() + b'\n' + self.build.pristine[name])
+            self.digests[what] = of_all.hexdigest()[:16]
+        return self.digests[what]
+
+    def state(self, number, program):
+        """What a result depends on: the sources around the change; the program that noticed it, or all tests of the
+        change's folder if none did. A program is test_NAME.cpp and what is not a test_*.cpp or is named in the folder's
+        CMakeLists.txt, as a source of several are."""
+        folder = self.build.sites[number][0].split('/')[0]
+        own, _, test = (program or folder).partition('.')
+        file, listed = f'tests/{own}/test_{test}.cpp', self.build.pristine.get(f'tests/{own}/CMakeLists.txt', b'').decode()
+
+        def is_anothers(name):
+            is_program = fnmatch.fnmatch(name, f'tests/{own}/test_*.cpp') and name.split('/')[-1] not in listed
+            return file in self.build.pristine and name != file and is_program
+
+        def is_test(name):
+            return name.startswith((f'tests/{own}/', 'tests/support/')) and not is_anothers(name)
+
+        return {'sources': self.digest(folder, lambda name: name.startswith((f'{folder}/', 'common/', 'include/'))),
+                'suite': self.digest(f'tests of {own} {test}', is_test)}
+
+    def holds(self, number, entry):
+        """Whether a remembered result is one of the sources and tests as they are now."""
+        return entry is not None and self.state(number, entry['by']).items() <= entry.items()
 
 
 class Results:

@@ -22,7 +22,7 @@ def options_of(words):
     parser.add_argument('root', type=pathlib.Path)
     parser.add_argument('--sample', type=int, default=0, help='a fixed choice of so many changes')
     parser.add_argument('--list', action='store_true', help='lists the changes and ends')
-    parser.add_argument('--again', action='store_true', help='forgets the results of earlier runs')
+    parser.add_argument('--again', action='store_true', help='tries everything, what is recorded as without effect, too')
     parser.add_argument('--others', action='store_true', help='tries what was not noticed with other folders\' tests, too')
     parser.add_argument('--jobs', type=int, default=len(os.sched_getaffinity(0)))
     parser.add_argument('paths', nargs='*')
@@ -45,12 +45,22 @@ def try_all(todo, jobs, attempt):
         list(pool.map(one, todo))
 
 
+def within(root, path):
+    """A PATH of the command line as the project names its files, or the end."""
+    place = (root / path).resolve()
+    if not place.exists() or root not in place.parents:
+        sys.exit(f'{path} is not a file or folder of the project')
+    return str(place.relative_to(root))
+
+
 def report(build, names, chosen, known, results):
     """Prints what was not noticed and the table. Returns whether all is as it should be."""
     counts, is_good = collections.defaultdict(lambda: [0] * 5), True
     for number in chosen:
         name, site = build.sites[number]
         entry, is_known = results.entries.get(names.key(number)), names.lasting(number) in known
+        if is_known and not names.holds(number, entry):
+            entry = None
         row = counts[name.split('/')[0]]
         row[0] += 1
         row[3 if is_known else 1 if entry['how'] else 4] += 1
@@ -75,12 +85,15 @@ def main():
     root = options.root.resolve()
     place = root / 'build' / 'mutate'
     place.mkdir(parents=True, exist_ok=True)
-    build = Build(root, place, [p.rstrip('/') for p in options.paths] or FOLDERS)
+    build = Build(root, place, [within(root, p) for p in options.paths] or FOLDERS)
     say('reading the sources')
     build.copy()
     build.configure()
     build.find()
     names = record.Names(build)
+    for path in build.paths:
+        if not any(f'{name}/'.startswith(f'{path}/') for name, _ in build.sites.values()):
+            sys.exit(f'there is nothing to change in {path}')
     say(f'{len(build.sites)} changes in {len(build.finders)} files')
     if options.list:
         for number in sorted(build.sites):
@@ -93,7 +106,8 @@ def main():
 
     build.make()
     chosen = sorted(set(build.sites) - build.left_out)
-    say(f'{len(chosen)} changes compile, {len(build.left_out)} do not; running the tests without any')
+    say(f'{len(chosen)} changes; left out: {len(build.left_out) - len(build.overlapping)} that do not compile or are near '
+        f'such a one, {len(build.overlapping)} that overlap another; running the tests without any')
     tests = Tests(build.build, place)
     folders = {number: build.sites[number][0].split('/')[0] for number in chosen}
     if options.sample:
@@ -102,20 +116,22 @@ def main():
     results = record.Results(place / 'results.jsonl')
 
     def is_open(number):
-        entry = None if options.again else results.entries.get(names.key(number))
-        if names.lasting(number) in known:
-            return False
-        return entry is None or (not entry['how'] and (options.others or entry['suite'] != names.tests_of(number)))
+        if options.again:
+            return True
+        entry = results.entries.get(names.key(number))
+        is_settled = names.holds(number, entry) and (entry['how'] or not options.others)
+        return not is_settled and names.lasting(number) not in known
 
     def attempt(number, lock):
         how, by = tests.attempt(number, reached.get(number, []))
         with lock:
             results.add({'key': names.key(number), 'how': how, 'by': by, 'tests': len(reached.get(number, [])),
-                         'suite': names.tests_of(number)})
+                         **names.state(number, by)})
 
     todo = [n for n in chosen if is_open(n)]
     others = (build.make_all_tests, frozenset(todo)) if options.others else ()
     reached = tests.reaching(folders, build.digest_of_all(), *others)
+    tests.check({name for n in todo for _, name, _ in reached.get(n, [])}, options.jobs)
     say(f'{len(chosen)} changes, {len(todo)} to try')
     try_all(todo, options.jobs, attempt)
     return 0 if report(build, names, chosen, known, results) else 1

@@ -1,10 +1,11 @@
 """The tests that reach a change: which they are, and running them with one change on."""
 import collections
+import concurrent.futures
+import contextlib
 import json
 import os
 import pathlib
 import re
-import resource
 import shutil
 import signal
 import subprocess
@@ -16,6 +17,7 @@ import time
 from build import TESTED_BY, say
 
 MEMORY = 12 << 30  # of a test's process: a wrong size must not take the machine's
+WHOLE_PROGRAM = 1500  # seconds; it only ends a hang
 
 
 class Program:
@@ -24,12 +26,35 @@ class Program:
         self.name, self.command = entry['name'], entry['command']
         self.folder = properties.get('WORKING_DIRECTORY')
         self.environment = dict(v.split('=', 1) for v in properties.get('ENVIRONMENT', []))
-        self.is_alone = bool(properties.get('RUN_SERIAL') or properties.get('RESOURCE_LOCK'))
+        self.is_serial, self.is_locked = bool(properties.get('RUN_SERIAL')), bool(properties.get('RESOURCE_LOCK'))
+
+
+class Turns:
+    """Serial programs run alone, the others beside each other."""
+
+    def __init__(self):
+        self.changed, self.running, self.serial_waiting = threading.Condition(), 0, 0
+
+    @contextlib.contextmanager
+    def taken(self, is_serial):
+        with self.changed:
+            self.serial_waiting += is_serial
+            self.changed.wait_for(lambda: self.running == 0 if is_serial else self.running >= 0 and not self.serial_waiting)
+            self.serial_waiting -= is_serial
+            self.running = -1 if is_serial else self.running + 1
+        try:
+            yield
+        finally:
+            with self.changed:
+                self.running = 0 if is_serial else self.running - 1
+                self.changed.notify_all()
 
 
 class Tests:
     def __init__(self, build_folder, place):
-        self.build_folder, self.place, self.alone = build_folder, place, threading.Lock()
+        self.build_folder, self.place = build_folder, place
+        self.turns, self.lock = Turns(), threading.Lock()
+        self.traced = set()  # in this run
         self.find()
 
     def find(self):
@@ -47,28 +72,24 @@ class Tests:
         environment = {**os.environ, **program.environment, **variables, 'TMPDIR': temporary, 'GTEST_FAIL_FAST': '1'}
         if cases is not None:
             environment['GTEST_FILTER'] = ':'.join(cases)
-        if program.is_alone:
-            self.alone.acquire()
-        started = time.monotonic()
+        # `timeout` ends it if this script was ended meanwhile.
+        command = ['timeout', '--signal=KILL', str(int(seconds) + 60), 'prlimit', f'--as={MEMORY}', *program.command]
         try:
-            # `timeout` ends it if this script was ended meanwhile.
-            command = ['timeout', '--signal=KILL', str(int(seconds) + 60), *program.command]
-            run = subprocess.Popen(command, cwd=program.folder, env=environment, stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True,
-                                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY)))
-            try:
-                how = 'passed' if run.wait(seconds) == 0 else 'failed'
-            except subprocess.TimeoutExpired:
-                how = 'hung'
-            taken = time.monotonic() - started
-            try:
-                os.killpg(run.pid, signal.SIGKILL)  # and what it started
-            except ProcessLookupError:
-                pass
-            run.wait()
+            with self.lock if program.is_locked else contextlib.nullcontext(), self.turns.taken(program.is_serial):
+                started = time.monotonic()
+                run = subprocess.Popen(command, cwd=program.folder, env=environment, stdin=subprocess.DEVNULL,
+                                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+                try:
+                    how = 'passed' if run.wait(seconds) == 0 else 'failed'
+                except subprocess.TimeoutExpired:
+                    how = 'hung'
+                taken = time.monotonic() - started
+                try:
+                    os.killpg(run.pid, signal.SIGKILL)  # and what it started
+                except ProcessLookupError:
+                    pass
+                run.wait()
         finally:
-            if program.is_alone:
-                self.alone.release()
             shutil.rmtree(temporary, ignore_errors=True)
         return how, taken
 
@@ -100,6 +121,7 @@ class Tests:
         for name in sorted(self.programs, key=lambda name: name.split('.')[0] not in own):
             if name not in found['programs'] and (make_others or name.split('.')[0] in own):
                 found['programs'][name] = self.trace(name, max(folders) + 1)
+                self.traced.add(name)
                 kept.write_text(json.dumps(found))
         by_own, by_others = collections.defaultdict(list), collections.defaultdict(list)
         for name, tests in found['programs'].items():
@@ -117,7 +139,7 @@ class Tests:
 
         def asked_for(cases):
             file.write_bytes(bytes(size))
-            how, seconds = self.run(name, 1500, cases, TARVIX_MUTANT='0', TARVIX_MUTANT_TRACE=str(file))
+            how, seconds = self.run(name, WHOLE_PROGRAM, cases, TARVIX_MUTANT='0', TARVIX_MUTANT_TRACE=str(file))
             if how != 'passed':
                 sys.exit(f'{name} {how} without any change ({cases or "all cases"})')
             return [n for n, byte in enumerate(file.read_bytes()) if byte], seconds
@@ -130,14 +152,29 @@ class Tests:
             say(f'{name} reaches changes')
         return tests
 
+    def check(self, names, jobs):
+        """Ends the run if one of these programs does not pass without any change, unless this run has traced it."""
+        names = sorted(set(names) - self.traced)
+        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+            for name, (how, _) in zip(names, pool.map(lambda n: self.run(n, WHOLE_PROGRAM, TARVIX_MUTANT='0'), names)):
+                if how != 'passed':
+                    sys.exit(f'{name} {how} without any change')
+
     def attempt(self, number, reaching):
         """How a change was noticed ('failed', 'hung' or None), and by which program: the fastest cases first, a few in a
         process, so that a hang is over soon. What takes five times as long as without the change, and 20 seconds more,
-        hangs."""
+        hangs. Cases that then do not pass without the change either have noticed nothing, and end the run if that
+        happens again."""
         for name, seconds, cases in in_portions(reaching):
-            how, _ = self.run(name, 20 + 5 * seconds, cases, TARVIX_MUTANT=str(number))
-            if how != 'passed':
-                return how, name
+            for _ in range(3):
+                how, _ = self.run(name, 20 + 5 * seconds, cases, TARVIX_MUTANT=str(number))
+                if how == 'passed':
+                    break
+                without, _ = self.run(name, 20 + 5 * seconds, cases, TARVIX_MUTANT='0')
+                if without == 'passed':
+                    return how, name
+            else:
+                sys.exit(f'{name} {without} without any change ({cases})')
         return None, None
 
 
