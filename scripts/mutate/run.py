@@ -11,7 +11,7 @@ import threading
 import time
 
 import record
-from build import Build, say
+from build import Build, TESTED_BY, say
 from tests import Tests
 
 FOLDERS = ['bridge', 'filters', 'faces', 'geometry', 'features', 'calib']
@@ -50,7 +50,10 @@ def within(root, path):
     place = (root / path).resolve()
     if not place.exists() or root not in place.parents:
         sys.exit(f'{path} is not a file or folder of the project')
-    return str(place.relative_to(root))
+    name = place.relative_to(root)
+    if name.parts[0] not in TESTED_BY:
+        sys.exit(f'{path}: the tests of {name.parts[0]} take no part')
+    return str(name)
 
 
 def report(build, names, chosen, known, results):

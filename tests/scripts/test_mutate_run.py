@@ -42,6 +42,8 @@ def paths(folder):
     check(run.within(folder, 'filters/') == 'filters', 'a folder is another one')
     for path in ['fliters', 'filters/b.cpp', '..', '.', '/']:
         check('is not a file or folder' in ends(run.within, folder, path), f'{path} is taken')
+    (folder / 'docs').mkdir()
+    check('take no part' in ends(run.within, folder, 'docs'), 'a folder without tests is taken')
 
 
 FILES = {'filters/a.cpp': 'a();\n', 'filters/a.h': '', 'common/include/common/c.h': '', 'include/tarvix/a.h': '',
