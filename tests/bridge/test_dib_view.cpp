@@ -54,7 +54,7 @@ TEST(IsBeyondBitmaps, AllRowsBytesFitAnUnsignedNumber) {
 }
 
 TEST(IsBeyondBitmaps, ASizeWithoutPixelsIsNotBeyond) {
-    for (const cv::Size size :
+    for (const cv::Size& size :
          {cv::Size(0, 0), cv::Size(INT_MAX, 0), cv::Size(0, INT_MAX), cv::Size(-1, INT_MAX),
           cv::Size(INT_MAX, -1), cv::Size(INT_MIN, INT_MIN)}) {
         EXPECT_FALSE(isBeyondBitmaps(size, CV_8UC3)) << size;

@@ -284,8 +284,8 @@ TEST_F(Calibration, MapSamplesNeedBothPointers) {
 TEST_F(Calibration, MapSamplesOfWideAndHighImages) {
     storeKnownCamera();
     const test::KnownCamera known;
-    for (const cv::Size size : {cv::Size(64, 33), cv::Size(64, 32), cv::Size(65, 20),
-                                cv::Size(20, 65), cv::Size(1, 1), cv::Size(1, 9)}) {
+    for (const cv::Size& size : {cv::Size(64, 33), cv::Size(64, 32), cv::Size(65, 20),
+                                 cv::Size(20, 65), cv::Size(1, 1), cv::Size(1, 9)}) {
         cv::Mat map1, map2;
         cv::initUndistortRectifyMap(known.matrix, known.distortion, cv::Mat(), known.matrix, size,
                                     CV_32FC1, map1, map2);

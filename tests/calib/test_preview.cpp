@@ -66,8 +66,8 @@ protected:
 
 TEST_F(Preview, TheLastViewIsInTheWindowShrunkToFitAndNeverEnlarged) {
     const auto photos = test::leftPhotos(3);
-    for (const cv::Size size : {cv::Size(320, 240), cv::Size(400, 200), cv::Size(150, 400),
-                                cv::Size(640, 480), cv::Size(900, 700), cv::Size(900, 300)}) {
+    for (const cv::Size& size : {cv::Size(320, 240), cv::Size(400, 200), cv::Size(150, 400),
+                                 cv::Size(640, 480), cv::Size(900, 700), cv::Size(900, 300)}) {
         const XWindow window(size.width, size.height);
         ASSERT_EQ(calibrate(photos, window.handle()), 1) << size;
         const cv::Mat view = expectedView(photos.back(), size, 0);

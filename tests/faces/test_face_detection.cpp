@@ -115,7 +115,7 @@ TEST_F(Detection, LeavesOutWhatIsTooSmall) {
 }
 
 TEST_F(Detection, FindsNothingInAnEmptyOrTinyImage) {
-    for (const cv::Size size : {cv::Size(0, 0), cv::Size(1, 1), cv::Size(19, 19)}) {
+    for (const cv::Size& size : {cv::Size(0, 0), cv::Size(1, 1), cv::Size(19, 19)}) {
         cv::Mat grey(size, CV_8UC1, cv::Scalar(100));
         EXPECT_THAT(detectFaces(classifier, grey, {0, 0}), IsEmpty()) << size;
     }

@@ -190,8 +190,8 @@ TEST_F(DetectorTest, RefusedCreateGivesNullSilently) {
 }
 
 TEST_F(DetectorTest, TinyAndExtremeImagesGiveAResultOrAMessage) {
-    for (const cv::Size size : {cv::Size(1, 1), cv::Size(2, 2), cv::Size(5, 3), cv::Size(9, 9),
-                                cv::Size(1, 40), cv::Size(20000, 10)}) {
+    for (const cv::Size& size : {cv::Size(1, 1), cv::Size(2, 2), cv::Size(5, 3), cv::Size(9, 9),
+                                 cv::Size(1, 40), cv::Size(20000, 10)}) {
         for (int detector = 0; detector <= 4; ++detector) {
             host.messages.clear();
             const Dib source = test::dibOf(test::noise(size.height, size.width, CV_8UC3));

@@ -185,7 +185,7 @@ TEST_F(Stitch, AFileThatCannotBeReadGivesNullSilentlyInEveryPosition) {
 
 TEST_F(Stitch, TinyAndExtremeImagesGiveNullWithOneMessageAtMost) {
     const std::string good = save("a.png", cameraView(0));
-    for (const cv::Size size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(20000, 10)}) {
+    for (const cv::Size& size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(20000, 10)}) {
         const std::string bad = save("b.png", test::noise(size.height, size.width, CV_8UC3));
         for (const auto& files :
              {std::vector{good, bad}, std::vector{bad, good}, std::vector{bad, bad}}) {
