@@ -33,12 +33,13 @@ else
 fi
 
 # A program that is ended while it starts can leave a process of Wine that waits for ever, with the standard error that
-# it got. Whoever reads our standard error to its end would wait, too. So Wine's programs get a file without a name in
-# its place, whose text is passed on at their end.
-errors_file="$(mktemp)"
-exec {errors}>"$errors_file" {passed_on}<"$errors_file"
-rm "$errors_file"
+# it got. Whoever reads our standard error to its end would wait, too. So Wine's programs get a pipe in its place, which is
+# passed on up to a mark that we write at their end.
+mark="end of standard error, $$ $RANDOM $RANDOM"
+exec {errors}> >(exec sed -u "s/$mark\$//; T; /^\$/Q; q" >&2)
+passing_on=$!
 status=0
-wine "$@" 2>&"$errors" {errors}>&- {passed_on}<&- || status=$?
-cat <&"$passed_on" >&2
+wine "$@" 2>&"$errors" {errors}>&- || status=$?
+echo "$mark" >&"$errors"
+wait "$passing_on" || true
 exit "$status"
