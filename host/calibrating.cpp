@@ -7,6 +7,7 @@
 #include "host/photographs.h"
 #include "host/progress.h"
 #include "host/saving.h"
+#include "host/sentences.h"
 #include "platform/system/paths.h"
 #include "platform/system/preview_window.h"
 
@@ -87,8 +88,7 @@ void calibrate(const CalibrationOptions& options, const std::vector<std::string>
         const Progress progress(
             output, "calibrating from " + std::to_string(files.size()) +
                         (files.size() == 1 ? " photograph, board " : " photographs, board ") +
-                        std::to_string(options.board[0]) + " x " +
-                        std::to_string(options.board[1]));
+                        times(options.board[0], options.board[1]));
         done = run(list, options.folder.c_str(), window ? window->handle() : nullptr);
     }
     if (done != 0) {

@@ -3,6 +3,7 @@
 #include "host/failure.h"
 #include "host/result.h"
 #include "host/saving.h"
+#include "host/sentences.h"
 #include "platform/system/paths.h"
 
 #include <cmath>
@@ -99,9 +100,7 @@ Correction scaledTo(const Correction& correction, cv::Size image, const std::str
     const double x = static_cast<double>(image.width) / correction.image.width;
     const double y = static_cast<double>(image.height) / correction.image.height;
     if (std::abs(x / y - 1) > toleratedShape) {
-        const auto shown = [](cv::Size size) {
-            return std::to_string(size.width) + " x " + std::to_string(size.height);
-        };
+        const auto shown = [](cv::Size size) { return times(size.width, size.height); };
         throw Failure("the correction is for images of the shape " + shown(correction.image) +
                       ", and '" + path + "' has " + shown(image));
     }

@@ -5,6 +5,7 @@
 #include "host/image_cache.h"
 #include "host/photograph_file.h"
 #include "host/piped_images.h"
+#include "host/sentences.h"
 #include "platform/system/paths.h"
 #include "platform/system/stray_lines.h"
 
@@ -97,8 +98,7 @@ Bitmap toBitmap(const cv::Mat& m) {
     const int made = m.type() == CV_8UC1 ? bitmap->CreateGray(m.cols, m.rows)
                                          : bitmap->Create(m.cols, m.rows, 24, nullptr, nullptr);
     if (made == 0 || (m.type() != CV_8UC1 && m.type() != CV_8UC3)) {
-        throw Failure("a bitmap of " + std::to_string(m.cols) + " x " + std::to_string(m.rows) +
-                      " pixels cannot be made");
+        throw Failure("a bitmap of " + times(m.cols, m.rows) + " pixels cannot be made");
     }
     for (int r = 0; r < m.rows; ++r) {
         std::memcpy(line(*bitmap, r), m.ptr(r), static_cast<std::size_t>(m.cols) * m.elemSize());

@@ -8,6 +8,7 @@
 #include "host/failure.h"
 #include "host/photographs.h"
 #include "host/progress.h"
+#include "host/sentences.h"
 
 #include <tarvix/tarvix.h>
 
@@ -142,8 +143,7 @@ Json calibrateMetrically(const Pairs& pairs, const PairOptions& o, Output& outpu
     Json data;
     {
         const Progress progress(output, "calibrating from " + std::to_string(pairs.seen.size()) +
-                                            " pairs, board " + std::to_string(o.board[0]) + " x " +
-                                            std::to_string(o.board[1]));
+                                            " pairs, board " + times(o.board[0], o.board[1]));
         metric = tarvix::calibrateMetric(pairs.seen, pattern, o.square, intrinsicsOf(o));
         data["cameras"] = Json::array(
             {cameraOf(pairs, false, pattern, o.square), cameraOf(pairs, true, pattern, o.square)});

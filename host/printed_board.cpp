@@ -2,6 +2,7 @@
 
 #include "host/calibration_text.h"
 #include "host/failure.h"
+#include "host/sentences.h"
 #include "platform/system/paths.h"
 
 #include <array>
@@ -66,8 +67,7 @@ PrintedBoard layOutBoard(const Board& board, double square) {
     const double bottom = printed.page.height - margin;
     printed.ruler = {margin, bottom - 7, rulerLength, 1};
     printed.labelAt = {margin, bottom};
-    printed.label = std::to_string(board[0]) + " x " + std::to_string(board[1]) +
-                    " inner corners, squares of " + number(square) +
+    printed.label = times(board[0], board[1]) + " inner corners, squares of " + number(square) +
                     " mm. Print at 100 %: the line is 100 mm long.";
     return printed;
 }

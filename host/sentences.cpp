@@ -49,6 +49,10 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     return found.empty() ? "" : "; did you mean '" + found + "'?";
 }
 
+std::string times(int width, int height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
 std::string withoutPlace(const std::string& message) {
     static const std::string mark = ": error: ";
     const std::size_t at = message.find(mark);

@@ -1,6 +1,7 @@
 #include "host/commands.h"
 #include "host/corner_records.h"
 #include "host/options.h"
+#include "host/sentences.h"
 
 #include <tarvix/tarvix.h>
 
@@ -82,10 +83,9 @@ Command chessboard() {
             }
             const Bitmap in = loadImage(o.in, o.gray);
             CString corners;
-            const cv::Mat drawn =
-                take(tx_FindChessboard(*in, o.board[0], o.board[1], corners),
-                     "no chessboard of " + std::to_string(o.board[0]) + " x " +
-                         std::to_string(o.board[1]) + " inner corners in '" + o.in + "'");
+            const cv::Mat drawn = take(tx_FindChessboard(*in, o.board[0], o.board[1], corners),
+                                       "no chessboard of " + times(o.board[0], o.board[1]) +
+                                           " inner corners in '" + o.in + "'");
             return Result{
                 .image = o.out.empty() ? cv::Mat() : drawn,
                 .data = {{"board", o.board}, {"corners", cornersOf(corners.GetString())}}};
