@@ -11,7 +11,8 @@ namespace host {
 
 int Application::DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) {
     std::ostream& errors = m_errors == nullptr ? tarvix::standardError() : *m_errors;
-    errors << "tarvix: " << sentence(text) << '\n';
+    m_lastMessage = sentence(text);
+    errors << "tarvix: " << m_lastMessage << '\n';
     m_messageShown = true;
     return IDOK;
 }

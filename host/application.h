@@ -16,10 +16,16 @@ public:
     int DoMessageBox(LPCSTR text, UINT type, UINT helpId) override;
     [[nodiscard]] bool messageShown() const { return m_messageShown; }
 
+    // The sentence that was shown last; empty: none since forgetMessages().
+    [[nodiscard]] const std::string& lastMessage() const { return m_lastMessage; }
+
     // Where messages are shown from now on; null: on standard error, as at the beginning. The
     // stream must outlive its use.
     void showMessagesOn(std::ostream* errors) { m_errors = errors; }
-    void forgetMessages() { m_messageShown = false; }
+    void forgetMessages() {
+        m_messageShown = false;
+        m_lastMessage.clear();
+    }
 
     // Show what OpenCV and other libraries say to the letter.
     void setVerbose(bool verbose) { m_verbose = verbose; }
@@ -33,6 +39,7 @@ public:
 private:
     bool m_messageShown = false;
     bool m_verbose = false;
+    std::string m_lastMessage;
     std::ostream* m_errors = nullptr;
     std::vector<std::string> m_notes;
 };

@@ -21,7 +21,8 @@ void Output::warn(const std::string& sentence) {
 }
 
 void Output::fail(const std::string& reason) {
-    m_errors << "tarvix: " << oneLine(reason) << '\n';
+    m_failure = oneLine(reason);
+    m_errors << "tarvix: " << m_failure << '\n';
 }
 
 bool Output::flush() {

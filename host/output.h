@@ -54,6 +54,9 @@ public:
     void warn(const std::string& sentence);
     void fail(const std::string& reason);
 
+    // Why it failed: the last reason that was given to fail(); empty: none was.
+    [[nodiscard]] const std::string& failure() const { return m_failure; }
+
     // False if something printed was lost, which a full disk shows only now.
     [[nodiscard]] bool flush();
 
@@ -63,6 +66,7 @@ private:
     bool m_terminal;
     bool m_json = false;
     bool m_pipes = false;
+    std::string m_failure;
     OnStep m_onStep;
 };
 

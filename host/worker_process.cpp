@@ -84,15 +84,24 @@ Json answerTo(const Json& request, const Output::OnStep& onStep) {
     const int status = statusOf(std::move(words), output, errors);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begun;
 
+    std::string failure = output.failure();
+    if (failure.empty()) { // the module has shown the reason
+        failure = application().lastMessage();
+    }
+
     Json data = output.json() ? Json::parse(out.str(), nullptr, false) : Json();
     const bool whole = !data.is_discarded();
-    return {{"status", status},
-            {"data", whole ? std::move(data) : Json()},
-            {"text", output.json() ? std::string() : out.str()},
-            {"messages", sentencesOf(errors.str())},
-            {"images", writtenImages()},
-            {"seconds", took.count()},
-            {"cpuSeconds", tarvix::processorSeconds() - processorBegun}};
+    Json answer = {{"status", status},
+                   {"data", whole ? std::move(data) : Json()},
+                   {"text", output.json() ? std::string() : out.str()},
+                   {"messages", sentencesOf(errors.str())},
+                   {"images", writtenImages()},
+                   {"seconds", took.count()},
+                   {"cpuSeconds", tarvix::processorSeconds() - processorBegun}};
+    if (status != 0 && !failure.empty()) {
+        answer["failure"] = failure;
+    }
+    return answer;
 }
 
 void serveRequests(int threads, bool keepImages) {

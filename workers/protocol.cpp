@@ -52,6 +52,7 @@ std::optional<CommandAnswer> commandAnswerOf(const Json& answer) {
         found.data = answer.value("data", Json());
         found.messages = answer.value("messages", found.messages);
         found.images = answer.value("images", found.images);
+        take(answer, "failure", found.failure);
         take(answer, "seconds", found.seconds);
         take(answer, "cpuSeconds", found.cpuSeconds);
     } catch (const Json::exception&) {

@@ -24,6 +24,7 @@ struct CommandAnswer {
     int status = 0;
     Json data{};
     std::vector<std::string> messages{};
+    std::optional<std::string> failure{}; // which of the messages says why it failed
     std::vector<Json> images{};
     std::optional<double> seconds{};
     std::optional<double> cpuSeconds{};

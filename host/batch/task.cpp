@@ -42,7 +42,8 @@ std::string messageOf(const tarvix::Reply& reply,
     if (!answer) {
         return tarvix::noAnswer;
     }
-    return answer->messages.empty() ? "" : answer->messages.back();
+    // Notes about the image follow the failure among the messages.
+    return answer->failure.value_or(answer->messages.empty() ? "" : answer->messages.back());
 }
 
 } // namespace

@@ -102,6 +102,27 @@ TEST_F(WorkerProcess, WhatIsWrongWithAFileIsInTheAnswer) {
               "no such file: '" + folder.path() + "/missing.jpg'");
 }
 
+// Notes about the image follow the failure among the messages.
+TEST_F(WorkerProcess, TheFailureIsNamed) {
+    cv::imwrite(folder / "grey.jpg", cv::imread(home, cv::IMREAD_GRAYSCALE));
+    std::string bytes = test::bytesOf(folder / "grey.jpg");
+    bytes.resize(bytes.size() / 2);
+    test::writeBytes(folder / "cut.jpg", bytes);
+    const std::string cut = folder / "cut.jpg";
+    const std::vector<std::string> ours = {"chessboard", cut, "--board", "9x6"};
+    const std::vector<std::string> ofModule = {"denoise", cut, "-o", out, "--gray"};
+    for (const auto& [words, why] :
+         {std::pair(ours, "no chessboard"), std::pair(ofModule, "CV_8UC3")}) {
+        const Json failed = run(words);
+        EXPECT_EQ(failed.at("status"), 1);
+        EXPECT_THAT(failed.at("failure"), HasSubstr(why));
+        EXPECT_EQ(failed.at("messages").front(), failed.at("failure"));
+        EXPECT_THAT(failed.at("messages").back(), HasSubstr("is damaged"));
+    }
+    EXPECT_THAT(run({"cany"}).at("failure"), HasSubstr("did you mean 'canny'"));
+    EXPECT_FALSE(run({"load", home, "-o", out}).contains("failure")) << "it does not stick";
+}
+
 TEST_F(WorkerProcess, ABadRequestIsAnswered) {
     EXPECT_EQ(run({}).at("status"), 2);
     EXPECT_EQ(run({"worker"}).at("status"), 2) << "it would wait for requests of its own";

@@ -50,10 +50,13 @@ TEST(Protocol, TheAnswerToACommandLine) {
     EXPECT_EQ(answer->images.at(0)["file"], "c");
     EXPECT_EQ(answer->cpuSeconds, 3);
     EXPECT_FALSE(answer->seconds);
-    for (const char* odd : {R"([])", R"({})", R"({"status":"0"})", R"({"status":0.5})",
-                            R"({"status":null})", R"({"status":4294967296})",
-                            R"({"status":0,"messages":"a"})", R"({"status":0,"messages":[1]})",
-                            R"({"status":0,"images":{"a":1}})", R"({"status":0,"seconds":"1"})"}) {
+    EXPECT_FALSE(answer->failure);
+    EXPECT_EQ(tarvix::commandAnswerOf(Json::parse(R"({"status":1,"failure":"a"})"))->failure, "a");
+    for (const char* odd :
+         {R"([])", R"({})", R"({"status":"0"})", R"({"status":0.5})", R"({"status":null})",
+          R"({"status":4294967296})", R"({"status":0,"messages":"a"})",
+          R"({"status":0,"messages":[1]})", R"({"status":0,"images":{"a":1}})",
+          R"({"status":0,"seconds":"1"})", R"({"status":1,"failure":2})"}) {
         EXPECT_FALSE(tarvix::commandAnswerOf(Json::parse(odd))) << odd;
     }
 }
