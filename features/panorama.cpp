@@ -30,6 +30,7 @@ public:
         int second = 0;
         int matches = 0;
         int agreeing = 0;
+        bool isSameView = false;
     };
     [[nodiscard]] const std::vector<Pair>& pairs() const { return m_pairs; }
 
@@ -41,7 +42,9 @@ protected:
         cv::detail::BestOf2NearestMatcher::match(first, second, info);
         const std::lock_guard lock(m_mutex);
         m_pairs.push_back({first.img_idx, second.img_idx, static_cast<int>(info.matches.size()),
-                           info.num_inliers});
+                           info.num_inliers,
+                           isSameView({static_cast<int>(info.matches.size()), info.num_inliers,
+                                       info.confidence})});
     }
 
 private:
@@ -57,10 +60,15 @@ void consider(PanoramaPart& part, int neighbour, const RecordingMatcher::Pair& p
         part.neighbour = neighbour;
         part.matches = pair.matches;
         part.agreeing = pair.agreeing;
+        part.isSameView = pair.isSameView;
     }
 }
 
 } // namespace
+
+bool isSameView(const PairAgreement& pair) {
+    return pair.confidence == 0 && pair.agreeing > 8 + 0.3 * pair.matches;
+}
 
 std::optional<cv::Mat> stitchPanorama(const FileList& files) {
     const std::vector<cv::Mat> photographs = readAll(files);

@@ -15,14 +15,26 @@ namespace tarvix {
 // On failure: throws cv::Exception, and what the list throws.
 std::optional<cv::Mat> stitchPanorama(const FileList& files);
 
+// How well two photographs fit together.
+struct PairAgreement {
+    int matches = 0;
+    int agreeing = 0;      // on one homography
+    double confidence = 0; // the stitcher's; it joins pairs from 1 on
+};
+
+// Whether the stitcher takes the two for the same view. Its confidence is agreeing / (8 + 0.3
+// matches), but 0 above 3.
+bool isSameView(const PairAgreement& pair);
+
 // What joins a photograph to the others.
 struct PanoramaPart {
     bool isUsed = false; // it is in the panorama
     // Of the photographs that are used, the one with which most matches agree on one homography; -1
     // if there is none.
     int neighbour = -1;
-    int matches = 0;  // with that one
-    int agreeing = 0; // of these
+    int matches = 0;         // with that one
+    int agreeing = 0;        // of these
+    bool isSameView = false; // as that one: the stitcher does not join the two, but by others
 };
 
 struct ExplainedPanorama {

@@ -1,6 +1,5 @@
 #include "host/joining.h"
 
-#include "features/panorama.h"
 #include "host/calibrating.h"
 #include "host/calibration_json.h"
 #include "host/failure.h"
@@ -17,22 +16,27 @@ std::vector<LeftOut> leftOutOf(const tarvix::ExplainedPanorama& panorama,
                                const std::vector<std::string>& files) {
     std::vector<LeftOut> leftOut;
     for (std::size_t i = 0; i < panorama.parts.size(); ++i) {
-        const tarvix::PanoramaPart& part = panorama.parts[i];
-        if (!part.isUsed) {
-            leftOut.push_back(
-                {files.at(i),
-                 part.neighbour < 0
-                     ? "nothing in it matches another photograph"
-                     : "too few matches fit together: " + std::to_string(part.agreeing) + " of " +
-                           std::to_string(part.matches) + " with '" +
-                           files.at(static_cast<std::size_t>(part.neighbour)) +
-                           "', of those that are joined its best neighbour"});
+        if (!panorama.parts[i].isUsed) {
+            leftOut.push_back({files.at(i), whyNotJoined(panorama.parts[i], files)});
         }
     }
     return leftOut;
 }
 
 } // namespace
+
+std::string whyNotJoined(const tarvix::PanoramaPart& part, const std::vector<std::string>& files) {
+    if (part.neighbour < 0) {
+        return "nothing in it matches another photograph";
+    }
+    const std::string& neighbour = files.at(static_cast<std::size_t>(part.neighbour));
+    if (part.isSameView) {
+        return "it shows nearly the same as '" + neighbour + "'";
+    }
+    return "too few matches fit together: " + std::to_string(part.agreeing) + " of " +
+           std::to_string(part.matches) + " with '" + neighbour +
+           "', of those that are joined its best neighbour";
+}
 
 Result joinPhotographs(const std::vector<std::string>& files, const std::string& out) {
     requireImages(files);

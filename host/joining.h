@@ -1,6 +1,7 @@
 // The command stitch: photographs that overlap, joined into a panorama.
 #pragma once
 
+#include "features/panorama.h"
 #include "host/result.h"
 
 #include <string>
@@ -13,5 +14,8 @@ namespace host {
 // Failure if they cannot be joined.
 //   out  the file that the image will be written to
 Result joinPhotographs(const std::vector<std::string>& files, const std::string& out);
+
+// Why a photograph is not in the panorama, in a few words.
+std::string whyNotJoined(const tarvix::PanoramaPart& part, const std::vector<std::string>& files);
 
 } // namespace host

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 namespace {
 
@@ -246,6 +247,29 @@ TEST_F(Stitch, ExplainedFailuresHaveNoImage) {
     const auto unread = tarvix::explainPanorama(tarvix::viewList(missing));
     EXPECT_TRUE(unread.image.empty());
     EXPECT_TRUE(unread.parts.empty());
+}
+
+// The stitcher gives such a pair no confidence, and joins both if others hold them.
+TEST_F(Stitch, ExplainedSaysWhatShowsTheSameAsAnother) {
+    std::vector<std::string> files = overlapping();
+    files.push_back(files[0]);
+    const tarvix::ExplainedPanorama explained = tarvix::explainPanorama(tarvix::viewList(files));
+    ASSERT_EQ(explained.parts.size(), 4U);
+    for (const auto& [part, neighbour, isSameView] :
+         {std::tuple(0, 3, true), std::tuple(3, 0, true), std::tuple(1, 2, false)}) {
+        const tarvix::PanoramaPart& said = explained.parts.at(static_cast<std::size_t>(part));
+        EXPECT_EQ(said.isSameView, isSameView) << part << ": " << said.agreeing << " of "
+                                               << said.matches << " with " << said.neighbour;
+        EXPECT_TRUE(!isSameView || said.neighbour == neighbour) << part;
+    }
+}
+
+TEST(SameView, IsAPairWithoutConfidenceThatAgrees) {
+    EXPECT_TRUE(tarvix::isSameView({.matches = 500, .agreeing = 480, .confidence = 0}));
+    EXPECT_FALSE(tarvix::isSameView({.matches = 500, .agreeing = 450, .confidence = 2.8}));
+    EXPECT_FALSE(tarvix::isSameView({.matches = 100, .agreeing = 38, .confidence = 0}));
+    EXPECT_TRUE(tarvix::isSameView({.matches = 100, .agreeing = 39, .confidence = 0}));
+    EXPECT_FALSE(tarvix::isSameView({.matches = 0, .agreeing = 0, .confidence = 0}));
 }
 
 } // namespace
