@@ -2,6 +2,7 @@
 
 #include "host/failure.h"
 #include "host/photographs.h"
+#include "host/sentences.h"
 #include "host/step_progress.h"
 #include "platform/system/paths.h"
 
@@ -18,14 +19,6 @@ namespace {
 
 using tarvix::nameOf;
 using tarvix::pathOf;
-
-std::string times(int width, int height) {
-    return std::to_string(width) + " x " + std::to_string(height);
-}
-
-std::string noBoard(const Board& board) {
-    return "no board of " + times(board[0], board[1]) + " inner corners";
-}
 
 constexpr const char* itsPair = "its pair ";
 
@@ -72,19 +65,29 @@ void keepWholePairs(std::vector<SearchedPhoto>& photos) {
     }
 }
 
-// People count squares: if a board of one less is there, say so.
+// Of the first photograph that was searched in vain, of which there is something to go by.
 std::string hintOn(const std::vector<SearchedPhoto>& photos, const SearchRules& rules) {
-    const cv::Size fewer(rules.board[0] - 1, rules.board[1] - 1);
     for (const SearchedPhoto& photo : photos) {
-        if (!photo.grey.empty() && fewer.width > 2 && fewer.height > 2) {
-            if (tarvix::searchBoard(photo.grey, fewer, rules.window)) {
-                return ": a board of " + times(fewer.width, fewer.height) +
-                       " is there; --board counts inner corners, not squares";
-            }
-            return {};
+        if (!photo.hint.empty()) {
+            return photo.hint;
+        }
+        if (!photo.grey.empty()) {
+            return hintOf(photo.grey, rules);
         }
     }
     return {};
+}
+
+// Says of photographs that could not be searched that they are none of those without a board.
+std::string notSearched(const std::vector<SearchedPhoto>& photos, const std::string& missing) {
+    const auto isOther = [&](const SearchedPhoto& photo) { return photo.whyNot != missing; };
+    const auto count = std::count_if(photos.begin(), photos.end(), isOther);
+    if (count == 0) {
+        return {};
+    }
+    const auto first = std::find_if(photos.begin(), photos.end(), isOther);
+    return "; " + std::to_string(count) + " could not be searched, '" + first->file +
+           "' for example: " + first->whyNot;
 }
 
 // The first that is not left out because of its pair.
@@ -113,8 +116,21 @@ std::optional<long> numberIn(const std::string& file) {
 
 } // namespace
 
+std::string noBoard(const Board& board) {
+    return "no board of " + times(board[0], board[1]) + " inner corners";
+}
+
+std::string hintOf(const cv::Mat& grey, const SearchRules& rules) {
+    const cv::Size fewer(rules.board[0] - 1, rules.board[1] - 1);
+    const bool isThere = fewer.width > 2 && fewer.height > 2 &&
+                         tarvix::searchBoard(grey, fewer, rules.window).has_value();
+    return isThere ? ": a board of " + times(fewer.width, fewer.height) +
+                         " is there; --board counts inner corners, not squares"
+                   : "";
+}
+
 SearchedPhoto searchPhoto(const std::string& file, const SearchRules& rules) {
-    SearchedPhoto result{file, {}, {}, {}};
+    SearchedPhoto result{.file = file, .grey = {}, .board = {}, .whyNot = {}};
     const cv::Mat grey = cv::imread(file, cv::IMREAD_GRAYSCALE);
     if (grey.empty()) {
         result.whyNot = "not an image that can be read";
@@ -158,7 +174,8 @@ CalibrationSet usableOf(std::vector<SearchedPhoto> photos, const SearchRules& ru
     };
     // If none was searched in vain, the board is not to blame: below, the first reason is said.
     if (!isAny("") && isAny(missing) && photos.size() > 1) {
-        throw Failure(missing + " in any of the photographs" + hintOn(photos, rules));
+        throw Failure(missing + " in any of the photographs" + hintOn(photos, rules) +
+                      notSearched(photos, missing));
     }
     keepOneSize(photos);
     if (rules.pairs) {

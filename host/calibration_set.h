@@ -34,10 +34,18 @@ struct SearchedPhoto {
     cv::Mat grey; // of one without a board, for a second search; may be empty
     tarvix::SeenBoard board;
     std::string whyNot; // a few words; empty: it can be used
+    std::string hint{}; // of one without a board: what a second search said, if there was one
 };
 
 // Searches the board in one file.
 SearchedPhoto searchPhoto(const std::string& file, const SearchRules& rules);
+
+// The whyNot of a photograph that was searched in vain.
+std::string noBoard(const Board& board);
+
+// People count squares: what follows noBoard() if a board of one less is in the image; otherwise
+// empty. Searches it.
+std::string hintOf(const cv::Mat& grey, const SearchRules& rules);
 
 // Which of them are used. Images of another size than most are left out. Throws Failure if nothing
 // is left.

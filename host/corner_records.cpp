@@ -7,12 +7,16 @@
 #include "host/photographs.h"
 #include "host/piped_images.h"
 #include "host/run_command.h"
+#include "host/sentences.h"
+#include "platform/system/paths.h"
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <iostream>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace host {
 
@@ -20,10 +24,6 @@ namespace {
 
 constexpr const char* search = "calib"; // what the data say of how the corners were found
 constexpr const char* reasonFollows = "' cannot be used: ";
-
-std::string asText(const Board& board) {
-    return std::to_string(board[0]) + " x " + std::to_string(board[1]);
-}
 
 // The last line of a photograph.
 struct Line {
@@ -34,9 +34,9 @@ using Lines = std::map<std::string, Line>; // by the photograph's name
 
 struct Read {
     Lines lines;
-    // How many photographs there are of batches of that many inputs. One batch has one version, but
-    // parts of a set may be searched by two: the version does not tell batches apart here.
-    std::map<std::size_t, std::size_t> found;
+    // Photographs of batches of that many inputs. One batch has one version, but parts of a set may
+    // be searched by two: the version does not tell batches apart here.
+    std::map<std::size_t, InputCount> found;
     std::map<std::string, std::string> images; // photographs by the hashes of their content
     std::size_t leftOut = 0;                   // lines that were cut off
 };
@@ -59,8 +59,24 @@ void requireOurs(const std::string& photo, const Line& line) {
     }
 }
 
-// No photograph of `own` may be in an earlier manifest, under that name or another. Copies in one
-// manifest are as good as copies in a folder.
+// A manifest that goes on with other words has a photograph under two names. Copies are as good as
+// copies in a folder.
+void requireOneNameEach(const Lines& own) {
+    Places places;
+    std::map<Digest, std::string> names;
+    for (const auto& [photo, line] : own) {
+        const auto [other, isNew] = names.try_emplace(places.of(photo), photo);
+        if (!isNew) {
+            std::string message = "'";
+            message.append(other->second).append("' and '").append(photo).append("' in '");
+            throw Failure(message.append(line.manifest)
+                              .append("' are one photograph under two names; begin a new "
+                                      "manifest, with the same names everywhere"));
+        }
+    }
+}
+
+// No photograph of `own` may be in an earlier manifest, under that name or another.
 void requireOthers(const Lines& own, Read& all) {
     std::map<std::string, std::string> images;
     for (const auto& [photo, line] : own) {
@@ -85,21 +101,31 @@ void requireOthers(const Lines& own, Read& all) {
     all.images.merge(images);
 }
 
+// The last line of each photograph.
+Lines readOne(const std::string& manifest, const LastLines& last) {
+    Lines own;
+    std::ifstream file(tarvix::pathOf(manifest), std::ios::binary);
+    for (const LastLine& line : last.lines) {
+        Line whole{Json::parse(lineAt(file, line.at)), manifest};
+        const std::string photo = takeName(whole.record, "input");
+        requireOurs(photo, whole);
+        own[photo] = std::move(whole);
+    }
+    return own;
+}
+
 Read readAll(const std::vector<std::string>& manifests) {
     Read all;
-    for (const std::string& manifest : manifests) {
-        Lines own;
-        std::size_t inputs = 0; // the most: some may have been added since the first line
-        all.leftOut += readManifest(manifest, [&](const Json& record, std::streamoff) {
-            const Json of = record.value("of", Json());
-            inputs = std::max(inputs, of.is_number_unsigned() ? of.get<std::size_t>() : 0);
-            own[takeName(record, "input")] = {record, manifest};
-        });
-        for (const auto& [photo, line] : own) {
-            requireOurs(photo, line);
+    for (std::size_t i = 0; i < manifests.size(); ++i) {
+        const LastLines last = readLastLines(manifests[i]);
+        all.leftOut += last.leftOut;
+        InputCount& count = all.found.try_emplace(last.of, last.of).first->second;
+        for (const LastLine& line : last.lines) {
+            count.add(line, i);
         }
+        Lines own = readOne(manifests[i], last);
+        requireOneNameEach(own);
         requireOthers(own, all);
-        all.found[inputs] += own.size();
         all.lines.merge(own);
     }
     return all;
@@ -114,20 +140,21 @@ int wholeNumber(const Json& value) {
     return static_cast<int>(number);
 }
 
-void requireSame(const Board& found, const Board& board) {
-    if (found != board) {
-        throw Failure("it is of a board of " + asText(found) + " inner corners, not of " +
-                      asText(board));
+//   found  as recorded, which may be anything
+void requireSame(const Json& found, const Board& board) {
+    if (found != Json(board)) {
+        throw Failure("it is of a board of " + found.at(0).dump() + " x " + found.at(1).dump() +
+                      " inner corners, not of " + times(board[0], board[1]));
     }
 }
 
-// The board that the batch was to find. Throws BadUsage, or what the JSON library throws.
+// The board that the batch was to find. Throws Failure, BadUsage, or what the JSON library throws.
 Board boardAsked(const Json& operation) {
-    std::size_t word = 0;
-    while (operation.at(word) != "--board") {
-        ++word;
+    auto word = std::find(operation.begin(), operation.end(), "--board");
+    if (word == operation.end() || ++word == operation.end()) {
+        throw Failure("its board is not said");
     }
-    return parseBoard(operation.at(word + 1).get<std::string>());
+    return parseBoard(word->get<std::string>());
 }
 
 // What was recorded of one photograph. Throws Failure, or what the JSON library throws.
@@ -135,7 +162,7 @@ tarvix::SeenBoard boardIn(const Json& data, const Board& board) {
     if (data.at("search") != search) {
         throw Failure("the corners were found in another way");
     }
-    requireSame(data.at("board").get<Board>(), board);
+    requireSame(data.at("board"), board);
     const Json& size = data.at("imageSize");
     tarvix::SeenBoard seen{{wholeNumber(size.at(0)), wholeNumber(size.at(1))}, {}};
     for (const Json& corner : data.at("corners")) {
@@ -166,13 +193,17 @@ std::string reasonIn(const Json& record) {
 }
 
 SearchedPhoto photoOf(const std::string& name, const Line& line, const Board& board) {
-    SearchedPhoto photo{name, {}, {}, {}};
+    SearchedPhoto photo{.file = name, .grey = {}, .board = {}, .whyNot = {}};
     try {
         if (isDone(line.record)) {
             photo.board = boardIn(line.record.at("data"), board);
         } else {
             requireSame(boardAsked(line.record.at("operation")), board);
             photo.whyNot = reasonIn(line.record);
+            if (const std::string missing = noBoard(board); photo.whyNot.starts_with(missing)) {
+                photo.hint = photo.whyNot.substr(missing.size());
+                photo.whyNot = missing;
+            }
         }
     } catch (const std::exception& e) { // what the JSON library says, and what we say above
         throw Failure("the corners of '" + name + "' in '" + line.manifest +
@@ -195,11 +226,15 @@ std::vector<std::string> warningsOf(const Read& read) {
         warnings.push_back("corners were found by " + version + ", and this is " +
                            programVersion() + ", which may find others");
     }
-    for (const auto& [inputs, found] : read.found) {
-        if (found < inputs) {
-            warnings.push_back("a batch has " + std::to_string(inputs) +
-                               " photographs, and the manifests have " + std::to_string(found) +
-                               " of them; is a part missing?");
+    for (const auto& [inputs, count] : read.found) {
+        if (count.found() < count.expected()) {
+            const std::size_t batches = count.batches();
+            std::string text = batches == 1 ? "a batch has " : std::to_string(batches);
+            text.append(batches == 1 ? "" : " batches have together ")
+                .append(std::to_string(count.expected()))
+                .append(" photographs, and the manifests have ");
+            warnings.push_back(
+                text.append(std::to_string(count.found())).append(" of them; is a part missing?"));
         }
     }
     if (read.leftOut > 0) {
@@ -214,10 +249,12 @@ std::vector<std::string> warningsOf(const Read& read) {
 Json cornersForCalib(const std::string& name, const Board& board) {
     const std::string file = PipedImages::fileBehind(name);
     requireFiles({file});
-    const SearchedPhoto photo =
-        searchPhoto(file, {.board = board, .window = calibWindow, .pairs = false, .strict = false});
+    const SearchRules rules{.board = board, .window = calibWindow};
+    const SearchedPhoto photo = searchPhoto(file, rules);
     if (!photo.whyNot.empty()) {
-        throw Failure("'" + name + reasonFollows + photo.whyNot);
+        // The photograph is not at hand any more when all of them turn out to have no board.
+        throw Failure("'" + name + reasonFollows + photo.whyNot +
+                      (photo.grey.empty() ? "" : hintOf(photo.grey, rules)));
     }
     Json corners = Json::array();
     for (const cv::Point2f& corner : photo.board.corners) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -58,6 +59,16 @@ Digest digestIn(const Json& record, const char* member) {
                : Digest{};
 }
 
+// A number of inputs; 0 for what cannot be one.
+std::size_t countIn(const Json& record, const char* member) {
+    constexpr std::uint64_t most = std::uint64_t{1} << 40U; // sums of them are numbers, too
+    const auto found = record.find(member);
+    return found != record.end() && found->is_number_unsigned() &&
+                   found->get<std::uint64_t>() <= most
+               ? found->get<std::size_t>()
+               : 0;
+}
+
 template <class Number>
 Number numberIn(const Json& record, const char* member) {
     const auto found = record.find(member);
@@ -72,7 +83,75 @@ Finished finishedOf(const Json& record) {
             .failed = record.value("status", Json()) != "done"};
 }
 
+LastLine lineOf(const Json& record, std::streamoff at) {
+    return {.input = digestOf(takeName(record, "input")),
+            .batch = digestOf(record.value("operation", Json()).dump() + '\n' +
+                              record.value("version", Json()).dump()),
+            .at = at,
+            .number = countIn(record, "number"),
+            .of = countIn(record, "of"),
+            .failed = record.value("status", Json()) != "done"};
+}
+
 } // namespace
+
+std::string lineAt(std::istream& manifest, std::streamoff at) {
+    manifest.clear();
+    manifest.seekg(at);
+    std::string text;
+    if (!std::getline(manifest, text)) {
+        throw Failure("a manifest changed while it was read");
+    }
+    return text;
+}
+
+LastLines readLastLines(const std::string& path) {
+    LastLines last;
+    std::vector<LastLine>& lines = last.lines;
+    last.leftOut = readManifest(path, [&](const Json& record, std::streamoff at) {
+        try {
+            lines.push_back(lineOf(record, at));
+        } catch (const std::invalid_argument& e) {
+            throw Failure("the manifest '" + path +
+                          "' has a name that cannot be read: " + e.what());
+        }
+        last.of = std::max(last.of, lines.back().of);
+    });
+    std::sort(lines.begin(), lines.end(), [](const LastLine& a, const LastLine& b) {
+        return a.input != b.input ? a.input < b.input : a.at > b.at;
+    });
+    lines.erase(
+        std::unique(lines.begin(), lines.end(),
+                    [](const LastLine& a, const LastLine& b) { return a.input == b.input; }),
+        lines.end());
+    std::sort(lines.begin(), lines.end(),
+              [](const LastLine& a, const LastLine& b) { return a.at < b.at; });
+    return last;
+}
+
+void InputCount::add(const LastLine& line, std::size_t manifest) {
+    ++m_found;
+    if (line.of == m_of && line.number > 0) { // before inputs were added, it had another number
+        m_numbered.push_back({line.number, manifest});
+    }
+}
+
+std::size_t InputCount::batches() const {
+    std::vector<Numbered> sorted = m_numbered;
+    std::sort(sorted.begin(), sorted.end());
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    std::size_t most = 1;
+    std::size_t same = 0;
+    for (std::size_t i = 0; i < sorted.size(); ++i) {
+        same = i > 0 && sorted[i].number == sorted[i - 1].number ? same + 1 : 1;
+        most = std::max(most, same);
+    }
+    return most;
+}
+
+std::size_t InputCount::expected() const {
+    return std::max(m_of * batches(), m_found);
+}
 
 FinishedImages::FinishedImages(const std::string& manifest) {
     readManifest(manifest, [this](const Json& record, std::streamoff) {

@@ -37,7 +37,62 @@ struct Finished {
 std::size_t readManifest(const std::string& path,
                          const std::function<void(const Json& record, std::streamoff at)>& use);
 
-// The images that a manifest says are finished: some bytes for each.
+// The text of the line at this place. Throws Failure if there is none any more.
+std::string lineAt(std::istream& manifest, std::streamoff at);
+
+// What the last line of an input says of the batch.
+struct LastLine {
+    Digest input{};         // of its name
+    Digest batch{};         // of the operation with its options, and the version
+    std::streamoff at = 0;  // where the line begins
+    std::size_t number = 0; // which input it is; 0: the line does not say it
+    std::size_t of = 0;     // of so many inputs when the line was written
+    bool failed = false;
+};
+
+struct LastLines {
+    std::vector<LastLine> lines; // one for each input, as they follow in the file
+    std::size_t of = 0;          // the most inputs: some may have been added since the first line
+    std::size_t leftOut = 0;     // lines that were cut off
+};
+
+// Reads the last line of each input: those before it are out of date, whatever operation or version
+// they are of. Some bytes for each. Throws Failure if the file cannot be read, or a name in it.
+LastLines readLastLines(const std::string& path);
+
+// Counts lines of batches that have equally many inputs. Nothing else may tell the batches apart,
+// but the manifests of one batch have each number once.
+class InputCount {
+public:
+    //   of  inputs of each batch
+    explicit InputCount(std::size_t of) : m_of(of) {}
+
+    // Adds the last line of an input.
+    //   manifest  the number of the manifest that has it
+    void add(const LastLine& line, std::size_t manifest);
+
+    // How many batches there are at least: as many as there are manifests that have one number.
+    // A manifest alone may have one twice, if inputs were exchanged since it was begun.
+    [[nodiscard]] std::size_t batches() const;
+
+    [[nodiscard]] std::size_t found() const { return m_found; }
+
+    // How many inputs all of these batches have.
+    [[nodiscard]] std::size_t expected() const;
+
+private:
+    struct Numbered {
+        std::size_t number = 0;
+        std::size_t manifest = 0;
+        auto operator<=>(const Numbered&) const = default; // NOLINT(modernize-use-nullptr)
+    };
+    std::size_t m_of;
+    std::size_t m_found = 0;
+    std::vector<Numbered> m_numbered;
+};
+
+// The images that a manifest says are finished: some bytes for each. Not the last line of an input,
+// but of a command line: an input may have been run with several, and the next run may want each.
 class FinishedImages {
 public:
     FinishedImages() = default;

@@ -19,80 +19,40 @@ namespace host {
 
 namespace {
 
-// A line of a manifest.
-struct Line {
-    Digest input;
-    Digest batch;          // of the operation with its options, the version, the number of inputs
-    std::size_t order = 0; // of all lines
+struct Line : LastLine {
     std::size_t manifest = 0;
-    std::streamoff at = 0;
-    std::size_t number = 0;
-    bool failed = false;
 };
 
 struct Lines {
     std::vector<Line> all; // the last one of each input of each batch, in the order of the inputs
-    std::map<Digest, std::size_t> ofBatches; // how many inputs each has
-    std::size_t images = 0;                  // of all batches
-    std::size_t read = 0;                    // lines, out of date or not
+    std::map<Digest, InputCount> ofBatches;
     std::size_t leftOut = 0;
 };
-
-// Sorts by `before`, and keeps the first of equal ones.
-template <class Before, class Same>
-void keepFirst(std::vector<Line>& lines, Before before, Same same) {
-    std::sort(lines.begin(), lines.end(), before);
-    lines.erase(std::unique(lines.begin(), lines.end(), same), lines.end());
-}
-
-// The last lines of a manifest. What an earlier operation or version left in it is out of date, and
-// inputs may have been added since: `of` is the largest number of inputs.
-void readLast(const std::string& manifest, std::size_t index, Lines& lines) {
-    std::vector<Line> last;
-    std::size_t of = 0;
-    lines.leftOut += readManifest(manifest, [&](const Json& record, std::streamoff at) {
-        const std::string batch = record.value("operation", Json()).dump() + '\n' +
-                                  record.value("version", Json()).dump();
-        last.push_back({.input = digestOf(takeName(record, "input")),
-                        .batch = digestOf(batch),
-                        .order = lines.read++,
-                        .manifest = index,
-                        .at = at,
-                        .number = record.value("number", std::size_t{0}),
-                        .failed = record.value("status", Json()) != "done"});
-        of = std::max(of, record.value("of", std::size_t{0}));
-    });
-    keepFirst(
-        last,
-        [](const Line& a, const Line& b) {
-            return a.input != b.input ? a.input < b.input : a.order > b.order;
-        },
-        [](const Line& a, const Line& b) { return a.input == b.input; });
-    for (Line& line : last) {
-        line.batch = digestOf(asText(line.batch) + std::to_string(of));
-        lines.ofBatches.emplace(line.batch, of);
-    }
-    lines.all.insert(lines.all.end(), last.begin(), last.end());
-}
 
 Lines readLines(const std::vector<std::string>& manifests) {
     Lines lines;
     for (std::size_t i = 0; i < manifests.size(); ++i) {
-        readLast(manifests[i], i, lines);
-    }
-    keepFirst(
-        lines.all,
-        [](const Line& a, const Line& b) {
-            return std::tie(a.batch, a.input, b.order) < std::tie(b.batch, b.input, a.order);
-        },
-        [](const Line& a, const Line& b) { return a.batch == b.batch && a.input == b.input; });
-    for (auto& [batch, of] : lines.ofBatches) {
-        const auto isIts = [&batch = batch](const Line& line) { return line.batch == batch; };
-        const auto there = std::count_if(lines.all.begin(), lines.all.end(), isIts);
-        lines.images += std::max(of, static_cast<std::size_t>(there));
+        const LastLines last = readLastLines(manifests[i]);
+        for (LastLine line : last.lines) {
+            line.batch = digestOf(asText(line.batch) + std::to_string(last.of));
+            lines.ofBatches.try_emplace(line.batch, last.of);
+            lines.all.push_back({line, i});
+        }
+        lines.leftOut += last.leftOut;
     }
     std::sort(lines.all.begin(), lines.all.end(), [](const Line& a, const Line& b) {
-        return a.number != b.number ? a.number < b.number : a.order < b.order;
+        return std::tie(a.batch, a.input, b.manifest, b.at) <
+               std::tie(b.batch, b.input, a.manifest, a.at);
+    });
+    const auto same = [](const Line& a, const Line& b) {
+        return a.batch == b.batch && a.input == b.input;
+    };
+    lines.all.erase(std::unique(lines.all.begin(), lines.all.end(), same), lines.all.end());
+    for (const Line& line : lines.all) {
+        lines.ofBatches.at(line.batch).add(line, line.manifest);
+    }
+    std::sort(lines.all.begin(), lines.all.end(), [](const Line& a, const Line& b) {
+        return std::tie(a.number, a.manifest, a.at) < std::tie(b.number, b.manifest, b.at);
     });
     return lines;
 }
@@ -106,13 +66,7 @@ public:
             m_file = std::ifstream(tarvix::pathOf(m_manifests.at(line.manifest)), std::ios::binary);
             m_open = line.manifest;
         }
-        m_file.clear();
-        m_file.seekg(line.at);
-        std::string text;
-        if (!std::getline(m_file, text)) {
-            throw Failure("a manifest changed while it was read");
-        }
-        return text;
+        return lineAt(m_file, line.at);
     }
 
 private:
@@ -160,9 +114,14 @@ Result summarise(const SummaryOptions& options) {
         writeMerged(lines, files, options.merged);
     }
     const std::size_t failed = failures.size();
-    const std::size_t missing = lines.images - lines.all.size();
-    const std::size_t batches = lines.ofBatches.size();
-    Result result{.data = {{"images", lines.images},
+    std::size_t images = 0;
+    std::size_t batches = 0;
+    for (const auto& [batch, count] : lines.ofBatches) {
+        images += count.expected();
+        batches += count.batches();
+    }
+    const std::size_t missing = images - lines.all.size();
+    Result result{.data = {{"images", images},
                            {"done", lines.all.size() - failed},
                            {"failed", failed},
                            {"missing", missing},
@@ -173,7 +132,7 @@ Result summarise(const SummaryOptions& options) {
             "the manifests have no lines, so nothing says what is missing");
     } else if (batches > 1) {
         result.warnings.push_back("the manifests are of " + std::to_string(batches) +
-                                  " batches, with other options, versions or numbers of inputs");
+                                  " batches, with other options, versions or inputs");
     }
     if (lines.leftOut > 0) {
         result.warnings.push_back(std::to_string(lines.leftOut) +

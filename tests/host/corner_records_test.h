@@ -30,13 +30,14 @@ protected:
     static void record(const std::string& path, const std::vector<std::string>& names,
                        const std::string& board = "9x6") {
         std::string text;
+        std::size_t number = 0;
         for (const std::string& name : names) {
             const ProgramResult run =
                 inProcess({"chessboard", name, "--board", board, "--for-calib", "--json"});
             ASSERT_EQ(run.status, 0) << run.err;
             const host::Json line = {{"status", "done"},
                                      {"input", name},
-                                     {"number", 1},
+                                     {"number", ++number},
                                      {"of", names.size()},
                                      {"hash", host::asText(host::digestOfFile(name).value())},
                                      {"data", host::Json::parse(run.out)},

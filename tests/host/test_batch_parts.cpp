@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <sstream>
 
@@ -193,6 +194,58 @@ TEST(Progress, SaysHowFarItIsAndHowLongItMayTake) {
               "[##################------] 75/100, 5.0 a second, 5 s left, 2 failed");
     EXPECT_EQ(host::progressLine(100, 0, 0, 100000, 1, false),
               "100/100000, 100 a second, 16 min 39 s left");
+}
+
+Json numbered(const std::string& input, int number, int of) {
+    return {{"status", "done"}, {"input", input}, {"number", number}, {"of", of}};
+}
+
+TEST(LastLines, AreOneForEachInputAndTheMostInputsCount) {
+    const test::TempFolder folder;
+    const std::string path = folder / "m.jsonl";
+    std::string text;
+    Json odd = numbered("c", 1, 3);
+    odd["number"] = "x";
+    odd["of"] = -3;
+    for (const Json& line : {numbered("a", 1, 2), numbered("b", 2, 2), numbered("a", 1, 3), odd}) {
+        text += line.dump() + '\n';
+    }
+    test::writeBytes(path, text + "{");
+    const host::LastLines last = host::readLastLines(path);
+    ASSERT_EQ(last.lines.size(), 3U);
+    EXPECT_EQ(last.lines[0].input, host::digestOf("b"));
+    EXPECT_EQ(last.lines[1].input, host::digestOf("a"));
+    EXPECT_EQ(last.lines[1].of, 3U);
+    EXPECT_EQ(last.lines[2].number, 0U);
+    EXPECT_EQ(last.lines[2].of, 0U);
+    EXPECT_EQ(last.of, 3U);
+    EXPECT_EQ(last.leftOut, 1U);
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_EQ(Json::parse(host::lineAt(file, last.lines[1].at)), numbered("a", 1, 3));
+    EXPECT_THROW(host::lineAt(file, 100000), host::Failure);
+    test::writeBytes(path, "{\"inputHex\":\"1\"}\n");
+    EXPECT_THROW(host::readLastLines(path), host::Failure);
+}
+
+TEST(InputCounts, TellBatchesApartByNumbersThatSeveralManifestsHave) {
+    const auto count = [](const std::vector<std::pair<int, std::size_t>>& numbersInManifests,
+                          std::size_t of) {
+        host::InputCount inputs(of);
+        for (const auto& [number, manifest] : numbersInManifests) {
+            inputs.add({.number = static_cast<std::size_t>(number), .of = of}, manifest);
+        }
+        return inputs;
+    };
+    EXPECT_EQ(count({}, 0).expected(), 0U);
+    EXPECT_EQ(count({{1, 0}, {3, 1}}, 3).expected(), 3U) << "two parts";
+    EXPECT_EQ(count({{1, 0}, {2, 0}, {2, 1}}, 3).expected(), 6U);
+    EXPECT_EQ(count({{1, 0}, {2, 0}, {2, 1}}, 3).batches(), 2U);
+    EXPECT_EQ(count({{1, 0}, {2, 0}, {2, 0}}, 3).batches(), 1U) << "one was exchanged since";
+    EXPECT_EQ(count({{0, 0}, {0, 1}, {0, 2}, {0, 3}}, 3).expected(), 4U) << "without numbers";
+    host::InputCount grown(3);
+    grown.add({.number = 1, .of = 2}, 0); // it has another number by now
+    grown.add({.number = 1, .of = 3}, 1);
+    EXPECT_EQ(grown.batches(), 1U);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "platform/system/process_identity.h"
 #include "tests/host/batch_test.h"
 #include "tests/support/environment.h"
+#include "tests/support/images.h"
 
 #include <gmock/gmock.h>
 
@@ -150,6 +151,46 @@ TEST_F(BatchRecords, ASummaryDoesNotMixBatches) {
     const std::string before = test::bytesOf(first);
     test::expectOneLine(summary({"--out", first, second, first}), 1);
     EXPECT_EQ(test::bytesOf(first), before);
+}
+
+TEST_F(BatchRecords, ASummaryTellsBatchesOfOneSizeApart) {
+    const auto write = [&](const char* name, const char* inputs, int count) {
+        std::string text;
+        for (int i = 1; i <= count; ++i) {
+            const Json line = {{"status", "done"},
+                               {"input", inputs + std::to_string(i)},
+                               {"number", i},
+                               {"of", 6},
+                               {"operation", {"canny"}},
+                               {"version", "1"}};
+            text += line.dump() + '\n';
+        }
+        test::writeBytes(folder / name, text);
+        return folder / name;
+    };
+    const std::string whole = write("1", "a/", 6);
+    EXPECT_EQ(tarvix({"batch-summary", whole}).status, 0);
+    EXPECT_EQ(tarvix({"batch-summary", whole, write("again", "a/", 6)}).status, 0) << "no others";
+    const ProgramResult part = tarvix({"batch-summary", whole, write("2", "b/", 3)});
+    test::expectOneLine(part, 1);
+    EXPECT_THAT(part.err, HasSubstr("of 2 batches"));
+    EXPECT_THAT(part.out, HasSubstr("9 of 12 images done, 0 failed, 3 missing"));
+    const ProgramResult both = tarvix({"batch-summary", whole, write("2", "b/", 6)});
+    test::expectOneLine(both, 1);
+    EXPECT_THAT(both.out, HasSubstr("12 of 12 images done, 0 failed, 0 missing"));
+}
+
+TEST_F(BatchRecords, AFailureIsRecordedAndNotTheNoteThatFollowsIt) {
+    std::string bytes = test::bytesOf(test::photoPath("home.jpg"));
+    bytes.resize(bytes.size() / 2);
+    test::writeBytes(folder / "cut.jpg", bytes);
+    const ProgramResult run = tarvix(
+        {"batch", "chessboard", folder / "cut.jpg", "--board", "9x6", "--manifest", manifest});
+    EXPECT_EQ(run.status, 1);
+    ASSERT_EQ(lines(manifest).size(), 1U);
+    EXPECT_THAT(lines(manifest)[0].at("message").get<std::string>(),
+                HasSubstr("no chessboard of 9 x 6 inner corners in '"));
+    EXPECT_THAT(run.err, HasSubstr("cut.jpg' failed: no chessboard"));
 }
 
 TEST_F(BatchRecords, MoreManifestsThanFilesCanBeOpenAreSummed) {

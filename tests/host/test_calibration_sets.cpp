@@ -170,4 +170,13 @@ TEST(PairNumbers, ThatDifferAreNamed) {
     EXPECT_THAT(host::numbersThatDiffer({"l12345678901234567890.jpg", "r1.jpg"}), IsEmpty());
 }
 
+TEST_F(CalibrationSets, WhatCannotBeReadWasNotSearched) {
+    test::writeBytes(folder / "text.jpg", "not an image");
+    const ProgramResult run = calib({test::photoPath("home.jpg"), folder / "text.jpg"});
+    expectOneLine(run, 1);
+    EXPECT_THAT(run.err, HasSubstr("in any of the photographs; 1 could not be searched, '" +
+                                   (folder / "text.jpg") +
+                                   "' for example: not an image that can be read\n"));
+}
+
 } // namespace

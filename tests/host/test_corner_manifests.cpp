@@ -159,4 +159,71 @@ TEST_F(CornerManifests, AreNotReplacedAndNotMixedWithPhotographs) {
     EXPECT_FALSE(fs::exists(set));
 }
 
+TEST_F(CornerManifests, MustNotCountAPhotographTwiceThatHasTwoNames) {
+    copyPhotos(2);
+    record(manifest, {photos + "/left01.jpg", photos + "/left02.jpg"});
+    const std::string good = test::bytesOf(manifest);
+    const std::string again = folder.path() + "/./photos/left01.jpg";
+    record(manifest, {again}); // the batch went on with other words
+    test::writeBytes(manifest, good + test::bytesOf(manifest));
+    const ProgramResult run = fromCorners({manifest});
+    expectOneLine(run, 1);
+    EXPECT_THAT(run.err, HasSubstr(again + "' and '" + photos + "/left01.jpg' in '" + manifest +
+                                   "' are one photograph under two names"));
+    EXPECT_FALSE(fs::exists(set));
+    test::writeBytes(manifest, good + good); // under the same names, the last line counts
+    EXPECT_EQ(fromCorners({manifest}).status, 0);
+}
+
+TEST_F(CornerManifests, OfBatchesOfOneSizeMissTheirPartsToo) {
+    const auto names = [](const std::vector<int>& numbers) {
+        std::vector<std::string> list;
+        for (const int number : numbers) {
+            list.push_back(test::pairPhoto("left", number));
+        }
+        return list;
+    };
+    const std::string whole = folder / "whole.jsonl";
+    record(whole, names({1, 2, 3, 4}));
+    record(manifest, names({5, 6, 7, 8}));
+    EXPECT_EQ(fromCorners({whole, manifest}).err, "");
+    record(manifest, names({5, 6})); // the first two of four
+    rewrite([](Json& line) { line["of"] = 4; });
+    EXPECT_EQ(fromCorners({whole, manifest}).err,
+              "tarvix: 2 batches have together 8 photographs, and the manifests have 6 of them; "
+              "is a part missing?\n");
+}
+
+TEST_F(CornerManifests, SayWhatALineLacks) {
+    record(manifest, {test::pairPhoto("left", 1), test::pairPhoto("left", 2)});
+    const std::string good = test::bytesOf(manifest);
+    const auto expectRefused = [&](const std::function<void(Json & line)>& change,
+                                   const std::string& why) {
+        test::writeBytes(manifest, good);
+        rewrite(change);
+        const ProgramResult run = fromCorners({manifest});
+        expectOneLine(run, 1);
+        EXPECT_THAT(run.err, HasSubstr(why));
+        EXPECT_THAT(run.err, HasSubstr(manifest));
+    };
+    expectRefused([](Json& line) { line["data"]["board"][0] = std::int64_t{4294967305}; },
+                  "it is of a board of 4294967305 x 6 inner corners, not of 9 x 6\n");
+    expectRefused([](Json& line) { line["data"]["board"][0] = 9.5; }, "board of 9.5 x 6");
+    for (const Json& words :
+         {Json{"chessboard", "--for-calib"}, Json{"chessboard", "--for-calib", "--board"}}) {
+        expectRefused(
+            [&](Json& line) {
+                line["status"] = "failed";
+                line["operation"] = words;
+            },
+            "cannot be used: its board is not said\n");
+    }
+    expectRefused(
+        [](Json& line) {
+            line["inputHex"] = "6x";
+            line.erase("input");
+        },
+        "has a name that cannot be read: not hexadecimal digits\n");
+}
+
 } // namespace

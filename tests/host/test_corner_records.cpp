@@ -144,4 +144,42 @@ TEST_F(CornerRecords, MakeTheReportAndTheFileForOtherTools) {
     EXPECT_THAT(test::bytesOf(folder / "camera.yml"), HasSubstr("camera_matrix"));
 }
 
+TEST_F(CornerRecords, SayThatSquaresWereCounted) {
+    const ProgramResult counted =
+        inProcess({"chessboard", test::pairPhoto("left", 1), "--board", "10x7", "--for-calib"});
+    expectOneLine(counted, 1);
+    const std::string hint =
+        ": a board of 9 x 6 is there; --board counts inner corners, not squares";
+    EXPECT_THAT(counted.err, HasSubstr("no board of 10 x 7 inner corners" + hint));
+    // The photographs need not be there any more.
+    record(manifest,
+           {test::pairPhoto("left", 1), test::pairPhoto("left", 2), test::pairPhoto("left", 3)});
+    const std::string good = test::bytesOf(manifest);
+    const auto fail = [&](Json& line, const std::string& reason) {
+        line["status"] = "failed";
+        line["data"] = nullptr;
+        line["message"] = "'x' cannot be used: " + reason;
+    };
+    const std::string missing = "no board of 9 x 6 inner corners";
+    rewrite([&](Json& line) { fail(line, missing + (line["number"] == 2 ? hint : "")); });
+    const ProgramResult none = fromCorners({manifest});
+    expectOneLine(none, 1);
+    EXPECT_THAT(none.err, HasSubstr(missing + " in any of the photographs" + hint + "\n"));
+    // If others can be used, the photograph has the reason that calib gives.
+    test::writeBytes(manifest, good);
+    rewrite([&](Json& line) {
+        if (line["number"] == 2) {
+            fail(line, missing + hint);
+        }
+    });
+    EXPECT_EQ(fromCorners({manifest}).err,
+              "tarvix: left out '" + test::pairPhoto("left", 2) + "': " + missing + "\n");
+    // One that was not searched is none without a board.
+    rewrite(
+        [&](Json& line) { fail(line, line["number"] == 2 ? "it took longer than 5 s" : missing); });
+    EXPECT_THAT(fromCorners({manifest}).err,
+                HasSubstr(missing + " in any of the photographs; 1 could not be searched, '" +
+                          test::pairPhoto("left", 2) + "' for example: it took longer than 5 s\n"));
+}
+
 } // namespace
