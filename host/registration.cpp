@@ -6,6 +6,7 @@
 #include "host/photographs.h"
 #include "host/registration_table.h"
 #include "host/saving.h"
+#include "host/sentences.h"
 #include "host/set_matching.h"
 #include "host/step_progress.h"
 #include "platform/system/paths.h"
@@ -106,9 +107,12 @@ std::vector<std::string> writeAll(const PlacedSet& set, const cv::Rect& part,
         for (const std::size_t i : kept) {
             const PlacedImage& placed = set.images[i];
             const cv::Mat image = cv::imread(placed.file, cv::IMREAD_COLOR);
+            if (image.empty()) { // it could be read before
+                throw Failure("not an image that can be read: '" + placed.file + "'");
+            }
             if (image.size() != placed.size) {
-                throw Failure("'" + placed.file + "' has " + times(image.size()) +
-                              " pixels, and not " + times(placed.size));
+                throw Failure("'" + placed.file + "' has " + times(image.cols, image.rows) +
+                              " pixels, and not " + times(placed.size.width, placed.size.height));
             }
             if (i == 0) {
                 tarvix::drawReference(image, set.canvas, canvas);
@@ -177,12 +181,13 @@ void requireSafe(const RegisterOptions& options, const OutputNames& names) {
     }
 }
 
-Json imagesAsJson(const PlacedSet& set, const OutputNames& names) {
+//   matched  whether these images were; a table has the matches of those that it was made of
+Json imagesAsJson(const PlacedSet& set, const OutputNames& names, bool matched) {
     Json list = Json::array();
     for (std::size_t i = 0; i < set.images.size(); ++i) {
         const PlacedImage& image = set.images[i];
         Json entry{{"input", image.file}, {"output", nullptr}};
-        if (i > 0) {
+        if (i > 0 && matched) {
             entry["matches"] = image.matches;
         }
         if (image.whyNot.empty()) {
@@ -215,7 +220,7 @@ Result registerImages(const RegisterOptions& options, Output& output) {
     if (options.crop) {
         result.data["crop"] = {part.x, part.y, part.width, part.height};
     }
-    result.data["images"] = imagesAsJson(set, names);
+    result.data["images"] = imagesAsJson(set, names, options.apply.empty());
     if (!options.overlay.empty()) {
         result.beside = {{options.overlay, [written] { return meanOf(written); }}};
     }

@@ -21,8 +21,9 @@ struct RegisterOptions : CommonOptions {
 // tx_MatchImages for those that register at the first try: the same operation, with how far it is
 // and how many matches there were. A file of an earlier run stays if its image is left out now.
 // The data has "canvas", the size of the results, "crop" (its place x, y and its size) if it was
-// cut out, and "images": input, output (null if left out), the number of matches but for the
-// reference, and the reason if left out. Throws Failure if none registers; nothing is written then.
+// cut out, and "images": input, output (null if left out), the number of matches (not for the
+// reference, and not with a table), and the reason if left out. Throws Failure if none registers;
+// nothing is written then.
 Result registerImages(const RegisterOptions& options, Output& output);
 
 std::string registrationAsText(const Json& data);

@@ -1,5 +1,7 @@
 #include "host/registration_table.h"
 
+#include "host/batch/manifest.h"
+#include "host/batch/places.h"
 #include "host/failure.h"
 #include "platform/system/paths.h"
 
@@ -8,6 +10,7 @@
 #include <cmath>
 #include <fstream>
 #include <map>
+#include <utility>
 
 namespace host {
 
@@ -44,10 +47,14 @@ int numberIn(const Json& value, int least, int most) {
     return static_cast<int>(number);
 }
 
-PlacedImage imageOf(const Json& entry, const std::string& file) {
-    PlacedImage image{.file = file,
+// With the name of the file that the place was saved for.
+PlacedImage imageOf(const Json& entry) {
+    PlacedImage image{.file = takeName(entry, "file"),
                       .size = {numberIn(entry.at("image_width"), 1, longestSide),
                                numberIn(entry.at("image_height"), 1, longestSide)}};
+    if (image.file.empty()) {
+        throw Failure("an image has no name");
+    }
     image.matches = static_cast<std::size_t>(numberIn(entry.at("matches"), 0, INT_MAX));
     if (entry.at("reference_from_image").is_null()) {
         image.whyNot = "its place in the table is of an image that was left out";
@@ -74,23 +81,22 @@ void requireFitting(const PlacedSet& set) {
 }
 
 // Throws Failure if a file has the place of another one of the table.
-void requireOrder(const Json& images, const std::vector<std::string>& files) {
-    std::map<std::string, std::size_t> places;
-    for (std::size_t i = 0; i < images.size(); ++i) {
-        if (images[i].at("file").is_string()) {
-            places.emplace(images[i]["file"].get<std::string>(), i);
-        }
+void requireOrder(const PlacedSet& table, const std::vector<std::string>& files) {
+    Places places;
+    std::map<Digest, std::size_t> saved;
+    for (std::size_t i = 0; i < table.images.size(); ++i) {
+        saved.emplace(places.of(table.images[i].file), i);
     }
     for (std::size_t i = 0; i < files.size(); ++i) {
-        const auto place = places.find(files[i]);
-        if (place != places.end() && images[i]["file"] != files[i]) {
+        const auto place = saved.find(places.of(files[i]));
+        if (place != saved.end() && places.of(table.images[i].file) != place->first) {
             throw Failure("'" + files[i] + "' is image " + std::to_string(place->second + 1) +
                           " of the table, not image " + std::to_string(i + 1) + "; keep the order");
         }
     }
 }
 
-PlacedSet setOf(const Json& document, const std::vector<std::string>& files) {
+PlacedSet setOf(const Json& document) {
     if (document.at("tarvix_registration") != Json(1)) {
         throw Failure("another version wrote it");
     }
@@ -103,8 +109,8 @@ PlacedSet setOf(const Json& document, const std::vector<std::string>& files) {
     if (!images.is_array() || images.empty()) {
         throw Failure("it has no images");
     }
-    for (std::size_t i = 0; i < images.size(); ++i) {
-        set.images.push_back(imageOf(images[i], i < files.size() ? files[i] : std::string()));
+    for (const Json& image : images) {
+        set.images.push_back(imageOf(image));
     }
     requireFitting(set);
     return set;
@@ -123,12 +129,14 @@ Json rowsAsJson(const cv::Mat_<double>& matrix) {
 std::string tableText(const PlacedSet& set) {
     Json images = Json::array();
     for (const PlacedImage& image : set.images) {
-        images.push_back({{"file", image.file},
-                          {"image_width", image.size.width},
-                          {"image_height", image.size.height},
-                          {"matches", image.matches},
-                          {"reference_from_image",
-                           image.whyNot.empty() ? rowsAsJson(image.referenceFromImage) : Json()}});
+        Json entry = Json::object();
+        putName(entry, "file", image.file);
+        entry["image_width"] = image.size.width;
+        entry["image_height"] = image.size.height;
+        entry["matches"] = image.matches;
+        entry["reference_from_image"] =
+            image.whyNot.empty() ? rowsAsJson(image.referenceFromImage) : Json();
+        images.push_back(std::move(entry));
     }
     const Json document = {{"tarvix_registration", 1},
                            {"canvas_left", set.canvas.left},
@@ -136,7 +144,7 @@ std::string tableText(const PlacedSet& set) {
                            {"canvas_width", set.canvas.size.width},
                            {"canvas_height", set.canvas.size.height},
                            {"images", std::move(images)}};
-    return document.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return document.dump(1) + "\n";
 }
 
 PlacedSet readTable(const std::string& path, const std::vector<std::string>& files) {
@@ -145,10 +153,8 @@ PlacedSet readTable(const std::string& path, const std::vector<std::string>& fil
         throw Failure("no such file: '" + path + "'");
     }
     PlacedSet set;
-    Json document;
     try {
-        document = Json::parse(file);
-        set = setOf(document, files);
+        set = setOf(Json::parse(file));
     } catch (const std::exception& e) { // what the JSON library says, and what we say above
         throw Failure("'" + path + "' is not a table that register --save wrote: " + e.what());
     }
@@ -156,7 +162,10 @@ PlacedSet readTable(const std::string& path, const std::vector<std::string>& fil
         throw Failure("'" + path + "' is for " + std::to_string(set.images.size()) +
                       " images, not for " + std::to_string(files.size()));
     }
-    requireOrder(document["images"], files);
+    requireOrder(set, files);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        set.images[i].file = files[i];
+    }
     return set;
 }
 

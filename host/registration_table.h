@@ -18,7 +18,7 @@ std::string tableText(const PlacedSet& set);
 
 // Reads such a file, for the files that it was made of or for others: the first one in the place of
 // the first, and so on. Throws Failure if it is missing, is not such a table, is of another number
-// of images, or has one of the files in another place.
+// of images, or has one of the files in another place, however its name is written.
 //   files  as many as the table has
 PlacedSet readTable(const std::string& path, const std::vector<std::string>& files);
 

@@ -2,13 +2,16 @@
 
 #include "host/application.h"
 #include "host/failure.h"
+#include "host/sentences.h"
 #include "host/step_progress.h"
 #include "platform/system/paths.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <utility>
 
 namespace host {
 
@@ -39,7 +42,8 @@ PlacedImage placeImage(const std::string& file, const tarvix::SetMatcher& matche
             const tarvix::Canvas alone = tarvix::commonCanvas(
                 reference, {tarvix::projectedOutline(placed.referenceFromImage, placed.size)});
             if (!canBeWritten(alone)) {
-                placed.whyNot = "its place would need a canvas of " + times(alone.size) + " pixels";
+                placed.whyNot = "its place would need a canvas of " +
+                                times(alone.size.width, alone.size.height) + " pixels";
             }
         }
     } catch (const cv::Exception& e) {
@@ -48,33 +52,87 @@ PlacedImage placeImage(const std::string& file, const tarvix::SetMatcher& matche
     return placed;
 }
 
-// Leaves out, one after the other, what is wider or higher than the canvas.
-void layOut(PlacedSet& set) {
-    for (bool isDone = false; !isDone;) {
-        set.canvas = tarvix::commonCanvas(set.images.front().size, outlinesOf(set.images));
-        const cv::Size size = set.canvas.size;
-        const auto larger =
-            std::find_if(set.images.begin() + 1, set.images.end(), [&](const PlacedImage& image) {
-                return image.whyNot.empty() &&
-                       (image.size.width > size.width || image.size.height > size.height);
-            });
-        isDone = larger == set.images.end();
-        if (!isDone) {
-            larger->whyNot = "its " + times(larger->size) + " pixels are more than the canvas of " +
-                             times(size) + " holds";
+// Places the images of a set.
+class SetPlacing {
+public:
+    SetPlacing(const std::vector<std::string>& files, Output& output)
+        : m_files(files), m_output(output), m_reference(cv::imread(files.at(0), cv::IMREAD_COLOR)),
+          m_matcher(m_reference), m_before(files.size()), m_isTooLarge(files.size()) {
+        m_set.images.resize(files.size());
+        m_set.images.front() = {.file = files[0],
+                                .size = m_reference.size(),
+                                .referenceFromImage = cv::Mat::eye(3, 3, CV_64F)};
+    }
+
+    // Leaves out, one after the other, what is wider or higher than the canvas. Those behind it
+    // are placed again, as they are without it.
+    PlacedSet placeOnCanvas() {
+        {
+            StepProgress progress(m_output, m_files.size());
+            progress.done(nameOf(0), "the first image");
+            placeFrom(1, progress);
+        }
+        for (std::size_t larger = layOut(); larger < m_files.size(); larger = layOut()) {
+            m_isTooLarge[larger] = true;
+            cv::theRNG() = m_before[larger];
+            const auto behind = m_isTooLarge.begin() + static_cast<std::ptrdiff_t>(larger);
+            const auto count = std::count(behind, m_isTooLarge.end(), false);
+            StepProgress progress(m_output, static_cast<std::size_t>(count));
+            placeFrom(larger + 1, progress);
+        }
+        return std::move(m_set);
+    }
+
+private:
+    [[nodiscard]] std::string nameOf(std::size_t image) const {
+        return tarvix::nameOf(tarvix::pathOf(m_files[image]).filename());
+    }
+
+    // Draws random numbers for those images only that register.
+    void placeFrom(std::size_t first, StepProgress& progress) {
+        for (std::size_t i = first; i < m_files.size(); ++i) {
+            if (m_isTooLarge[i]) {
+                continue;
+            }
+            m_before[i] = cv::theRNG();
+            PlacedImage& placed = m_set.images[i];
+            placed = placeImage(m_files[i], m_matcher, m_reference.size());
+            if (!placed.whyNot.empty()) {
+                cv::theRNG() = m_before[i]; // the others register as they do without it
+            }
+            progress.done(nameOf(i), placed.whyNot.empty()
+                                         ? std::to_string(placed.matches) + " good matches"
+                                         : placed.whyNot);
         }
     }
-    if (!canBeWritten(set.canvas)) {
-        throw Failure("all images together would need a canvas of " + times(set.canvas.size) +
-                      " pixels");
+
+    // Makes the canvas. Returns the first image that is larger, or the number of images.
+    std::size_t layOut() {
+        m_set.canvas = tarvix::commonCanvas(m_reference.size(), outlinesOf(m_set.images));
+        const cv::Size size = m_set.canvas.size;
+        for (std::size_t i = 1; i < m_files.size(); ++i) {
+            PlacedImage& image = m_set.images[i];
+            if (image.whyNot.empty() &&
+                (image.size.width > size.width || image.size.height > size.height)) {
+                image.whyNot = "its " + times(image.size.width, image.size.height) +
+                               " pixels are more than the canvas of " +
+                               times(size.width, size.height) + " holds";
+                return i;
+            }
+        }
+        return m_files.size();
     }
-}
+
+    const std::vector<std::string>& m_files;
+    Output& m_output;
+    cv::Mat m_reference;
+    tarvix::SetMatcher m_matcher;
+    PlacedSet m_set;
+    std::vector<cv::RNG> m_before;  // the states of the generator before each image
+    std::vector<bool> m_isTooLarge; // those that stay left out
+};
 
 } // namespace
-
-std::string times(cv::Size size) {
-    return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
 
 bool canBeWritten(const tarvix::Canvas& canvas) {
     const cv::Size size = canvas.size;
@@ -113,30 +171,20 @@ std::string whyNotRegistered(const tarvix::SetMatch& match, const std::string& r
                : "";
 }
 
+bool isSeen(const cv::Mat& referenceFromImage, cv::Size image, cv::Size reference) {
+    cv::Mat seen;
+    cv::warpPerspective(cv::Mat(image, CV_8UC1, cv::Scalar(255)), seen, referenceFromImage,
+                        reference);
+    return cv::countNonZero(seen) > 0;
+}
+
 PlacedSet placeSet(const std::vector<std::string>& files, Output& output) {
     cv::theRNG() = cv::RNG();
-    const cv::Mat reference = cv::imread(files.at(0), cv::IMREAD_COLOR);
-    const tarvix::SetMatcher matcher(reference);
-    PlacedSet set;
-    set.images.push_back({.file = files[0],
-                          .size = reference.size(),
-                          .referenceFromImage = cv::Mat::eye(3, 3, CV_64F)});
-    {
-        StepProgress progress(output, files.size());
-        progress.done(tarvix::nameOf(tarvix::pathOf(files[0]).filename()), "the first image");
-        for (std::size_t i = 1; i < files.size(); ++i) {
-            const cv::RNG before = cv::theRNG();
-            set.images.push_back(placeImage(files[i], matcher, reference.size()));
-            const PlacedImage& placed = set.images.back();
-            if (!placed.whyNot.empty()) {
-                cv::theRNG() = before; // the others register as they do without it
-            }
-            progress.done(tarvix::nameOf(tarvix::pathOf(files[i]).filename()),
-                          placed.whyNot.empty() ? std::to_string(placed.matches) + " good matches"
-                                                : placed.whyNot);
-        }
+    PlacedSet set = SetPlacing(files, output).placeOnCanvas();
+    if (!canBeWritten(set.canvas)) {
+        throw Failure("all images together would need a canvas of " +
+                      times(set.canvas.size.width, set.canvas.size.height) + " pixels");
     }
-    layOut(set);
     const auto other = std::find_if(set.images.begin() + 1, set.images.end(),
                                     [](const PlacedImage& image) { return image.whyNot.empty(); });
     if (files.size() > 1 && other == set.images.end()) {

@@ -30,9 +30,6 @@ struct PlacedSet {
 inline constexpr int longestSide = 1 << 20;
 inline constexpr std::int64_t mostPixels = std::int64_t{1} << 30;
 
-// Width and height, as in "640 x 480".
-std::string times(cv::Size size);
-
 // Whether the canvas has pixels, and no more than those.
 bool canBeWritten(const tarvix::Canvas& canvas);
 
@@ -45,8 +42,13 @@ tarvix::SetMatch matchOnto(const tarvix::SetMatcher& matcher, const cv::Mat& ima
 //   reference  what it is to register onto, such as "the first image"
 std::string whyNotRegistered(const tarvix::SetMatch& match, const std::string& reference);
 
+// Whether an image of `image` pixels has anything within a reference of `reference` pixels. A wrong
+// homography may put all of it beside that.
+bool isSeen(const cv::Mat& referenceFromImage, cv::Size image, cv::Size reference);
+
 // Matches every file with the first and says how far it is. The generator begins as in a new
-// process. What OpenCV refuses about an image leaves that one out. Throws Failure if no image but
+// process, and images that are left out change nothing about the others. What OpenCV refuses about
+// an image leaves that one out. Throws Failure if no image but
 // the first is left, unless there is only one, and cv::Exception for a first image that cannot be
 // a reference.
 PlacedSet placeSet(const std::vector<std::string>& files, Output& output);

@@ -161,6 +161,10 @@ Result inFrameOf(const cv::Mat& reference, const std::string& name, const cv::Ma
     if (!whyNot.empty()) {
         throw Failure(whyNot);
     }
+    if (!isSeen(match.referenceFromImage, image.size(), reference.size())) {
+        throw Failure("its " + std::to_string(match.matches) + " good matches with '" + name +
+                      "' put all of it outside that image");
+    }
     cv::Mat warped;
     cv::warpPerspective(image, warped, match.referenceFromImage, reference.size());
     return {

@@ -1,5 +1,6 @@
 // Sets of images that the sub-command register puts onto the first: what is left out, what is said,
-// and the same one by one, in parts.
+// and the same one by one, in parts. What stitch says of those that it leaves out.
+#include "host/joining.h"
 #include "host/set_matching.h"
 #include "tests/host/registered_set.h"
 #include "tests/host/sub_command.h"
@@ -9,6 +10,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include <filesystem>
+#include <sstream>
 
 namespace {
 
@@ -208,6 +210,66 @@ TEST_F(RegisteredSets, OneByOneInPartsGiveTheSameBytes) {
     const ProgramResult over = test::tarvix({"batch", "register-to", folder / "in/1.png",
                                              "--reference", reference, "--out", reference});
     EXPECT_EQ(over.status, 1) << "nor the reference";
+}
+
+// It has drawn random numbers before the canvas was known.
+TEST_F(RegisteredSets, AreTheFilesWithoutWhatNoCanvasHolds) {
+    const std::string a = window("a.png", 200, 100, {300, 280});
+    cv::Mat large;
+    cv::resize(test::photo("building.jpg")(cv::Rect(220, 120, 260, 240)), large, {}, 2, 2,
+               cv::INTER_CUBIC);
+    cv::imwrite(folder / "large.png", large);
+    const std::string b = window("b.png", 180, 110, {300, 280});
+    const std::string c = window("c.png", 210, 90, {300, 280});
+    ASSERT_EQ(registered({a, b, c}, "without-{}.png").status, 0);
+    ASSERT_EQ(
+        registered({a, folder / "large.png", b, folder / "large.png", c}, "with-{}.png").status, 0);
+    EXPECT_FALSE(fs::exists(folder / "with-01.png"));
+    EXPECT_FALSE(fs::exists(folder / "with-03.png"));
+    EXPECT_EQ(bytesIn("with-02.png"), bytesIn("without-01.png"));
+    EXPECT_EQ(bytesIn("with-04.png"), bytesIn("without-02.png"));
+}
+
+TEST_F(RegisteredSets, NameAFileThatVanishesMeanwhile) {
+    const std::string a = window("a.png", 200, 100), b = window("b.png", 140, 130);
+    std::ostringstream out;
+    std::ostringstream err;
+    host::Output output(out, err);
+    output.watchSteps([&](std::size_t done, std::size_t total, const std::string&) {
+        if (done == total) { // all are matched, none is drawn
+            fs::remove(b);
+        }
+    });
+    EXPECT_EQ(host::runCommand({"register", a, b, "-o", folder / "set"}, output), 1);
+    EXPECT_EQ(err.str(), "tarvix: not an image that can be read: '" + b + "'\n");
+}
+
+// Eight wrong matches may give any homography. No photographs are known that make one.
+TEST_F(RegisteredSets, ShowSomethingOfAnImageOrNot) {
+    const cv::Size size(100, 80);
+    const auto moved = [](double x, double y) {
+        return cv::Mat(cv::Matx33d(1, 0, x, 0, 1, y, 0, 0, 1));
+    };
+    EXPECT_TRUE(host::isSeen(moved(0, 0), size, size));
+    EXPECT_TRUE(host::isSeen(moved(99, -79), size, size));
+    EXPECT_FALSE(host::isSeen(moved(101, 0), size, size));
+    EXPECT_FALSE(host::isSeen(moved(0, -81), size, size));
+    EXPECT_TRUE(host::isSeen(moved(150, 0), size, {200, 80}));
+    // All of it is a point between pixels.
+    EXPECT_FALSE(
+        host::isSeen(cv::Mat(cv::Matx33d(1e-6, 0, 50.5, 0, 1e-6, 40.5, 0, 0, 1)), size, size));
+}
+
+// Photographs of nearly one view are mostly joined by others; these numbers are made up.
+TEST(JoinedSets, NameWhatShowsTheSameAsAnother) {
+    const std::vector<std::string> files = {"a.png", "b.png"};
+    tarvix::PanoramaPart part{
+        .isUsed = false, .neighbour = 1, .matches = 500, .agreeing = 480, .isSameView = true};
+    EXPECT_EQ(host::whyNotJoined(part, files), "it shows nearly the same as 'b.png'");
+    part.isSameView = false;
+    EXPECT_THAT(host::whyNotJoined(part, files), HasSubstr("480 of 500 with 'b.png', of those"));
+    part.neighbour = -1;
+    EXPECT_EQ(host::whyNotJoined(part, files), "nothing in it matches another photograph");
 }
 
 } // namespace

@@ -150,4 +150,45 @@ TEST_F(RegistrationTables, NoResultReplacesATableOrAnotherResult) {
     EXPECT_FALSE(fs::exists(folder / "r-00.png"));
 }
 
+TEST_F(RegistrationTables, KeepTheOrderHoweverNamesAreWritten) {
+    const std::string a = window("a.png", 200, 100), b = window("caf\xe9.png", 140, 130);
+    const std::string otherA = folder / "./a.png", otherB = folder.path() + "/./caf\xe9.png";
+    ASSERT_EQ(registered({a, b}, "set-{}.png", {"--save", table}).status, 0);
+    for (const auto& [first, second] : {std::pair(b, a), std::pair(otherB, otherA)}) {
+        const ProgramResult run = registered({first, second}, "wrong-{}.png", {"--apply", table});
+        expectOneLine(run, 1);
+        EXPECT_THAT(run.err, HasSubstr("is image 2 of the table, not image 1; keep the order"));
+        EXPECT_FALSE(fs::exists(folder / "wrong-00.png"));
+    }
+    ASSERT_EQ(registered({otherA, otherB}, "right-{}.png", {"--apply", table}).status, 0);
+    EXPECT_EQ(bytesIn("right-01.png"), bytesIn("set-01.png"));
+    // A name that is missing, or is none.
+    const std::string good = test::bytesOf(table);
+    const std::vector<std::function<void(Json & image)>> changes = {
+        [](Json& image) { image.erase("file"); }, [](Json& image) { image["file"] = 5; },
+        [](Json& image) { image["file"] = ""; }};
+    for (const auto& change : changes) {
+        test::writeBytes(table, good);
+        changeTable([&](Json& t) { change(t["images"][0]); });
+        const ProgramResult run = registered({a, b}, "wrong-{}.png", {"--apply", table});
+        expectOneLine(run, 1);
+        EXPECT_THAT(run.err, HasSubstr("'" + table +
+                                       "' is not a table that register --save "
+                                       "wrote: an image has no name\n"));
+    }
+    test::writeBytes(table, good);
+    changeTable([](Json& t) { t["images"][1]["fileHex"] = "6x"; });
+    expectOneLine(registered({a, b}, "wrong-{}.png", {"--apply", table}), 1);
+}
+
+// The numbers in a table are of the images that it was made of.
+TEST_F(RegistrationTables, SayNoMatchesOfWhatIsNotMatched) {
+    const std::vector<std::string> images = {window("a.png", 200, 100), window("b.png", 140, 130)};
+    const ProgramResult matched = registered(images, "set", {"--save", table});
+    EXPECT_TRUE(Json::parse(matched.out).at("images")[1].contains("matches"));
+    const ProgramResult applied = registered(images, "again", {"--apply", table});
+    ASSERT_EQ(applied.status, 0) << applied.err;
+    EXPECT_FALSE(Json::parse(applied.out).at("images")[1].contains("matches"));
+}
+
 } // namespace
