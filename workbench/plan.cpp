@@ -110,7 +110,8 @@ private:
         const auto row = std::find_if(m_rows.begin(), m_rows.end(), [&](const auto& r) {
             return r.name == name && !r.positional;
         });
-        if (row == m_rows.end() || name == "out" || name == "folder" || name == "preview") {
+        if (row == m_rows.end() || name == "out" || name == "folder" || name == "preview" ||
+            name == "for-calib") {
             throw BadRequest("'" + m_request.operation->name + "' has no option '" + name +
                              "' in the workbench");
         }

@@ -40,6 +40,23 @@ class Answers(ServerTest):
                 expected = (pathlib.Path(copy) / answer["results"][0]["name"]).read_bytes()
                 self.assertEqual(self.bench.result(answer), expected)
 
+    def test_every_flag_of_the_form_runs(self):
+        given = {"chessboard": {"board": "9x6"}, "patch": {"width": 41, "height": 30, "center": [80, 60]}}
+        commands = json.loads(self.bench.send("GET", "/api/commands")[2])
+        flags = [(row["name"], option["name"]) for row in commands for option in row["options"]
+                 if option["kind"] == "flag" and row["name"] in ("canny", "chessboard", "keypoints", "lines", "patch")]
+        self.assertLess({("canny", "l2"), ("chessboard", "gray"), ("chessboard", "for-calib")}, set(flags))
+        for command, flag in flags:
+            with self.subTest(command, flag=flag):
+                status, answer = self.bench.run(command, ["left01.jpg"], {**given.get(command, {}), flag: True})
+                if flag == "for-calib":  # records, and no image: the page does not offer it
+                    self.assertEqual((status, answer["error"]), (400, "'chessboard' has no option 'for-calib' in the workbench"))
+                elif (command, flag) == ("chessboard", "gray"):  # the module's own refusal of 8 bits, to be seen
+                    self.assertEqual((status, answer["status"]), (200, 1))
+                    self.assertIn("Invalid number of channels", answer["messages"][0])
+                else:
+                    self.assertEqual((status, answer["status"]), (200, 0), answer)
+
     def test_a_reduced_copy_says_what_holds_for_the_image(self):
         full = self.bench.run("converge", ["building.jpg"], {"corners": CORNERS, "focal": 50})[1]
         small = self.bench.run("converge", ["building.jpg"], {"corners": CORNERS, "focal": 50}, pixels=100000)[1]

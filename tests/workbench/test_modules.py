@@ -137,6 +137,12 @@ class Modules(WorkbenchTest):
                 "The option 'fill' takes three numbers from 0 to 255, such as 255,0,0",
                 {"min": 0, "max": 300, "step": 1}, {"min": 1, "max": 42, "step": 2}])
 
+    def test_options_that_only_a_command_line_can_use_are_not_offered(self):
+        self.assertEqual(self.run_module("option_values", """
+            const command = {options: [{name: 'gray', kind: 'flag'}, {name: 'for-calib', kind: 'flag'},
+                {name: 'format', kind: 'text'}, {name: 'out', kind: 'file'}, {name: 'board', kind: 'board'}]};
+            return m.offered(command).map(({name}) => name);"""), ["gray", "board"])
+
     def test_distances_say_when_they_are_no_lengths(self):
         self.assertEqual(self.run_module("space", """
             const at = (x, more) => ({x, y: 0, z: 1, metric: true, unit: 'mm', ...more});

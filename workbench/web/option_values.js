@@ -2,11 +2,13 @@
 
 import {formatPoints, parsePoints} from "./state.js";
 
-// Options that name files, and the format of standard output, are not for a page.
+// Options that name files, the format of standard output and records for a calibration, which come
+// without an image, are not for a page.
 const ofFiles = new Set(["file", "folder", "image", "images"]);
+const ofOthers = new Set(["format", "for-calib"]);
 
 export function offered(command) {
-    return command.options.filter(({name, kind}) => !ofFiles.has(kind) && name !== "format");
+    return command.options.filter(({name, kind}) => !ofFiles.has(kind) && !ofOthers.has(name));
 }
 
 export const pointsIn = (option) => ({point: 1, corners: 4})[option.kind] ?? 0;
