@@ -1,13 +1,19 @@
 #!/bin/bash
 # Builds the Windows module twice, from copies of the sources in two folders with names of different lengths, without the
-# compiler cache, and compares the bytes of what users get of it: three DLLs and their debug files.
-#   scripts/windows/compare_builds.sh [--jobs N] [--keep FOLDER]
+# compiler cache, and compares the bytes of what users get of it: three DLLs and their debug files. With --all, tarvix.exe
+# and the two archives, too, which takes several times as long.
+#   scripts/windows/compare_builds.sh [--all] [--jobs N] [--keep FOLDER]
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 jobs="$(nproc)"
 work=
+host=OFF
+targets=(Tarvix MorvelDib TarvixAfx)
+kinds=('bin/*.dll' 'debug/*.debug')
+least=6
 while (($#)); do
     case "$1" in
+        --all) host=ON targets=(package) kinds+=('bin/*.exe' '*.zip') least=10 ;;
         --jobs) jobs="$2" && shift ;;
         --keep) work="$(realpath -m "$2")" && shift ;;
         *) die "unknown option $1" ;;
@@ -30,17 +36,18 @@ for folder in "$first" "$second"; do
     (
         cd "$folder"
         export CCACHE_DISABLE=1
-        quietly cmake --preset mingw -DTARVIX_BUILD_TESTS=OFF -DTARVIX_BUILD_HOST=OFF || die "it cannot be configured"
-        quietly cmake --build --preset mingw -j "$jobs" --target Tarvix MorvelDib TarvixAfx || die "it cannot be built"
+        quietly cmake --preset mingw -DTARVIX_BUILD_TESTS=OFF -DTARVIX_BUILD_HOST="$host" || die "it cannot be configured"
+        quietly cmake --build --preset mingw -j "$jobs" --target "${targets[@]}" || die "it cannot be built"
     )
 done
 
 cd "$first/build/mingw"
-files=(bin/*.dll debug/*.debug)
+shopt -s nullglob
+files=(${kinds[@]}) # expanded here
 differing=0
 for file in "${files[@]}"; do
     cmp "$file" "$second/build/mingw/$file" || differing=$((differing + 1))
 done
-((${#files[@]} >= 6)) || die "only ${#files[@]} files were compared"
+((${#files[@]} >= least)) || die "only ${#files[@]} files were compared"
 ((differing == 0)) || die "$differing of ${#files[@]} files differ between two builds"
 say "${#files[@]} files, the same bytes from two builds: ${files[*]}"
