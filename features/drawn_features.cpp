@@ -6,16 +6,16 @@
 
 namespace tarvix {
 
-cv::Mat drawDetected(const cv::Mat& image, cv::Feature2D& detector) {
+DrawnKeypoints drawDetected(const cv::Mat& image, cv::Feature2D& detector) {
     std::vector<cv::KeyPoint> keypoints;
     detector.detect(image, keypoints, cv::noArray());
     cv::Mat drawn;
     cv::drawKeypoints(image, keypoints, drawn, cv::Scalar::all(-1), cv::DrawMatchesFlags::DEFAULT);
-    return drawn;
+    return {drawn, keypoints.size()};
 }
 
-cv::Mat drawMatched(const cv::Mat& query, const cv::Mat& train, int detectorSelector,
-                    int extractorSelector) {
+DrawnMatches drawMatched(const cv::Mat& query, const cv::Mat& train, int detectorSelector,
+                         int extractorSelector) {
     if (query.empty() || train.empty()) {
         return {};
     }
@@ -44,7 +44,7 @@ cv::Mat drawMatched(const cv::Mat& query, const cv::Mat& train, int detectorSele
     cv::drawMatches(query, queryKeypoints, train, trainKeypoints, matches, drawn,
                     cv::Scalar::all(-1), cv::Scalar::all(-1), std::vector<char>(),
                     cv::DrawMatchesFlags::DEFAULT);
-    return drawn;
+    return {drawn, matches.size(), queryKeypoints.size(), trainKeypoints.size()};
 }
 
 } // namespace tarvix

@@ -14,7 +14,7 @@ CDib* tx_DetectorTest(CDib& image, int detector) {
     return showCvPassRest<CDib*>(nullptr, [&]() -> CDib* {
         const cv::Mat matrix = DibToMat(image);
         const cv::Ptr<cv::Feature2D> engine = createDetector(detector);
-        return engine == nullptr ? nullptr : MatToDib(drawDetected(matrix, *engine));
+        return engine == nullptr ? nullptr : MatToDib(drawDetected(matrix, *engine).image);
     });
 }
 
@@ -22,7 +22,7 @@ CDib* tx_MatchTest(CDib& image1, CDib& image2, int detector, int descriptor) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
         const cv::Mat query = DibToMat(image1);
         const cv::Mat train = DibToMat(image2);
-        return MatToDib(orFail(drawMatched(query, train, detector, descriptor)));
+        return MatToDib(orFail(drawMatched(query, train, detector, descriptor).image));
     });
 }
 

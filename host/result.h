@@ -31,6 +31,7 @@ struct TextBeside {
 struct Result {
     cv::Mat image{};                     // goes to -o; empty if there is none
     Json data{};                         // what was found; null if there is nothing to print
+    Json counts = Json::object();        // without data: what the image shows, for the JSON
     std::vector<std::string> warnings{}; // whole sentences for the user
     std::vector<ImageBeside> beside{};
     std::vector<TextBeside> texts{};

@@ -151,7 +151,9 @@ int runAndWrite(const Command& command, const Job& job, Output& output) {
     if (!result.data.is_null()) {
         output.print(result.data, command.text);
     } else if (output.json()) {
-        output.print(writtenAsJson(result.image, job.options->out), {});
+        Json said = writtenAsJson(result.image, job.options->out);
+        said.update(result.counts);
+        output.print(said, {});
     }
     for (const ImageBeside& image : result.beside) {
         const cv::Mat drawn = image.draw();

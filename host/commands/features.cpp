@@ -1,3 +1,5 @@
+#include "features/detectors.h"
+#include "features/drawn_features.h"
 #include "host/commands.h"
 #include "host/failure.h"
 #include "host/gallery_inputs.h"
@@ -56,8 +58,9 @@ Command keypoints() {
             addDetector(parser, o.detector);
         },
         [](const Options& o, CDib& in) {
-            return Result{.image =
-                              take(tx_DetectorTest(in, o.detector), "no keypoints could be drawn")};
+            const cv::Ptr<cv::Feature2D> detector = tarvix::createDetector(o.detector);
+            const tarvix::DrawnKeypoints drawn = tarvix::drawDetected(toMatrix(in), *detector);
+            return Result{.image = drawn.image, .counts = {{"keypoints", drawn.count}}};
         });
 }
 
@@ -102,8 +105,11 @@ Command match() {
         [](const Options& o, Output&) {
             const Bitmap first = loadImage(o.in, o.gray);
             const Bitmap second = loadImage(o.second, o.gray);
-            return Result{.image = take(tx_MatchTest(*first, *second, o.detector, o.descriptor),
-                                        "the two images cannot be matched")};
+            const tarvix::DrawnMatches drawn =
+                tarvix::drawMatched(toMatrix(*first), toMatrix(*second), o.detector, o.descriptor);
+            return Result{.image = drawn.image,
+                          .counts = {{"keypoints", {drawn.queryKeypoints, drawn.trainKeypoints}},
+                                     {"matches", drawn.count}}};
         });
 }
 

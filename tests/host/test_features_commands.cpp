@@ -1,11 +1,15 @@
 // The sub-commands keypoints, match, register and stitch, run as a user runs them.
+#include "host/images.h"
 #include "tests/host/sub_command.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
 
+#include <tarvix/tarvix.h>
+
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <opencv2/features2d.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -57,6 +61,31 @@ TEST_F(FeatureCommands, MatchIsSideBySide) {
     EXPECT_EQ(cv::imread(out).cols, test::photo("box.png").cols + test::photo("home.jpg").cols);
     expectOneLine(tarvix({"match", box, folder / "missing.png", "-o", out}), 1);
     expectOneLine(tarvix({"match", box, "-o", out}), 2);
+}
+
+// The files are those of the exports, which count nothing.
+TEST_F(FeatureCommands, WhatIsDrawnIsCounted) {
+    const std::string box = test::photoPath("box.png");
+    const json keypoints =
+        json::parse(tarvix({"keypoints", home, "-o", out, "--detector", "brisk", "--json"}).out);
+    const cv::Mat homeImage = test::photo("home.jpg");
+    std::vector<cv::KeyPoint> expected;
+    cv::BRISK::create()->detect(homeImage, expected);
+    ASSERT_FALSE(expected.empty());
+    EXPECT_EQ(keypoints.at("keypoints"), expected.size());
+    EXPECT_EQ(keypoints.at("size"), json({homeImage.cols, homeImage.rows}));
+    const host::Bitmap first = host::loadImage(box, false);
+    const host::Bitmap second = host::loadImage(home, false);
+    cv::theRNG() = cv::RNG(); // the colours, as in a new process
+    EXPECT_THAT(cv::imread(out), test::IsIdenticalTo(host::take(tx_DetectorTest(*second, 2))));
+
+    const json matches = json::parse(tarvix({"match", box, home, "-o", out, "--json"}).out);
+    EXPECT_EQ(matches.at("matches"), matches.at("keypoints").at(0)) << "none is left out";
+    EXPECT_GT(matches.at("matches"), 100);
+    EXPECT_GT(matches.at("keypoints").at(1), 100);
+    cv::theRNG() = cv::RNG();
+    EXPECT_THAT(cv::imread(out),
+                test::IsIdenticalTo(host::take(tx_MatchTest(*first, *second, 1, 0))));
 }
 
 TEST_F(FeatureCommands, StitchAndItsFailures) {

@@ -37,6 +37,12 @@ class Operate(WorkbenchTest):
         self.open("#operate?image=left01.jpg&op=chessboard&board=9x6")
         self.assertIn("54 corners found", self.text(".operate .count"))
 
+    def test_what_is_drawn_is_counted(self):
+        self.open("#operate?image=home.jpg&op=keypoints&detector=orb")
+        self.assertEqual(self.text(".operate .count"), "500 keypoints drawn.")
+        self.open("#operate?image=box.png&second=home.jpg&op=match")
+        self.assertRegex(self.text(".operate .count"), r"^\d+ matches drawn, of \d+ and \d+ keypoints\.$")
+
     def test_a_board_that_is_not_there_is_said(self):
         self.open("#operate?image=building.jpg&op=chessboard&board=9x6")
         self.assertEqual(self.text(".operate .findings .failed"), "No chessboard of 9 x 6 inner corners in 'building.jpg'.")

@@ -20,18 +20,29 @@ const kinds = {
 
 const listOf = (data) => Object.entries(kinds).find(([name]) => Array.isArray(data?.[name]));
 
+const number = (count, one, many) => `${count} ${count === 1 ? one : many}`;
+
+// What is only drawn, as a sentence, or null.
+function drawnSentence({keypoints, matches} = {}) {
+    if (matches !== undefined) {
+        return `${number(matches, "match", "matches")} drawn, of ${keypoints[0]} and ${keypoints[1]} keypoints.`;
+    }
+    return Number.isInteger(keypoints) ? `${number(keypoints, "keypoint", "keypoints")} drawn.` : null;
+}
+
 // The count and the table, or null if the command makes no list.
 export function listElement(data) {
     const found = listOf(data);
     if (!found) {
-        return null;
+        const sentence = drawnSentence(data ?? {});
+        return sentence ? el("p", {class: "count"}, sentence) : null;
     }
     const [name, kind] = found;
     const list = data[name];
     const rows = list.slice(0, mostRows).map((item, i) =>
         el("tr", {}, el("td", {}, String(i + 1)), kind.row(item).map((value) => el("td", {}, String(value)))));
     return el("div", {},
-        el("p", {class: "count"}, `${list.length} ${list.length === 1 ? kind.one : kind.many} found` +
+        el("p", {class: "count"}, `${number(list.length, kind.one, kind.many)} found` +
             (list.length > mostRows ? `; the first ${mostRows}:` : ".")),
         list.length === 0 ? null : el("div",
             {class: "scroll", tabindex: 0, role: "region", "aria-label": "What was found"},
