@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -87,9 +88,9 @@ TEST(CameraEstimate, CovarianceIsTheScatterOfEstimates) {
     const std::vector<cv::Point3d> ray{{-0.39, -0.29, 1}}; // near the top-left sample
     std::vector<cv::Point2d> all;
     std::vector<double> fx;
-    for (int i = 0; i < estimates; ++i) {
+    for (std::uint64_t seed = 100; seed < 100 + estimates; ++seed) {
         const tarvix::CameraEstimate camera =
-            tarvix::estimateCamera(seenViews(poses, sigma, 100 + i), boardPattern, 1.0F);
+            tarvix::estimateCamera(seenViews(poses, sigma, seed), boardPattern, 1.0F);
         fx.push_back(camera.parameters[0]);
         cv::projectPoints(ray, cv::Vec3d(), cv::Vec3d(), camera.cameraMatrix, camera.distCoeffs,
                           projected);

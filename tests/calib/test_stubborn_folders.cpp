@@ -99,7 +99,7 @@ TEST_F(StubbornFolders, FilesOfOthersAreWrittenIfTheyMayBe) {
     std::string before = pair();
     // Open to all; with the sticky bit, so that only owners rename; closed to others.
     int photos = 3;
-    for (const mode_t mode : {0777, 01777, 0755}) {
+    for (const mode_t mode : {0777U, 01777U, 0755U}) {
         SCOPED_TRACE(mode);
         ASSERT_EQ(chmod(folder.path().c_str(), mode), 0);
         {

@@ -174,7 +174,7 @@ TEST_F(PosixFileSets, ANewFileHasTheModeThatTheProcessGives) {
 
 TEST_F(PosixFileSets, AnotherUsersFileStaysHis) {
     NEEDS_PRIVILEGES();
-    for (const mode_t mode : {0777, 01777}) { // an open folder, and one with the sticky bit
+    for (const mode_t mode : {0777U, 01777U}) { // an open folder, and one with the sticky bit
         SCOPED_TRACE(mode);
         test::writeBytes(folder / "a", "old");
         test::writeBytes(folder / "b", "old and long");
