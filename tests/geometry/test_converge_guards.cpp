@@ -1,8 +1,8 @@
-// The guards of the convergence search's screen: each has the value that the argument gives it, and
-// where a bound goes wrong without a guard, that is shown.
+// The guards of the convergence search's screen: each has the value that the argument gives it.
+// What goes wrong without them is in test_converge_dropped_guards.cpp.
 #include "geometry/converge_screen.h"
+#include "tests/geometry/dropped_guards.h"
 #include "tests/geometry/seen.h"
-#include "tests/geometry/trig_inputs.h"
 
 #include <gtest/gtest.h>
 
@@ -29,48 +29,7 @@ void expectFarFrom1(const MakeView& view) {
     EXPECT_TRUE(Seen<Without>(view(0.99)).isFar());
 }
 
-struct NoEdgeGuard : SearchRules {
-    static constexpr double shortestMarkedEdge = 0.0;
-};
-struct NoAreaGuard : SearchRules {
-    static constexpr double smallestArea = 0.0;
-};
-struct AnySigns : SearchRules {
-    static constexpr bool signsMayDiffer = true;
-};
-struct NoMarkedBalance : SearchRules {
-    static constexpr double markedBalance = 0.0;
-};
-struct NoShortestFocal : SearchRules {
-    static constexpr double shortestFocal = 0.0;
-};
-struct NoFocalOfCoordinate : SearchRules {
-    static constexpr double focalOfCoordinate = -1e300;
-};
-struct NoLongestFocal : SearchRules {
-    static constexpr double longestFocal = 1e300;
-};
-struct NoLongestFarFocal : SearchRules {
-    static constexpr double longestFarFocal = 1e300;
-};
-struct NoLongestFocalPx : SearchRules {
-    static constexpr double longestFocalPx = 1e300;
-};
-struct NoNearDepth : SearchRules {
-    static constexpr double nearDepth = -1e300;
-};
-struct NoFarDepth : SearchRules {
-    static constexpr double farDepth = 0.0;
-};
-struct NoBalance : SearchRules {
-    static constexpr double balance = 0.0;
-};
-
-struct NoBalances : NoMarkedBalance {
-    static constexpr double balance = 0.0; // hardly turned, the projected triangles cancel, too
-};
-
-const cv::Size image(1200, 900);
+const cv::Size image = guardedImage;
 
 TEST(NearGuards, TheShortestMarkedEdge) {
     expectNearFrom1<NoEdgeGuard>([](double t) {
@@ -210,11 +169,6 @@ View aboutHorizon(double offset) {
             focalPx, pitch};
 }
 
-// Crosses itself: triangle 012 has the doubled area -4 x y, triangle 023 4 x y less 2 x lift.
-Corners crossing(double x, double y, double lift) {
-    return {cv::Point2d(-x, -y), {x, y}, {x, -y}, {-x, y - lift}};
-}
-
 TEST(FarGuards, TheBalanceOfTheMarkedTriangles) {
     expectFarFrom1<NoMarkedBalance>([](double t) {
         const double lift = 4.0 * 200.0 * (t / 64.0) / (1.0 + t / 64.0);
@@ -224,120 +178,6 @@ TEST(FarGuards, TheBalanceOfTheMarkedTriangles) {
 
 TEST(FarGuards, TheBalanceOfTheProjectedTriangles) {
     expectFarFrom1<NoBalance>([](double t) { return aboutHorizon(t * 100.0 / 64.0); });
-}
-
-// Without a guard, a bound exceeds the error by more than its margin. The others of the guards only
-// make the argument short: nothing seen exceeds the margin without them.
-
-// The most by which a bound that drops a guard exceeds the error, over views that only this guard
-// keeps from being trusted.
-template <class Without, class MakeView, class Trusted, class Bound>
-double worstExcess(const MakeView& makeView, const Trusted& trusted, const Bound& bound) {
-    std::mt19937_64 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
-    double worst = 0.0;
-    int views = 0;
-    for (int i = 0; i < 40000; ++i) {
-        const View view = makeView(random);
-        const Seen<Without> without(view);
-        if (trusted(Seen<SearchRules>(view)) || !trusted(without)) {
-            continue;
-        }
-        ++views;
-        const double error = errorRadians(view);
-        if (!std::isnan(error)) {
-            worst = std::max(worst, bound(without) - error);
-        }
-    }
-    EXPECT_GT(views, 1000);
-    return worst;
-}
-template <class Without, class MakeView>
-double worstNearExcess(const MakeView& makeView) {
-    return worstExcess<Without>(
-        makeView, [](const auto& seen) { return seen.isNear(); },
-        [](const auto& seen) { return seen.cosines(); });
-}
-template <class Without, class MakeView>
-double worstFarExcess(const MakeView& makeView) {
-    return worstExcess<Without>(
-        makeView, [](const auto& seen) { return seen.isFar(); },
-        [](const auto& seen) { return seen.vanishingPoints(); });
-}
-
-// Quadrilaterals that cross themselves and have next to no area: the centroid is so far away that
-// moving by it makes corners coincide, and RightAngleError counts nothing at them.
-View withHardlyAnyArea(std::mt19937_64& random) {
-    const double x = uniform(random, 100.0, 400.0);
-    const double y = uniform(random, 50.0, 300.0);
-    return {aboutCentre(image, crossing(x, y, std::floor(uniform(random, 1.0, 1000.0)) * 0x1p-43)),
-            uniform(random, 500.0, 1500.0), uniform(random, -40.0, 40.0)};
-}
-
-TEST(NearGuards, WithoutTheSignsTheBoundIsWrong) {
-    EXPECT_GT(worstNearExcess<AnySigns>(withHardlyAnyArea), SearchRules::nearMargin);
-}
-
-TEST(NearGuards, WithoutTheLongestFocalLengthTheBoundIsWrong) {
-    // The corners are closer together than the projection's rounding.
-    const double worst = worstNearExcess<NoLongestFocal>([](std::mt19937_64& random) {
-        const Corners tiny = {
-            cv::Point2d(3e-6, 5e-6), {7e-6, -4e-6}, {-4e-6, -7e-6}, {-6e-6, 1e-6}};
-        return View{aboutCentre(image, tiny), uniform(random, 1e6, 1e9),
-                    uniform(random, -40.0, 40.0)};
-    });
-    EXPECT_GT(worst, SearchRules::nearMargin);
-}
-
-// A corner next to the horizon is projected so far away that moving by the centroid makes the
-// others coincide.
-View withCornerAtHorizon(std::mt19937_64& random) {
-    const double pitch = uniform(random, 20.0, 60.0);
-    const double focalPx = uniform(random, 100.0, 900.0);
-    const cv::Matx33d x = RotationX(pitch);
-    // Compilers differ in the order in which they evaluate the arguments of one call.
-    const auto within = [&](double reach) {
-        const double y = uniform(random, -reach, reach);
-        return cv::Point2d(uniform(random, -reach, reach), y);
-    };
-    const cv::Point2d middle = within(200.0);
-    Corners corners{};
-    for (cv::Point2d& p : corners) {
-        p = middle + within(90.0);
-    }
-    corners[2] = {uniform(random, -900.0, 900.0),
-                  focalPx * x(1, 1) / x(2, 1) + uniform(random, -1e-11, 1e-11)};
-    return {aboutCentre(image, corners), focalPx, pitch};
-}
-
-TEST(NearGuards, WithoutTheDepthTheBoundIsWrong) {
-    EXPECT_GT(worstNearExcess<NoNearDepth>(withCornerAtHorizon), SearchRules::nearMargin);
-}
-
-TEST(FarGuards, WithoutTheDepthTheBoundIsWrong) {
-    EXPECT_GT(worstFarExcess<NoFarDepth>(withCornerAtHorizon), SearchRules::farMargin);
-}
-
-TEST(FarGuards, WithoutTheBalanceOfTheMarkedTrianglesTheBoundIsWrong) {
-    EXPECT_GT(worstFarExcess<NoBalances>(withHardlyAnyArea), SearchRules::farMargin);
-}
-
-TEST(FarGuards, WithoutTheBalanceTheBoundIsWrong) {
-    // The projected triangles cancel, and the centroid is as far away as with no area.
-    const double worst = worstFarExcess<NoBalance>([](std::mt19937_64& random) {
-        const double pitch = uniform(random, 20.0, 60.0);
-        const double focalPx = uniform(random, 300.0, 900.0);
-        const cv::Matx33d x = RotationX(pitch);
-        const double middle = focalPx * x(1, 1) / x(2, 1) + uniform(random, -1e-11, 1e-11);
-        const double left = uniform(random, -400.0, -50.0);
-        const double right = uniform(random, 50.0, 400.0);
-        const double half = uniform(random, 50.0, 300.0);
-        const Corners corners = {cv::Point2d(left, middle - half),
-                                 {right, middle - half},
-                                 {right, middle + half},
-                                 {left, middle + half}};
-        return View{aboutCentre(image, corners), focalPx, pitch};
-    });
-    EXPECT_GT(worst, SearchRules::farMargin);
 }
 
 } // namespace
