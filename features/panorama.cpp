@@ -26,11 +26,9 @@ std::vector<cv::Mat> readAll(const FileList& files) {
 class RecordingMatcher : public cv::detail::BestOf2NearestMatcher {
 public:
     struct Pair {
-        int first = 0;
-        int second = 0;
-        int matches = 0;
-        int agreeing = 0;
-        bool isSameView = false;
+        int first;
+        int second;
+        PairAgreement agreement;
     };
     [[nodiscard]] const std::vector<Pair>& pairs() const { return m_pairs; }
 
@@ -41,10 +39,10 @@ protected:
                cv::detail::MatchesInfo& info) override {
         cv::detail::BestOf2NearestMatcher::match(first, second, info);
         const std::lock_guard lock(m_mutex);
-        m_pairs.push_back({first.img_idx, second.img_idx, static_cast<int>(info.matches.size()),
-                           info.num_inliers,
-                           isSameView({static_cast<int>(info.matches.size()), info.num_inliers,
-                                       info.confidence})});
+        m_pairs.push_back(
+            {first.img_idx,
+             second.img_idx,
+             {static_cast<int>(info.matches.size()), info.num_inliers, info.confidence}});
     }
 
 private:
@@ -52,22 +50,20 @@ private:
     std::vector<Pair> m_pairs;
 };
 
-// Takes the pair as a photograph's best one, if it is better than that so far. Of equal ones the
-// first photograph, since the pairs come in any order.
-void consider(PanoramaPart& part, int neighbour, const RecordingMatcher::Pair& pair) {
+} // namespace
+
+bool isSameView(const PairAgreement& pair) {
+    return pair.confidence == 0 && pair.agreeing > 8 + 0.3 * pair.matches;
+}
+
+void consider(PanoramaPart& part, int neighbour, const PairAgreement& pair) {
     if (part.neighbour < 0 || pair.agreeing > part.agreeing ||
         (pair.agreeing == part.agreeing && neighbour < part.neighbour)) {
         part.neighbour = neighbour;
         part.matches = pair.matches;
         part.agreeing = pair.agreeing;
-        part.isSameView = pair.isSameView;
+        part.isSameView = isSameView(pair);
     }
-}
-
-} // namespace
-
-bool isSameView(const PairAgreement& pair) {
-    return pair.confidence == 0 && pair.agreeing > 8 + 0.3 * pair.matches;
 }
 
 std::optional<cv::Mat> stitchPanorama(const FileList& files) {
@@ -103,10 +99,10 @@ ExplainedPanorama explainPanorama(const FileList& files) {
         PanoramaPart& first = result.parts.at(static_cast<std::size_t>(pair.first));
         PanoramaPart& second = result.parts.at(static_cast<std::size_t>(pair.second));
         if (second.isUsed) {
-            consider(first, pair.second, pair);
+            consider(first, pair.second, pair.agreement);
         }
         if (first.isUsed) {
-            consider(second, pair.first, pair);
+            consider(second, pair.first, pair.agreement);
         }
     }
     return result;

@@ -37,6 +37,11 @@ struct PanoramaPart {
     bool isSameView = false; // as that one: the stitcher does not join the two, but by others
 };
 
+// Takes another photograph as the part's neighbour if it is the first, or better than the one so
+// far: more matches agree, or as many and it comes before that one among the photographs. So the
+// neighbour does not depend on the order of the calls, which is any.
+void consider(PanoramaPart& part, int neighbour, const PairAgreement& pair);
+
 struct ExplainedPanorama {
     cv::Mat image; // CV_8UC3; empty if the photographs cannot be joined
     std::vector<PanoramaPart> parts;

@@ -7,7 +7,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -47,16 +46,12 @@ cv::Rect projectedOutline(const cv::Mat& referenceFromImage, cv::Size size) {
     const std::vector<cv::Point2f> corners = {{0, 0}, {cols, 0}, {cols, rows}, {0, rows}};
     std::vector<cv::Point2f> projected;
     cv::perspectiveTransform(corners, projected, referenceFromImage);
-    std::array<int, 4> x{};
-    std::array<int, 4> y{};
-    for (std::size_t i = 0; i < 4; ++i) {
-        x[i] = roundedToInt(double{projected[i].x});
-        y[i] = roundedToInt(double{projected[i].y});
-    }
-    const int left = std::min(x[0], x[3]);
-    const int top = std::min(y[0], y[1]);
-    const int right = std::max(x[1], x[2]);
-    const int bottom = std::max(y[2], y[3]);
+    const auto x = [&](std::size_t corner) { return roundedToInt(double{projected.at(corner).x}); };
+    const auto y = [&](std::size_t corner) { return roundedToInt(double{projected.at(corner).y}); };
+    const int left = std::min(x(0), x(3));
+    const int top = std::min(y(0), y(1));
+    const int right = std::max(x(1), x(2));
+    const int bottom = std::max(y(2), y(3));
     return {left, top, saturate(std::int64_t{right} - left), saturate(std::int64_t{bottom} - top)};
 }
 

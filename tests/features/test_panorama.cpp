@@ -14,10 +14,12 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <tuple>
+#include <vector>
 
 namespace {
 
@@ -270,6 +272,59 @@ TEST(SameView, IsAPairWithoutConfidenceThatAgrees) {
     EXPECT_FALSE(tarvix::isSameView({.matches = 100, .agreeing = 38, .confidence = 0}));
     EXPECT_TRUE(tarvix::isSameView({.matches = 100, .agreeing = 39, .confidence = 0}));
     EXPECT_FALSE(tarvix::isSameView({.matches = 0, .agreeing = 0, .confidence = 0}));
+}
+
+// What a part holds after the pairs, in this order: the neighbour, and how many agree.
+struct Offer {
+    int neighbour;
+    tarvix::PairAgreement pair;
+};
+tarvix::PanoramaPart after(const std::vector<Offer>& offers) {
+    tarvix::PanoramaPart part;
+    for (const Offer& offer : offers) {
+        consider(part, offer.neighbour, offer.pair);
+    }
+    return part;
+}
+
+TEST(Consider, TakesTheOneWithWhichMostAgreeInAnyOrder) {
+    const Offer few{0, {.matches = 90, .agreeing = 12, .confidence = 0.3}};
+    const Offer most{2, {.matches = 70, .agreeing = 50, .confidence = 1.7}};
+    const Offer asManyLater{4, {.matches = 200, .agreeing = 50, .confidence = 0.7}};
+    const Offer none{3, {.matches = 0, .agreeing = 0, .confidence = 0}};
+    std::vector<int> order = {0, 1, 2, 3};
+    const std::vector<Offer> all = {few, most, asManyLater, none};
+    do {
+        std::vector<Offer> offers;
+        offers.reserve(all.size());
+        for (const int i : order) {
+            offers.push_back(all.at(static_cast<std::size_t>(i)));
+        }
+        const tarvix::PanoramaPart part = after(offers);
+        EXPECT_EQ(part.neighbour, 2);
+        EXPECT_EQ(part.matches, 70);
+        EXPECT_EQ(part.agreeing, 50);
+        EXPECT_FALSE(part.isSameView);
+    } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST(Consider, TakesTheFirstWhateverItIs) {
+    for (const int neighbour : {0, 1, 7}) {
+        const tarvix::PanoramaPart part = after({{neighbour, {}}});
+        EXPECT_EQ(part.neighbour, neighbour);
+        EXPECT_EQ(part.agreeing, 0);
+        EXPECT_FALSE(part.isSameView);
+    }
+    EXPECT_TRUE(after({{1, {.matches = 500, .agreeing = 480, .confidence = 0}}}).isSameView);
+}
+
+TEST(Consider, LetsWhatIsWorseChangeNothing) {
+    const Offer sameView{0, {.matches = 500, .agreeing = 480, .confidence = 0}};
+    const tarvix::PanoramaPart part =
+        after({sameView, {1, {.matches = 900, .agreeing = 479, .confidence = 1.7}}});
+    EXPECT_EQ(part.neighbour, 0);
+    EXPECT_EQ(part.matches, 500);
+    EXPECT_TRUE(part.isSameView);
 }
 
 } // namespace

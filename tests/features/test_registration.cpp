@@ -387,6 +387,48 @@ TEST_F(MatchImages, RealPairWithTooFewMatchesIsLeftOut) {
     EXPECT_THAT(host.messages, IsEmpty());
 }
 
+// An image with exactly so many good matches: more and more of a view is painted over.
+cv::Mat withMatches(const cv::Mat& reference, std::size_t wanted) {
+    const cv::Mat whole = noisy(reference, 3, 1.1, 5);
+    const auto partOf = [&](int height) {
+        cv::Mat image = whole.clone();
+        image.rowRange(height, image.rows).setTo(cv::Scalar::all(90));
+        return image;
+    };
+    const auto matches = [&](const cv::Mat& image) {
+        seed();
+        return pairsOf(reference, image).image.size();
+    };
+    int height = whole.rows;
+    while (height > 8 && matches(partOf(height)) >= wanted) {
+        height -= 8;
+    }
+    for (; height < whole.rows; ++height) {
+        cv::Mat image = partOf(height);
+        if (matches(image) == wanted) {
+            return image;
+        }
+    }
+    return {};
+}
+
+TEST_F(MatchImages, EightMatchesAreEnoughAndSevenAreNot) {
+    const cv::Mat reference = part(200, 150, {240, 200});
+    const std::string file = save("a.png", reference);
+    const tarvix::SetMatcher matcher(reference);
+    for (const std::size_t matches : {7U, 8U}) {
+        const cv::Mat image = withMatches(reference, matches);
+        ASSERT_FALSE(image.empty()) << "no view has " << matches << " matches";
+        seed();
+        const tarvix::SetMatch match = matcher.match(image);
+        EXPECT_EQ(match.matches, matches);
+        EXPECT_EQ(match.referenceFromImage.empty(), matches < 8) << matches;
+        seed();
+        EXPECT_EQ(run({file, save(std::to_string(matches) + ".png", image)}, 2), 1);
+        EXPECT_EQ(written(), matches < 8 ? 0 : 2);
+    }
+}
+
 // ---- names and images that do not match
 
 TEST_F(MatchImages, OneFileAndTwoNamesWriteNothingAndReturnOne) {
@@ -764,6 +806,12 @@ TEST(ProjectedOutline, SaturatesAndTreatsNotANumberAsZero) {
     const cv::Rect none =
         tarvix::projectedOutline(cv::Mat(cv::Matx33d(nan, 0, 0, 0, nan, 0, 0, 0, nan)), {10, 10});
     EXPECT_EQ(none.area(), 0);
+    const cv::Rect noColumns =
+        tarvix::projectedOutline(cv::Mat(cv::Matx33d(nan, 0, 0, 0, 1, 2, 0, 0, 1)), {10, 10});
+    EXPECT_EQ(noColumns, cv::Rect(0, 2, 0, 10));
+    const cv::Rect noRows =
+        tarvix::projectedOutline(cv::Mat(cv::Matx33d(1, 0, 2, 0, nan, 0, 0, 0, 1)), {10, 10});
+    EXPECT_EQ(noRows, cv::Rect(2, 0, 10, 0));
 }
 
 TEST(CommonCanvas, HoldsTheReferenceAndEveryOutline) {
