@@ -24,6 +24,7 @@ def options_of(words):
     parser.add_argument('--list', action='store_true', help='lists the changes and ends')
     parser.add_argument('--again', action='store_true', help='tries everything, what is recorded as without effect, too')
     parser.add_argument('--others', action='store_true', help='tries what was not noticed with other folders\' tests, too')
+    parser.add_argument('--at-most', type=float, default=0, metavar='SECONDS', help='a first look, without longer tests')
     parser.add_argument('--jobs', type=int, default=len(os.sched_getaffinity(0)))
     parser.add_argument('paths', nargs='*')
     return parser.parse_intermixed_args(words)
@@ -45,6 +46,11 @@ def try_all(todo, jobs, attempt):
         list(pool.map(one, todo))
 
 
+def no_longer_than(seconds, reaching):
+    """Those of the tests [seconds, program, case] that take no longer; 0: all."""
+    return [test for test in reaching if not seconds or test[0] <= seconds]
+
+
 def within(root, path):
     """A PATH of the command line as the project names its files, or the end."""
     place = (root / path).resolve()
@@ -56,14 +62,17 @@ def within(root, path):
     return str(name)
 
 
-def report(build, names, chosen, known, results):
-    """Prints what was not noticed and the table. Returns whether all is as it should be."""
+def report(build, names, chosen, known, results, looked_at=()):
+    """Prints what was not noticed and the table. Returns whether all is as it should be. Of what was only looked at, the
+    longer tests were left out."""
     counts, is_good = collections.defaultdict(lambda: [0] * 5), True
     for number in chosen:
         name, site = build.sites[number]
         entry, is_known = results.entries.get(names.key(number)), names.lasting(number) in known
         if is_known and not names.holds(number, entry):
             entry = None
+        if number in looked_at:
+            entry = {'how': None, 'by': None, 'tests': looked_at[number]}
         row = counts[name.split('/')[0]]
         row[0] += 1
         row[3 if is_known else 1 if entry['how'] else 4] += 1
@@ -74,6 +83,7 @@ def report(build, names, chosen, known, results):
             is_good = False
         if not is_known and not entry['how']:
             reach = f'{entry["tests"]} tests' if entry['tests'] else 'no test reaches it'
+            reach += ', the longer ones left out' if number in looked_at else ''
             print(f'{where}  ({reach})\n    {names.line_text(number)}')
             is_good = False
     print('| folder | changes | noticed | of these, by not ending | without effect, with a reason | not noticed |\n'
@@ -125,11 +135,17 @@ def main():
         is_settled = names.holds(number, entry) and (entry['how'] or not options.others)
         return not is_settled and names.lasting(number) not in known
 
+    looked_at = {}
+
     def attempt(number, lock):
-        how, by = tests.attempt(number, reached.get(number, []))
+        reaching = reached.get(number, [])
+        short = no_longer_than(options.at_most, reaching)
+        how, by = tests.attempt(number, short)
         with lock:
-            results.add({'key': names.key(number), 'how': how, 'by': by, 'tests': len(reached.get(number, [])),
-                         **names.state(number, by)})
+            if how is None and len(short) < len(reaching):
+                looked_at[number] = len(short)
+                return
+            results.add({'key': names.key(number), 'how': how, 'by': by, 'tests': len(reaching), **names.state(number, by)})
 
     todo = [n for n in chosen if is_open(n)]
     others = (build.make_all_tests, frozenset(todo)) if options.others else ()
@@ -137,7 +153,7 @@ def main():
     tests.check({name for n in todo for _, name, _ in reached.get(n, [])}, options.jobs)
     say(f'{len(chosen)} changes, {len(todo)} to try')
     try_all(todo, options.jobs, attempt)
-    return 0 if report(build, names, chosen, known, results) else 1
+    return 0 if report(build, names, chosen, known, results, looked_at) else 1
 
 
 if __name__ == '__main__':

@@ -1,6 +1,8 @@
-"""The tool that tries small wrong changes: which results of earlier runs count, which paths it takes, and when a test has
-noticed a change. Made-up programs stand for tests. Arguments: the project's folder.
+"""The tool that tries small wrong changes: which results of earlier runs count, which paths it takes, what a first look
+leaves out, and when a test has noticed a change. Made-up programs stand for tests. Arguments: the project's folder.
 Ends with 77 if libclang's bindings (package python3-clang) are missing: CTest says "skipped"."""
+import contextlib
+import io
 import pathlib
 import sys
 import tempfile
@@ -88,6 +90,19 @@ def results():
         check(counts == expected, f'{file}, {change}: {counts}')
     check(not names_of().holds(1, None), 'no result counts')
     check(not names_of().holds(1, {'how': 'failed', 'by': 'filters.one', 'suite': 'x'}), 'a result of an earlier kind counts')
+
+
+def looks():
+    """A first look leaves out long tests, and what was only looked at is not noticed."""
+    reaching = [[0.1, 'filters.a', 'A.x'], [2.5, 'filters.b', 'B.x'], [2.6, 'filters.b', 'B.y']]
+    check(run.no_longer_than(0, reaching) == reaching, 'a test was left out without being asked to')
+    check(run.no_longer_than(2.5, reaching) == reaching[:2], 'the long test was not left out, or more than that')
+    names, printed = names_of(), io.StringIO()
+    noticed = types.SimpleNamespace(entries={names.key(1): {'how': 'failed', 'by': 'filters.one', 'tests': 3}})
+    with contextlib.redirect_stdout(printed):
+        check(run.report(names.build, names, [1], {}, noticed), 'what is noticed is not good')
+        check(not run.report(names.build, names, [1], {}, noticed, {1: 2}), 'an older result counts')
+    check('(2 tests, the longer ones left out)' in printed.getvalue(), printed.getvalue())
 
 
 # Fails if there is a file `broken`, and with change 7. With change 8, its first run makes that file.
@@ -183,6 +198,7 @@ def turns():
 with tempfile.TemporaryDirectory() as one, tempfile.TemporaryDirectory() as other:
     paths(pathlib.Path(one).resolve())
     results()
+    looks()
     attempts(pathlib.Path(other))
     turns()
-print('results, paths, attempts and turns')
+print('results, paths, looks, attempts and turns')
