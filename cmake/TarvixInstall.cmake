@@ -22,6 +22,10 @@ else()
   set(tarvix_host_dir "${CMAKE_INSTALL_LIBEXECDIR}/tarvix")
   set_target_properties(${tarvix_shared_libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
+if(TARGET TarvixLive) # no host links it
+  set_target_properties(TarvixLive PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS TarvixLive LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development)
+endif()
 
 install(
   TARGETS ${tarvix_shared_libraries} tarvix_platform tarvix_win32 tarvix_afx tarvix_dib
@@ -40,7 +44,7 @@ endif()
 
 # What is installed is hardened as distributions do it: all symbols are resolved when it is loaded, and the tables of their
 # addresses cannot be written afterwards.
-foreach(target IN ITEMS ${tarvix_shared_libraries} tarvix-message-box tarvix_host)
+foreach(target IN ITEMS ${tarvix_shared_libraries} TarvixLive tarvix-message-box tarvix_host)
   if(TARGET ${target} AND CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
     target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now)
   endif()

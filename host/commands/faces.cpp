@@ -1,3 +1,4 @@
+#include "faces/live/live.h"
 #include "host/application.h"
 #include "host/commands.h"
 #include "host/drawing.h"
@@ -7,7 +8,6 @@
 #include <tarvix/tarvix.h>
 
 #include <CLI/App.hpp>
-#include <opencv2/videoio.hpp>
 
 #include <sstream>
 
@@ -80,7 +80,7 @@ Command track() {
         [](CLI::App&, CommonOptions&) {},
         [](const CommonOptions&, Output&) {
             // The export ends at once without a camera, and does not tell.
-            if (!cv::VideoCapture(0).isOpened()) {
+            if (!tarvix::hasCamera()) {
                 throw Failure("there is no camera 0, or it cannot be opened");
             }
             if (tx_TrackFace(nullptr) == 0) {

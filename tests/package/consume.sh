@@ -23,7 +23,7 @@ expect() {
 }
 runtime=("$libdir/tarvix/tarvix-message-box")
 links=()
-for library in Tarvix TarvixWin32 TarvixAfx MorvelDib; do
+for library in Tarvix TarvixLive TarvixWin32 TarvixAfx MorvelDib; do
   runtime+=("$libdir/lib$library.so.$version" "$libdir/lib$library.so.${version%%.*}")
   links+=("$libdir/lib$library.so")
 done
@@ -81,6 +81,17 @@ python3 -c 'import ctypes, sys; ctypes.CDLL(sys.argv[1])._Z8tx_CannyR4CDibddii' 
 cd / || exit 1
 "$prefix/bin/tarvix" --version | grep -F "Tarvix $version" || fail "tarvix --version"
 "$prefix/bin/tarvix" faces "$photograph" || fail "tarvix faces"
+
+# What the first use of the camera loads is found, and its absence is said.
+export OPENCV_VIDEOIO_PRIORITY_LIST=IMAGES # no camera
+"$prefix/bin/tarvix" track >"$work/out" 2>&1 && fail "tarvix track without a camera"
+grep -q 'there is no camera 0' "$work/out" || fail "tarvix track: $(cat "$work/out")"
+live="$prefix/$libdir/libTarvixLive.so.${version%%.*}"
+mv "$live" "$live.away"
+"$prefix/bin/tarvix" track >"$work/out" 2>&1 && fail "tarvix track without its library"
+grep -q "libTarvixLive.so.${version%%.*}: cannot open" "$work/out" || fail "tarvix track without its library: $(cat "$work/out")"
+"$prefix/bin/tarvix" --version >/dev/null || fail "tarvix --version without the library of the camera"
+mv "$live.away" "$live"
 
 # The class library finds the installed program of the message box.
 LD_LIBRARY_PATH="$prefix/$libdir" quietly "the message box" "$message_box_test" --gtest_filter=MessageBox.IsShownFromAnyThread

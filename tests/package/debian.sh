@@ -23,6 +23,9 @@ for package in "$packages"/*.deb; do
 done
 cd / && "$work/unpacked/usr/bin/tarvix" --version 2>"$work/log" && fail "libraries were found outside the system's folders"
 LD_LIBRARY_PATH=$(echo "$work"/unpacked/usr/lib/*-linux-*) "$work/unpacked/usr/bin/tarvix" --version || fail "tarvix --version"
+LD_LIBRARY_PATH=$(echo "$work"/unpacked/usr/lib/*-linux-*) OPENCV_VIDEOIO_PRIORITY_LIST=IMAGES "$work/unpacked/usr/bin/tarvix" track \
+  >"$work/log" 2>&1
+grep -q 'there is no camera 0' "$work/log" || fail "tarvix track: $(cat "$work/log")"
 gzip -dc "$work/unpacked/usr/share/man/man1/tarvix.1.gz" | grep 'TH TARVIX' >/dev/null || fail "no manual page"
 found=$(grep_finds -rlP -e "$(own_folder "$source" "$build")" "$work/unpacked")
 [ -z "$found" ] || fail "a file names a folder of this machine: $found"
