@@ -1,5 +1,6 @@
-// The drawing in docs/geometry.md of what refuses the candidates of the convergence search: it is
-// made here, and the committed one must be the same. TARVIX_DRAW=1 writes it.
+// The drawing and the table in docs/geometry.md of what refuses the candidates of the convergence
+// search: both are made here, and the committed ones must be the same. TARVIX_DRAW=1 writes the
+// drawing.
 #include "geometry/converge_scan.h"
 #include "tests/geometry/quad_cases.h"
 
@@ -8,8 +9,11 @@
 #include <array>
 #include <cstdlib>
 #include <fstream>
+#include <iomanip>
 #include <map>
+#include <numeric>
 #include <sstream>
+#include <string>
 
 namespace {
 
@@ -56,7 +60,7 @@ constexpr std::array<const char*, decisions> names = {"vanishing points", "cosin
 // Neighbouring cells of a row that share a decision are one rectangle.
 void drawMap(std::ostream& svg, const Map& map, int left, int top) {
     std::size_t rows = 0;
-    std::size_t columns = 0;
+    std::size_t columns = 1;
     for (const auto& entry : map.cells) {
         rows = std::max(rows, entry.first.first + 1);
         columns = std::max(columns, entry.first.second + 1);
@@ -87,7 +91,7 @@ void drawMap(std::ostream& svg, const Map& map, int left, int top) {
     int y = 222;
     for (std::size_t decision = 0; decision < decisions; ++decision, y += 17) {
         svg << "<rect class=\"" << classes.at(decision) << "\" y=\"" << y - 10
-            << "\" width=\"12\" height=\"12\"/><text x=\"18\" y=\"" << y << "\">"
+            << R"(" width="12" height="12"/><text x="18" y=")" << y << "\">"
             << map.counts.at(decision) << ' ' << names.at(decision) << "</text>\n";
     }
     svg << "</g>\n";
@@ -141,6 +145,44 @@ TEST(Refusals, TheDrawingInTheDocumentationIsCurrent) {
     committed << file.rdbuf();
     EXPECT_TRUE(committed.str() == drawn)
         << "what is refused has changed: TARVIX_DRAW=1 test_refusals draws it anew";
+}
+
+// The lines of the table in docs/geometry.md: of the facades of bench_converge, the mean number of
+// candidates of each stage and what became of them.
+std::string table() {
+    constexpr int facades = 24;
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(1);
+    for (const double focal : {0.0, 35.0}) {
+        std::map<int, std::array<int, decisions>> sums;
+        std::mt19937_64 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+        for (int i = 0; i < facades; ++i) {
+            for (const auto& [stage, map] : searchFor(randomFacade(random), focal)) {
+                for (std::size_t decision = 0; decision < decisions; ++decision) {
+                    sums[stage].at(decision) += map.counts.at(decision);
+                }
+            }
+        }
+        for (const auto& [stage, sum] : sums) {
+            const int all = std::accumulate(sum.begin(), sum.end(), 0);
+            text << "| " << stage << (focal == 0.0 ? ", unknown" : ", 35 mm") << " | "
+                 << all / facades << " |";
+            for (const int count : sum) {
+                text << ' ' << static_cast<double>(count) / facades << " |";
+            }
+            text << '\n';
+        }
+    }
+    return text.str();
+}
+
+TEST(Refusals, TheTableInTheDocumentationIsCurrent) {
+    std::ifstream file(TARVIX_GEOMETRY_PAGE, std::ios::binary);
+    std::ostringstream page;
+    page << file.rdbuf();
+    EXPECT_NE(page.str().find("|---|---|---|---|---|---|\n" + table()), std::string::npos)
+        << "the rows of the table in " << TARVIX_GEOMETRY_PAGE << " must be:\n"
+        << table();
 }
 
 TEST(Refusals, CountEveryCandidateOnce) {
