@@ -2,6 +2,8 @@
 // unless a process turns it on. For one thread.
 #pragma once
 
+#include "host/photograph_file.h"
+
 #include <opencv2/core/mat.hpp>
 
 #include <optional>
@@ -9,10 +11,12 @@
 
 namespace host {
 
-// An upright image as it was loaded, and the note about damage that goes with it, if any.
+// An upright image as it was loaded, the note about damage that goes with it, if any, and what its
+// file says beside the pixels.
 struct DecodedImage {
     cv::Mat image;
     std::optional<std::string> note;
+    PhotographFile file;
 };
 
 void keepDecodedImages(bool keep);

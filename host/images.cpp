@@ -70,7 +70,7 @@ Bitmap loadImage(const std::string& name, bool gray) {
     if (!decoderTurns(file)) {
         image = toBitmap(upright(toMatrix(*image), file.exif.orientation));
     }
-    keepImage(path, {toMatrix(*image), damage});
+    keepImage(path, {toMatrix(*image), damage, file});
     return gray ? toGray(*image) : std::move(image);
 }
 

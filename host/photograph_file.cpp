@@ -1,5 +1,7 @@
 #include "host/photograph_file.h"
 
+#include "host/file_bytes.h"
+#include "host/image_cache.h"
 #include "host/piped_images.h"
 #include "platform/system/paths.h"
 
@@ -8,8 +10,7 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
+#include <utility>
 
 namespace host {
 
@@ -69,9 +70,11 @@ bool tryDecoder(Container container, int orientation) {
 } // namespace
 
 PhotographFile readPhotographFile(const std::string& name) {
-    std::ifstream stream(tarvix::pathOf(PipedImages::fileBehind(name)), std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(stream)),
-                            std::istreambuf_iterator<char>());
+    const std::string path = PipedImages::fileBehind(name);
+    if (auto kept = keptImage(path)) {
+        return std::move(kept->file);
+    }
+    const std::string bytes = bytesOfFile(tarvix::pathOf(path));
     PhotographFile file{.container = containerOf(bytes),
                         .metadata = metadataOf(bytes),
                         .bits = bitsPerSample(bytes)};

@@ -3,6 +3,7 @@
 #include "host/application.h"
 #include "host/batch/digest.h"
 #include "host/failure.h"
+#include "host/file_bytes.h"
 #include "platform/system/paths.h"
 #include "platform/system/process_identity.h"
 
@@ -13,7 +14,6 @@
 #include <charconv>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <random>
 #include <system_error>
 
@@ -72,11 +72,6 @@ void replaceFile(const std::string& path, const std::function<bool(const fs::pat
         fs::remove(half, ignored);
         throw;
     }
-}
-
-std::string bytesOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 bool writeBytes(const fs::path& path, const std::string& bytes) {
@@ -171,7 +166,7 @@ std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path
         }
         if (!saving.metadata.empty()) {
             const std::string whole =
-                withMetadata(bytesOf(half), saving.metadata, image.size(), leftOut);
+                withMetadata(bytesOfFile(half), saving.metadata, image.size(), leftOut);
             if (!writeBytes(half, whole)) {
                 return false;
             }

@@ -6,6 +6,7 @@
 #include "host/image_cache.h"
 #include "host/run_command.h"
 #include "platform/system/child_process.h"
+#include "platform/system/free_memory.h"
 #include "platform/system/processor_time.h"
 #include "workers/line_reader.h"
 #include "workers/worker.h"
@@ -107,6 +108,9 @@ Json answerTo(const Json& request, const Output::OnStep& onStep) {
 void serveRequests(int threads, bool keepImages) {
     cv::setNumThreads(threads);
     keepDecodedImages(keepImages);
+    if (keepImages) { // it will be asked for images of that size again
+        tarvix::keepFreedMemory();
+    }
     tarvix::StandardStreams streams = tarvix::takeStandardStreams();
     const auto write = [&streams](const Json& object) {
         if (!streams.out.write(lineOf(object))) {

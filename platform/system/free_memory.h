@@ -1,4 +1,5 @@
-// How much memory and how many processors a program may use.
+// How much memory and how many processors a program may use, and what becomes of memory that it
+// frees.
 #pragma once
 
 #include <cstddef>
@@ -12,5 +13,10 @@ std::uint64_t freeMemory();
 
 // Processors that the process may use, by its affinity and its control groups; at least 1.
 std::size_t processors();
+
+// From now on, memory that the process frees stays with it, up to 256 MiB, and is used again. A
+// process that makes images of one size again and again then does not pay for fresh, cleared pages
+// each time. Only where the C library offers it (GNU's).
+void keepFreedMemory();
 
 } // namespace tarvix

@@ -9,6 +9,9 @@
 #ifdef __linux__
 #include <sched.h>
 #endif
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace tarvix {
 
@@ -33,6 +36,15 @@ std::size_t processors() {
     }
 #endif
     return std::min(there, groupLimits("/").processors);
+}
+
+void keepFreedMemory() {
+#ifdef __GLIBC__
+    constexpr int mostKept = 256 << 20;
+    constexpr int largestInHeap = 32 << 20; // the most that the library takes
+    mallopt(M_TRIM_THRESHOLD, mostKept);
+    mallopt(M_MMAP_THRESHOLD, largestInHeap);
+#endif
 }
 
 } // namespace tarvix

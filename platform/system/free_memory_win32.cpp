@@ -17,4 +17,6 @@ std::size_t processors() {
     return std::max(1U, std::thread::hardware_concurrency());
 }
 
+void keepFreedMemory() {} // its heap has no such setting
+
 } // namespace tarvix

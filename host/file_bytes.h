@@ -1,0 +1,12 @@
+// The bytes of a whole file.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+// Empty if the file cannot be read.
+std::string bytesOfFile(const std::filesystem::path& path);
+
+} // namespace host
