@@ -254,8 +254,15 @@ int runCommand(std::vector<std::string> words, Output& output) {
     addVerbose(app);
     const Command* command = nullptr;
     Job job;
-    for (const Command& row : commands()) {
+    const std::vector<Command>& rows = commands();
+    const bool isNamed =
+        !words.empty() && std::any_of(rows.begin(), rows.end(),
+                                      [&](const Command& row) { return row.name == words[0]; });
+    for (const Command& row : rows) {
         CLI::App* parser = app.add_subcommand(row.name, row.help);
+        if (isNamed && row.name != words[0]) {
+            continue; // its options are not asked for; those of all commands take a millisecond
+        }
         const Job rowsJob = row.newJobFor && !words.empty() && words[0] == row.name
                                 ? row.newJobFor(words)
                                 : row.newJob();
