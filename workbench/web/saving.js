@@ -4,7 +4,7 @@ import * as api from "./api.js";
 import {el, button, labelled} from "./dom.js";
 import {sentence} from "./messages.js";
 
-// "a/b.jpg", "straight" -> "b-straight.jpg"
+// "a/b.jpg", "converge" -> "b-converge.jpg", as in the command line that is shown
 export function nameFor(image, what) {
     const base = image.split("/").at(-1);
     const dot = base.lastIndexOf(".");

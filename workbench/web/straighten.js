@@ -90,7 +90,7 @@ export class Straighten {
         this.numbers.clear();
         this.messages.clear();
         this.fields.say("");
-        this.saving.suggest(nameFor(image, "straight"));
+        this.saving.suggest(nameFor(image, "converge"));
         try {
             await this.showPhotograph(image, previewPixels);
         } catch (failure) {
