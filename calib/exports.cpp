@@ -7,6 +7,7 @@
 #include "bridge/guard.h"
 #include "bridge/host_files.h"
 #include "bridge/host_paths.h"
+#include "bridge/large_matrices.h"
 #include "bridge/preview.h"
 #include "calib/calib_files.h"
 #include "calib/calib_writer.h"
@@ -88,7 +89,8 @@ int tx_Calib(CStringArray& files, const char* folder, int boardW, int boardH, HW
 CDib* tx_UseCalib(CDib& image, const char* folder, float* outA, float* outB) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
         const auto matrices = needMatrices(folder, {cameraFile, distortionFile});
-        const Undistorted result = undistort(DibToMat(image), matrices[0], matrices[1]);
+        const Undistorted result =
+            undistort(DibToMat(image), matrices[0], matrices[1], largeMatrices());
         DibPtr dib(orFail(MatToDib(result.image)));
         if (outA != nullptr && outB != nullptr) {
             // On purpose: the row from the width, the column from the height, and y before x.
@@ -129,7 +131,7 @@ CDib* tx_UseStereoCalib(CDib& image, const char* folder, int camera) {
         const StereoCameraFiles& files = stereoCameraFiles[camera == 1 ? 0 : 1];
         const auto m = needMatrices(
             folder, {files.cameraMatrix, files.distortion, files.rotation, files.projection});
-        return orFail(MatToDib(rectify(DibToMat(image), m[0], m[1], m[2], m[3])));
+        return orFail(MatToDib(rectify(DibToMat(image), m[0], m[1], m[2], m[3], largeMatrices())));
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "bridge/dib_bridge.h"
 #include "bridge/dib_view.h"
+#include "bridge/large_matrices.h"
 #include "geometry/converge.h"
 #include "geometry/converge_search.h"
 #include "geometry/homography_warp.h"
@@ -41,7 +42,7 @@ CDib* tx_Projective(CDib& image, double* srcCorners, double* dstCorners) {
     if (!matrix.empty() && isBeyondBitmaps(canvas.size, matrix.type())) {
         return nullptr; // before the warp fills gigabytes in vain
     }
-    return MatToDib(warpOntoCanvas(matrix, canvas));
+    return MatToDib(warpOntoCanvas(matrix, canvas, largeMatrices()));
 }
 
 CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) {
@@ -52,7 +53,7 @@ CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) 
     if (!imageSize.empty() && isBeyondBitmaps(canvas.size, CV_8UC1)) {
         return nullptr; // before the warp fills gigabytes in vain
     }
-    return MatToDib(coverageOnCanvas(imageSize, canvas));
+    return MatToDib(coverageOnCanvas(imageSize, canvas, largeMatrices()));
 }
 
 CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, double offsetX,
@@ -67,7 +68,7 @@ CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, doub
     const Pose pose = findPose(marked, focal);
     const Corners corrected =
         correctCorners(marked, pose, {scale, offsetX, offsetY, pitchOnly != 0});
-    warpOnWhite(pixels, marked.corners, corrected);
+    warpOnWhite(pixels, marked.corners, corrected, largeMatrices());
 
     if (result != nullptr) {
         for (std::size_t i = 0; i < corrected.size(); ++i) {
@@ -85,7 +86,7 @@ CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, doub
 
 CDib* tx_ConvergeScaled(CDib& image, double* corners, double* target) {
     cv::Mat pixels = DibToMat(image);
-    warpOnWhite(pixels, cornersFromArray(corners), cornersFromArray(target));
+    warpOnWhite(pixels, cornersFromArray(corners), cornersFromArray(target), largeMatrices());
     return MatToDib(pixels);
 }
 

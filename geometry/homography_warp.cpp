@@ -17,8 +17,10 @@ void warpInto(const cv::Mat& source, cv::Mat& destination, const Corners& from, 
                         cv::BORDER_CONSTANT, fill);
 }
 
-void warpOnWhite(cv::Mat& image, const Corners& from, const Corners& to) {
-    cv::Mat warped(image.size(), image.type()); // in place, OpenCV would copy the source first
+void warpOnWhite(cv::Mat& image, const Corners& from, const Corners& to, cv::MatAllocator* memory) {
+    cv::Mat warped;
+    warped.allocator = memory;
+    warped.create(image.size(), image.type()); // in place, OpenCV would copy the source first
     warpInto(image, warped, from, to, cv::Scalar(255, 255, 255, 0));
     image = warped;
 }

@@ -20,6 +20,8 @@ void warpInto(const cv::Mat& source, cv::Mat& destination, const Corners& from, 
               const cv::Scalar& fill);
 
 // Warps the image onto a canvas of its own size, white where it does not reach. Fails as warpInto.
-void warpOnWhite(cv::Mat& image, const Corners& from, const Corners& to);
+//   memory  makes the canvas; null: OpenCV chooses
+void warpOnWhite(cv::Mat& image, const Corners& from, const Corners& to,
+                 cv::MatAllocator* memory = nullptr);
 
 } // namespace tarvix

@@ -35,15 +35,22 @@ ProjectiveCanvas fitCanvas(const CornersF& from, const CornersF& to) {
     return canvas;
 }
 
-cv::Mat warpOntoCanvas(const cv::Mat& image, const ProjectiveCanvas& canvas) {
+cv::Mat warpOntoCanvas(const cv::Mat& image, const ProjectiveCanvas& canvas,
+                       cv::MatAllocator* memory) {
     cv::Mat warped;
+    warped.allocator = memory;
     cv::warpPerspective(image, warped, canvas.canvasFromImage, canvas.size, cv::INTER_LINEAR,
                         cv::BORDER_CONSTANT, cv::Scalar(0, 0, 0, 0));
     return warped;
 }
 
-cv::Mat coverageOnCanvas(cv::Size imageSize, const ProjectiveCanvas& canvas) {
-    return warpOntoCanvas(cv::Mat(imageSize, CV_8UC1, cv::Scalar(255, 255, 255, 0)), canvas);
+cv::Mat coverageOnCanvas(cv::Size imageSize, const ProjectiveCanvas& canvas,
+                         cv::MatAllocator* memory) {
+    cv::Mat white;
+    white.allocator = memory;
+    white.create(imageSize, CV_8UC1);
+    white = cv::Scalar(255, 255, 255, 0);
+    return warpOntoCanvas(white, canvas, memory);
 }
 
 } // namespace tarvix

@@ -20,12 +20,16 @@ struct ProjectiveCanvas {
 ProjectiveCanvas fitCanvas(const CornersF& from, const CornersF& to);
 
 // Draws `image` on the canvas: bilinear, black outside.
+//   memory  makes the result; null: OpenCV chooses
 // Returns a matrix of the image's type.
 // On failure: throws cv::Exception for an empty image or a canvas that cannot be made.
-cv::Mat warpOntoCanvas(const cv::Mat& image, const ProjectiveCanvas& canvas);
+cv::Mat warpOntoCanvas(const cv::Mat& image, const ProjectiveCanvas& canvas,
+                       cv::MatAllocator* memory = nullptr);
 
 // Draws the coverage of an image of `imageSize` on the canvas.
+//   memory  makes the result and the image that is drawn; null: OpenCV chooses
 // Returns CV_8UC1: 255 inside, 0 outside, grey on the edges.
-cv::Mat coverageOnCanvas(cv::Size imageSize, const ProjectiveCanvas& canvas);
+cv::Mat coverageOnCanvas(cv::Size imageSize, const ProjectiveCanvas& canvas,
+                         cv::MatAllocator* memory = nullptr);
 
 } // namespace tarvix

@@ -3,6 +3,7 @@
 
 #include "calib/chess_views.h"
 #include "calib/undistort.h"
+#include "tests/support/counting_allocator.h"
 #include "tests/support/files.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
@@ -50,7 +51,9 @@ TEST(CalibSweep, UndistortEqualsTheLiteralCalls) {
         cv::initUndistortRectifyMap(camera, distortion, {}, camera, source.size(), CV_32FC1, map1,
                                     map2);
         cv::remap(source, expected, map1, map2, 2, 0, cv::Scalar(0, 0, 0, 0));
-        const tarvix::Undistorted result = tarvix::undistort(source, camera, distortion);
+        test::CountingAllocator memory;
+        const tarvix::Undistorted result = tarvix::undistort(source, camera, distortion, &memory);
+        EXPECT_EQ(memory.alive, 3); // the image and the maps
         EXPECT_THAT(result.image, IsIdenticalTo(expected)) << i;
         EXPECT_THAT(result.map1, IsIdenticalTo(map1)) << i;
         EXPECT_THAT(result.map2, IsIdenticalTo(map2)) << i;
@@ -72,9 +75,12 @@ TEST(CalibSweep, RectifyEqualsTheLiteralCalls) {
         cv::initUndistortRectifyMap(camera, distortion, rotation, projection, source.size(),
                                     CV_32FC1, map1, map2);
         cv::remap(source, expected, map1, map2, 3, 0, cv::Scalar(0, 0, 0, 0));
-        EXPECT_THAT(tarvix::rectify(source, camera, distortion, rotation, projection),
-                    IsIdenticalTo(expected))
-            << i;
+        test::CountingAllocator memory;
+        const cv::Mat result =
+            tarvix::rectify(source, camera, distortion, rotation, projection, &memory);
+        EXPECT_THAT(result, IsIdenticalTo(expected)) << i;
+        EXPECT_EQ(memory.made, 3); // the image and the maps
+        EXPECT_EQ(memory.alive, 1);
     }
 }
 
@@ -120,33 +126,10 @@ TEST(CalibSweep, RefinementEqualsTheLiteralCall) {
     }
 }
 
-// Counts matrices that live.
-class CountingAllocator : public cv::MatAllocator {
-public:
-    mutable int alive = 0;
-
-    cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
-                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
-        cv::UMatData* const memory =
-            cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
-        memory->currAllocator = this;
-        ++alive;
-        return memory;
-    }
-    bool allocate(cv::UMatData* /*memory*/, cv::AccessFlag /*flags*/,
-                  cv::UMatUsageFlags /*usage*/) const override {
-        return false;
-    }
-    void deallocate(cv::UMatData* memory) const override {
-        --alive;
-        cv::Mat::getStdAllocator()->deallocate(memory);
-    }
-};
-
 TEST(Measurement, ReleasesItsMatrixAtItsEnd) {
     const test::TempFolder folder;
     test::store(folder / "Q.xml", "Q", cv::Mat::eye(4, 4, CV_64F));
-    CountingAllocator counting;
+    test::CountingAllocator counting;
     cv::MatAllocator* const usual = cv::Mat::getDefaultAllocator();
     cv::Mat::setDefaultAllocator(&counting);
     {

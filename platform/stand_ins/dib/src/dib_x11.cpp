@@ -1,5 +1,7 @@
 #include "pixels.h"
 
+#include "platform/system/large_pages.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -239,6 +241,7 @@ bool clipToWindow(Blit& blit, const Target& target) {
 Pixels allocatePixels(const BitmapInfo& info) {
     // Large blocks are fresh pages that the system has zeroed and nobody has touched yet.
     void* const bits = std::calloc(info.bmiHeader.biSizeImage, 1);
+    tarvix::preferLargePages(bits, info.bmiHeader.biSizeImage);
     return {static_cast<HBITMAP>(bits), static_cast<BYTE*>(bits)};
 }
 

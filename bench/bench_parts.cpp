@@ -1,0 +1,126 @@
+// Where the time of tx_Converge goes at 12 MP: copy in, search, homography, warp, copy out.
+//
+// Three ways, in turn, so that their times can be compared:
+//   "plain"  each large block mapped page by page at its first write, as OpenCV and the C library
+//            make it
+//   "ours"   each advised to be mapped by large pages, as the export does it
+//   "warm"   the same blocks each time, without a page fault: what the work itself takes
+// What a way takes beyond "warm" are page faults.
+#include "bench/paired.h"
+#include "bridge/dib_bridge.h"
+#include "bridge/large_matrices.h"
+#include "geometry/converge.h"
+#include "geometry/converge_search.h"
+#include "geometry/homography_warp.h"
+
+#include <opencv2/calib3d.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace tarvix;
+
+const cv::Size size(4001, 2999);
+const MarkedQuad marked{size, {{{40., 90.}, {3920., 30.}, {3880., 2940.}, {120., 2880.}}}};
+
+cv::Mat smooth() {
+    cv::Mat m(size / 8, CV_8UC3);
+    cv::theRNG().state = 7;
+    cv::randu(m, 0, 256);
+    cv::resize(m, m, size, 0, 0, cv::INTER_CUBIC);
+    return m;
+}
+
+enum Part : std::size_t { CopyIn, Search, Homography, Warp, CopyOut, Parts };
+constexpr std::array<const char*, Parts> names{"copy_in", "search", "homography", "warp",
+                                               "copy_out"};
+
+// Seconds of each part, a number for each pass.
+using Times = std::array<std::vector<double>, Parts>;
+
+cv::Mat fit(const Corners& to) {
+    return cv::findHomography(
+        std::vector<cv::Point2d>(marked.corners.begin(), marked.corners.end()),
+        std::vector<cv::Point2d>(to.begin(), to.end()));
+}
+
+void draw(const cv::Mat& image, cv::Mat& canvas, const cv::Mat& byHomography) {
+    cv::warpPerspective(image, canvas, byHomography, size, cv::INTER_LINEAR, cv::BORDER_CONSTANT,
+                        cv::Scalar::all(255));
+}
+
+// Blocks that stay.
+struct Warm {
+    cv::Mat in{size, CV_8UC3, cv::Scalar(0)}, canvas = in.clone(), out = in.clone();
+};
+
+// The bitmap `dib` holds the pixels of `stored`.
+void onePass(const CDib& dib, const cv::Mat& stored, Times& times, bool isOurs, Warm* warm) {
+    const auto time = [&](Part part, const auto& work) {
+        times.at(part).push_back(bench::secondsOf(work) * 1e3);
+    };
+    cv::Mat image, canvas, byHomography;
+    Corners corrected{};
+    if (isOurs) {
+        canvas.allocator = largeMatrices();
+    } else if (warm != nullptr) {
+        image = warm->in;
+        canvas = warm->canvas;
+    }
+    time(CopyIn, [&] {
+        if (isOurs) {
+            image = DibToMat(dib);
+        } else {
+            stored.copyTo(image);
+        }
+    });
+    time(Search, [&] { corrected = correctCorners(marked, findPose(marked, 0), {}); });
+    time(Homography, [&] { byHomography = fit(corrected); });
+    time(Warp, [&] { draw(image, canvas, byHomography); });
+    time(CopyOut, [&] {
+        if (isOurs) {
+            const DibPtr result(MatToDib(canvas));
+            benchmark::DoNotOptimize(result->m_pBits);
+        } else {
+            cv::Mat result = warm != nullptr ? warm->out : cv::Mat();
+            canvas.copyTo(result);
+            benchmark::DoNotOptimize(result.data);
+        }
+    });
+}
+
+void report(benchmark::State& state, const std::string& way, const Times& times) {
+    double sum = 0;
+    for (std::size_t part = 0; part < Parts; ++part) {
+        const double median = bench::median(times.at(part));
+        state.counters[way + "_" + names.at(part)] = median;
+        sum += median;
+    }
+    state.counters[way + "_sum"] = sum;
+}
+
+void partsOfConverge(benchmark::State& state) {
+    bench::use(bench::Memory::fresh);
+    const cv::Mat stored = smooth();
+    const DibPtr dib(MatToDib(stored));
+    Warm warm;
+    Times plain, ours, warmed;
+    while (state.KeepRunning()) {
+        onePass(*dib, stored, plain, false, nullptr);
+        onePass(*dib, stored, ours, true, nullptr);
+        onePass(*dib, stored, warmed, false, &warm);
+    }
+    report(state, "plain", plain);
+    report(state, "ours", ours);
+    report(state, "warm", warmed);
+}
+
+BENCHMARK(partsOfConverge)->Unit(benchmark::kMillisecond)->MinTime(5);
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,40 @@
+// An allocator of matrices that counts them and fails on demand.
+#pragma once
+
+#include <opencv2/core.hpp>
+
+#include <atomic>
+
+namespace test {
+
+// Counts the matrices that it makes and frees, on any thread. It must outlive them.
+class CountingAllocator : public cv::MatAllocator {
+public:
+    mutable std::atomic<int> made = 0;
+    mutable std::atomic<int> alive = 0;
+    mutable std::atomic<int> toFail = 0; // so many allocations from now on throw cv::Exception
+
+    cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+        if (toFail > 0) {
+            --toFail;
+            CV_Error(cv::Error::StsNoMem, "as the test asked for");
+        }
+        cv::UMatData* const memory =
+            cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
+        memory->currAllocator = this;
+        ++made;
+        ++alive;
+        return memory;
+    }
+    bool allocate(cv::UMatData* /*memory*/, cv::AccessFlag /*flags*/,
+                  cv::UMatUsageFlags /*usage*/) const override {
+        return false;
+    }
+    void deallocate(cv::UMatData* memory) const override {
+        --alive;
+        cv::Mat::getStdAllocator()->deallocate(memory);
+    }
+};
+
+} // namespace test
