@@ -40,7 +40,7 @@ constexpr double none = std::numeric_limits<double>::quiet_NaN();
 cv::Mat numbersOf(const std::vector<double>& values) {
     cv::Mat numbers(values, true);
     for (int i = 0; i < numbers.rows; ++i) {
-        double& number = numbers.at<double>(i);
+        auto& number = numbers.at<double>(i);
         number = std::isnan(number) ? none : number;
     }
     return numbers;
@@ -168,7 +168,8 @@ LiteralCanvas literalCanvas(const std::vector<cv::Point2f>& from,
     shift.at<double>(1, 2) = -minY;
     const float spreadX = maxX - minX, spreadY = maxY - minY;
     const auto size = [](double x, double y) {
-        return cv::Size(static_cast<int>(x + 0.5), static_cast<int>(y + 0.5));
+        return cv::Size(static_cast<int>(std::trunc(x + 0.5)),
+                        static_cast<int>(std::trunc(y + 0.5)));
     };
     return {cv::Mat(shift * cv::getPerspectiveTransform(from, to, 0)), size(spreadX, spreadY),
             size(double{maxX} - minX, double{maxY} - minY)};
