@@ -3,12 +3,13 @@
 // Three ways, in turn, so that their times can be compared:
 //   "plain"  each large block mapped page by page at its first write, as OpenCV and the C library
 //            make it
-//   "ours"   each advised to be mapped by large pages, as the export does it
+//   "ours"   each mapped by large pages where the system takes the advice, the result made in the
+//            bitmap, as the export does it; the copy out is the turning of the rows
 //   "warm"   the same blocks each time, without a page fault: what the work itself takes
 // What a way takes beyond "warm" are page faults.
 #include "bench/paired.h"
+#include "bridge/bitmap_matrices.h"
 #include "bridge/dib_bridge.h"
-#include "bridge/large_matrices.h"
 #include "geometry/converge.h"
 #include "geometry/converge_search.h"
 #include "geometry/homography_warp.h"
@@ -18,6 +19,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -66,7 +68,7 @@ void onePass(const CDib& dib, const cv::Mat& stored, Times& times, bool isOurs, 
     cv::Mat image, canvas, byHomography;
     Corners corrected{};
     if (isOurs) {
-        canvas.allocator = largeMatrices();
+        canvas.allocator = bitmapMatrices();
     } else if (warm != nullptr) {
         image = warm->in;
         canvas = warm->canvas;
@@ -83,7 +85,7 @@ void onePass(const CDib& dib, const cv::Mat& stored, Times& times, bool isOurs, 
     time(Warp, [&] { draw(image, canvas, byHomography); });
     time(CopyOut, [&] {
         if (isOurs) {
-            const DibPtr result(MatToDib(canvas));
+            const DibPtr result(resultToDib(std::move(canvas)));
             benchmark::DoNotOptimize(result->m_pBits);
         } else {
             cv::Mat result = warm != nullptr ? warm->out : cv::Mat();

@@ -1,5 +1,6 @@
 #include <tarvix/calib.h>
 
+#include "bridge/bitmap_matrices.h"
 #include "bridge/decimal_point.h"
 #include "bridge/dib_bridge.h"
 #include "bridge/dib_view.h"
@@ -7,7 +8,6 @@
 #include "bridge/guard.h"
 #include "bridge/host_files.h"
 #include "bridge/host_paths.h"
-#include "bridge/large_matrices.h"
 #include "bridge/preview.h"
 #include "calib/calib_files.h"
 #include "calib/calib_writer.h"
@@ -19,6 +19,7 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include <utility>
 #include <vector>
 
 using namespace tarvix;
@@ -89,9 +90,8 @@ int tx_Calib(CStringArray& files, const char* folder, int boardW, int boardH, HW
 CDib* tx_UseCalib(CDib& image, const char* folder, float* outA, float* outB) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
         const auto matrices = needMatrices(folder, {cameraFile, distortionFile});
-        const Undistorted result =
-            undistort(DibToMat(image), matrices[0], matrices[1], largeMatrices());
-        DibPtr dib(orFail(MatToDib(result.image)));
+        Undistorted result = undistort(DibToMat(image), matrices[0], matrices[1], bitmapMatrices());
+        DibPtr dib(orFail(resultToDib(std::move(result.image))));
         if (outA != nullptr && outB != nullptr) {
             // On purpose: the row from the width, the column from the height, and y before x.
             const DibView view = viewOf(image);
@@ -131,7 +131,8 @@ CDib* tx_UseStereoCalib(CDib& image, const char* folder, int camera) {
         const StereoCameraFiles& files = stereoCameraFiles[camera == 1 ? 0 : 1];
         const auto m = needMatrices(
             folder, {files.cameraMatrix, files.distortion, files.rotation, files.projection});
-        return orFail(MatToDib(rectify(DibToMat(image), m[0], m[1], m[2], m[3], largeMatrices())));
+        return orFail(
+            resultToDib(rectify(DibToMat(image), m[0], m[1], m[2], m[3], bitmapMatrices())));
     });
 }
 

@@ -1,8 +1,8 @@
 #include <tarvix/geometry.h>
 
+#include "bridge/bitmap_matrices.h"
 #include "bridge/dib_bridge.h"
 #include "bridge/dib_view.h"
-#include "bridge/large_matrices.h"
 #include "geometry/converge.h"
 #include "geometry/converge_search.h"
 #include "geometry/homography_warp.h"
@@ -11,6 +11,7 @@
 #include <windows.h>
 
 #include <new>
+#include <utility>
 
 using namespace tarvix;
 
@@ -42,7 +43,7 @@ CDib* tx_Projective(CDib& image, double* srcCorners, double* dstCorners) {
     if (!matrix.empty() && isBeyondBitmaps(canvas.size, matrix.type())) {
         return nullptr; // before the warp fills gigabytes in vain
     }
-    return MatToDib(warpOntoCanvas(matrix, canvas, largeMatrices()));
+    return resultToDib(warpOntoCanvas(matrix, canvas, bitmapMatrices()));
 }
 
 CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) {
@@ -53,7 +54,7 @@ CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) 
     if (!imageSize.empty() && isBeyondBitmaps(canvas.size, CV_8UC1)) {
         return nullptr; // before the warp fills gigabytes in vain
     }
-    return MatToDib(coverageOnCanvas(imageSize, canvas, largeMatrices()));
+    return resultToDib(coverageOnCanvas(imageSize, canvas, bitmapMatrices()));
 }
 
 CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, double offsetX,
@@ -68,7 +69,7 @@ CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, doub
     const Pose pose = findPose(marked, focal);
     const Corners corrected =
         correctCorners(marked, pose, {scale, offsetX, offsetY, pitchOnly != 0});
-    warpOnWhite(pixels, marked.corners, corrected, largeMatrices());
+    warpOnWhite(pixels, marked.corners, corrected, bitmapMatrices());
 
     if (result != nullptr) {
         for (std::size_t i = 0; i < corrected.size(); ++i) {
@@ -81,13 +82,13 @@ CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, doub
         result[11] = pose.focalMm;
     }
     QueryPerformanceCounter(&end);
-    return MatToDib(pixels);
+    return resultToDib(std::move(pixels));
 }
 
 CDib* tx_ConvergeScaled(CDib& image, double* corners, double* target) {
     cv::Mat pixels = DibToMat(image);
-    warpOnWhite(pixels, cornersFromArray(corners), cornersFromArray(target), largeMatrices());
-    return MatToDib(pixels);
+    warpOnWhite(pixels, cornersFromArray(corners), cornersFromArray(target), bitmapMatrices());
+    return resultToDib(std::move(pixels));
 }
 
 CDib* tx_PerspAlign(CDib& image, CDib& reference, double* imagePoints, double* referencePoints,

@@ -32,17 +32,6 @@ cv::Mat made(cv::Size size) {
     return m;
 }
 
-// Sets a default allocator, as a host may.
-class HostsChoice {
-public:
-    HostsChoice() { cv::Mat::setDefaultAllocator(&counting); }
-    ~HostsChoice() { cv::Mat::setDefaultAllocator(nullptr); }
-    HostsChoice(const HostsChoice&) = delete;
-    HostsChoice& operator=(const HostsChoice&) = delete;
-
-    test::CountingAllocator counting;
-};
-
 TEST(LargeMatrices, AreAdvisedUnlessTheyAreSmall) {
     const cv::Mat large = made(largeSize);
     const auto advised = advisedBytes(large.data, bytesOf(large));
@@ -81,7 +70,7 @@ TEST(LargeMatrices, DibToMatMakesSuch) {
 }
 
 TEST(LargeMatrices, AreMadeAndFreedByTheDefaultAllocator) {
-    const HostsChoice host;
+    const test::CountingDefault host;
     {
         cv::Mat m = made({100, 50});
         EXPECT_EQ(host.counting.alive, 1);
@@ -94,7 +83,7 @@ TEST(LargeMatrices, AreMadeAndFreedByTheDefaultAllocator) {
 }
 
 TEST(LargeMatrices, WithoutMemoryThrowAsTheDefaultAllocatorDoes) {
-    const HostsChoice host;
+    const test::CountingDefault host;
     host.counting.toFail = 1; // the default allocator is asked once more
     EXPECT_EQ(made({9, 9}).size(), cv::Size(9, 9));
     host.counting.toFail = 2;

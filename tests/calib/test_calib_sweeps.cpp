@@ -129,16 +129,13 @@ TEST(CalibSweep, RefinementEqualsTheLiteralCall) {
 TEST(Measurement, ReleasesItsMatrixAtItsEnd) {
     const test::TempFolder folder;
     test::store(folder / "Q.xml", "Q", cv::Mat::eye(4, 4, CV_64F));
-    test::CountingAllocator counting;
-    cv::MatAllocator* const usual = cv::Mat::getDefaultAllocator();
-    cv::Mat::setDefaultAllocator(&counting);
+    const test::CountingDefault usual;
     {
         tx_Meas3D measurement;
         EXPECT_EQ(measurement.Init(folder.path().c_str()), 1);
-        EXPECT_EQ(counting.alive, 1);
+        EXPECT_EQ(usual.counting.alive, 1);
     }
-    EXPECT_EQ(counting.alive, 0);
-    cv::Mat::setDefaultAllocator(usual);
+    EXPECT_EQ(usual.counting.alive, 0);
 }
 
 } // namespace

@@ -74,6 +74,22 @@ TEST_F(LargeImages, Convergence) {
     EXPECT_THAT(*scaled, IsIdenticalTo(onWhite(image, from.data(), to.data())));
 }
 
+// Each export copies the image in, if it needs it, and makes its result in the bitmap.
+TEST_F(LargeImages, HaveNoSecondCopy) {
+    const Dib source = test::dibOf(image);
+    const test::CountingDefault usual;
+    const test::CountingAllocator& counting = usual.counting;
+    const Dib warped(tx_Projective(*source, from.data(), to.data()));
+    EXPECT_EQ(counting.madeLarge, 1);
+    const Dib mask(tx_GetProjectiveMask(*source, from.data(), to.data()));
+    EXPECT_EQ(counting.madeLarge, 1);
+    const Dib scaled(tx_ConvergeScaled(*source, from.data(), to.data()));
+    EXPECT_EQ(counting.madeLarge, 2);
+    const Dib corrected(tx_Converge(*source, from.data(), 28, 1, 0, 0, 0, nullptr));
+    EXPECT_EQ(counting.madeLarge, 3);
+    EXPECT_EQ(counting.alive, 0);
+}
+
 TEST(WarpMemory, IsWhereTheOperationWasTold) {
     const cv::Mat image = test::noise(40, 50, CV_8UC3);
     const Points corners{3, 4, 45, 2, 47, 36, 1, 33}, target{0, 0, 50, 0, 50, 40, 0, 40};
