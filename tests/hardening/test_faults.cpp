@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <iostream>
 
@@ -77,13 +78,13 @@ protected:
         }
     }
 
-    // Every place of the kind in turn.
-    void sweep(Fault kind, const char* name) {
+    // Every place of the kind in turn, or those that are in the first ones.
+    void sweep(Fault kind, const char* name, long first = LONG_MAX) {
         test::run(e, arguments, e.passes, [](const test::Call& call) {
             const FaultInjection counting;
             return call();
         });
-        const long places = FaultInjection::count(kind);
+        const long places = std::min(FaultInjection::count(kind), first);
         const char* const wanted = std::getenv("TARVIX_FAULTS");
         const long most = wanted == nullptr ? 30 : std::strtol(wanted, nullptr, 10);
         const long tries = std::min(places, most);
@@ -122,7 +123,34 @@ protected:
                   << spared << " spared\n";
     }
 
+    void sweepBitmaps() {
+        for (long n = 1; n <= 3; ++n) {
+            tryWith("create " + std::to_string(n), [&](const test::Call& call) {
+                test::failBitmapCreate(n);
+                return call();
+            });
+            test::failBitmapCreate(0);
+            tryWith("construction " + std::to_string(n), [&](const test::Call& call) {
+                test::failBitmapConstruction(n);
+                return call();
+            });
+            test::failBitmapConstruction(0);
+        }
+    }
+
     int tried = 0, spared = 0, leakedElsewhere = 0;
+};
+
+// An image so large that its result is made in the bitmap's memory.
+class LargeFaults : public Faults {
+protected:
+    LargeFaults() {
+        arguments.image = test::dibOf(test::noise(2003, 2101, CV_8UC1));
+        arguments.from = {20, 30, 2080, 10, 2050, 1960, 50, 1980};
+        arguments.to = {0, 0, 2101, 0, 2101, 2003, 0, 2003};
+        usual = test::run(e, arguments);
+        EXPECT_NE(usual.value, 0);
+    }
 };
 
 TEST_P(Faults, Allocations) {
@@ -139,18 +167,16 @@ TEST_P(Faults, WrittenFiles) {
 
 TEST_P(Faults, Bitmaps) {
     TARVIX_NEEDS_OBSERVED_BITMAPS();
-    for (long n = 1; n <= 3; ++n) {
-        tryWith("create " + std::to_string(n), [&](const test::Call& call) {
-            test::failBitmapCreate(n);
-            return call();
-        });
-        test::failBitmapCreate(0);
-        tryWith("construction " + std::to_string(n), [&](const test::Call& call) {
-            test::failBitmapConstruction(n);
-            return call();
-        });
-        test::failBitmapConstruction(0);
-    }
+    sweepBitmaps();
+}
+
+TEST_P(LargeFaults, Allocations) {
+    sweep(Fault::allocation, "allocation", 30); // those of its bitmaps and matrices among them
+}
+
+TEST_P(LargeFaults, Bitmaps) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
+    sweepBitmaps();
 }
 
 TEST_P(Faults, AFullDisk) {
@@ -162,15 +188,20 @@ TEST_P(Faults, AFullDisk) {
     }
 }
 
-std::vector<const test::Export*> pointers() {
+// All exports, or the one of this name.
+std::vector<const test::Export*> pointers(const std::string& name = "") {
     std::vector<const test::Export*> all;
     for (const test::Export& e : test::allExports()) {
-        all.push_back(&e);
+        if (name.empty() || name == e.name) {
+            all.push_back(&e);
+        }
     }
     return all;
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, Faults, testing::ValuesIn(pointers()),
+                         [](const auto& each) { return std::string(each.param->name); });
+INSTANTIATE_TEST_SUITE_P(OfItsKind, LargeFaults, testing::ValuesIn(pointers("tx_Projective")),
                          [](const auto& each) { return std::string(each.param->name); });
 
 } // namespace
