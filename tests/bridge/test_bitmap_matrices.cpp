@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cstring>
 #include <tuple>
 #include <utility>
@@ -64,7 +65,7 @@ TEST(BitmapMatrices, AreFreedIfNobodyTakesThem) {
     const long before = test::liveBitmaps();
     {
         const cv::Mat m = made(2100, 2001, CV_8UC3);
-        const cv::Mat same = m;
+        const std::array<cv::Mat, 2> more{m, m};
         EXPECT_EQ(test::liveBitmaps(), before + 1);
     }
     EXPECT_EQ(test::liveBitmaps(), before);
