@@ -79,6 +79,20 @@ TEST(Bounds, RefuseFromTheirMarginsOn) {
     EXPECT_TRUE(refused(RealScreen::farLimit((parallel - 2.1e-3) * degrees)));
 }
 
+// The single-precision pitch makes the rotation one only to 1.3e-7.
+TEST(Bounds, TheVanishingPointsAllowAMillionthMore) {
+    const Corners c = {cv::Point2d(-300, -200), {310, -190}, {280, 220}, {-320, 210}};
+    const double px = 700.0;
+    const auto normal = [&](std::size_t k) { // of the plane through edge k, its length
+        const cv::Point3d a(c.at(k).x, c.at(k).y, px);
+        const cv::Point3d b(c.at((k + 1) % 4).x, c.at((k + 1) % 4).y, px);
+        return cv::norm(a.cross(b));
+    };
+    const Two found = RealScreen(aboutCentre(image, c)).focal(px).halfNormals;
+    EXPECT_NEAR(found[0] / (0.5 * normal(0) * normal(2) / px), 1.0 + 1e-6, 1e-12);
+    EXPECT_NEAR(found[1] / (0.5 * normal(1) * normal(3) / px), 1.0 + 1e-6, 1e-12);
+}
+
 // Random views of what upsets the search, of facades, and of rectangles on either side of the
 // horizon.
 std::vector<View> manyViews() {
@@ -180,6 +194,23 @@ TEST(Bounds, AlongChordsNeverExceedTheCosinesOnThem) {
         }
     }
     EXPECT_GT(aboveZero, 500);
+}
+
+TEST(Bounds, AlongChordsTakeTheSmallestCoefficient) {
+    // All four dot products go from 1.25 by way of 1 to 1.25 or their negatives; the coefficient
+    // between is 0.75. Then from 1.25 to -1.25.
+    const double s = 0.5;
+    const Four same = four(1.0, 1.0, 1.0, 1.0);
+    const Four inTurn = four(1.0, -1.0, 1.0, -1.0);
+    const auto edges = [](const Four& x, const Four& y) {
+        return RealScreen::Edges{x, y, sqrt4(x * x + y * y)};
+    };
+    for (const Four& signs : {same, inTurn}) {
+        const double value =
+            RealScreen::cosines(edges(signs, s * signs), edges(signs, -s * signs)).value();
+        EXPECT_NEAR(value, 4.0 * 0.75 / 1.25, 1e-12);
+    }
+    EXPECT_EQ(RealScreen::cosines(edges(same, s * same), edges(inTurn, s * inTurn)).value(), 0.0);
 }
 
 TEST(Bounds, OfTheRollNeverExceedTheError) {

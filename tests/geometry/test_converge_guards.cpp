@@ -32,12 +32,15 @@ void expectFarFrom1(const MakeView& view) {
 const cv::Size image = guardedImage;
 
 TEST(NearGuards, TheShortestMarkedEdge) {
-    expectNearFrom1<NoEdgeGuard>([](double t) {
-        const double half = 0.5 * t * 500.0 / 64.0;
-        return View{
-            aboutCentre(image, {cv::Point2d(-half, -300), {half, -300}, {400, 300}, {-400, 300}}),
-            1000.0};
-    });
+    // Along a row, then slanted.
+    for (const cv::Point2d& direction : {cv::Point2d(1.0, 0.0), {std::sqrt(0.5), std::sqrt(0.5)}}) {
+        expectNearFrom1<NoEdgeGuard>([&](double t) {
+            const cv::Point2d middle(0.0, -300.0);
+            const cv::Point2d half = direction * (0.5 * t * 500.0 / 64.0);
+            return View{aboutCentre(image, {middle - half, middle + half, {400, 300}, {-400, 300}}),
+                        1000.0};
+        });
+    }
 }
 
 TEST(NearGuards, TheSmallestArea) {
@@ -90,6 +93,11 @@ TEST(NearGuards, TheShortestFocalLength) {
 TEST(NearGuards, TheShortestFocalLengthOfTheCoordinates) {
     expectNearFrom1<NoFocalOfCoordinate>([](double t) {
         return View{rectangleWithin({12000, 9000}, 50.0), t * (6000.0 + 40.0 + 100.0) / 100.0};
+    });
+    // The centre's coordinates count, too: all corners are left of it.
+    expectNearFrom1<NoFocalOfCoordinate>([](double t) {
+        const Corners left = {cv::Point2d(5000, 10), {5080, 10}, {5080, 90}, {5000, 90}};
+        return View{{{12000, 100}, left}, t * (6000.0 + 100.0) / 100.0};
     });
     // At least the whole pixel that the projection is scaled by.
     expectNearFrom1<NoFocalOfCoordinate>([](double t) {
