@@ -73,8 +73,8 @@ CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, doub
 
     if (result != nullptr) {
         for (std::size_t i = 0; i < corrected.size(); ++i) {
-            result[2 * i] = corrected[i].x;
-            result[2 * i + 1] = corrected[i].y;
+            result[2 * i] = corrected.at(i).x;
+            result[2 * i + 1] = corrected.at(i).y;
         }
         result[8] = pose.pitchDeg;
         result[9] = pose.yawDeg;

@@ -321,7 +321,8 @@ TEST_F(ConvergeExports, AlignTakesRowsAsStoredBottomUp) {
 }
 
 TEST_F(ConvergeExports, AlignEqualsTheWarpOfACopy) {
-    for (const int width : {641, 11003, 20001}) { // rows of less and of more than 32767 bytes
+    for (const int width :
+         {641, 10922, 11003, 20001}) { // rows of less and more than 32767 bytes, and of one more
         const cv::Mat image = test::noise(90, width, CV_8UC3);
         Points from = {1, 2, width - 5.0, 3, width - 9.0, 85, 4, 80};
         Points to = {12, 9, width * 0.9, 0, width * 0.8, 99, -3, 70};

@@ -65,6 +65,16 @@ TEST(NearGuards, TrianglesOfOneSign) {
     EXPECT_TRUE(Seen<SearchRules>(concave).isFar());
 }
 
+TEST(NearGuards, NoFocalLengthForCornersThatFail) {
+    // One edge is too short. One pixel is where the other focal lengths begin.
+    const Corners corners = {cv::Point2d(-0.01, -3), {0.01, -3}, {4, 3}, {-4, 3}};
+    for (const double focalPx : {0.5, 1.0, 2.0, 10.0}) {
+        const Seen<SearchRules> seen(View{aboutCentre({36, 27}, corners), focalPx});
+        EXPECT_FALSE(seen.isNear()) << focalPx;
+        EXPECT_FALSE(seen.isFar()) << focalPx;
+    }
+}
+
 TEST(NearGuards, FiniteCoordinates) {
     const double infinity = std::numeric_limits<double>::infinity();
     for (const double value : {std::numeric_limits<double>::quiet_NaN(), infinity, -infinity}) {

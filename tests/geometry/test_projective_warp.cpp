@@ -82,6 +82,14 @@ TEST_F(Projective, CanvasRoundsHalfUp) {
     EXPECT_EQ(canvasSize(box(7, 7, 106.5, 106.25)), cv::Size(100, 99));
 }
 
+TEST_F(Projective, ACornerThatIsNotANumberIsLeftOutOfTheBox) {
+    for (std::size_t i = 0; i < 8; ++i) {
+        Corners to = box(3, 2, 102, 51); // the other corners are at every side
+        to[i] = std::numeric_limits<double>::quiet_NaN();
+        EXPECT_EQ(canvasSize(to), cv::Size(99, 49)) << i;
+    }
+}
+
 TEST_F(Projective, CornersAreNarrowedToFloat) {
     const double below = 99.5 - 1e-9; // rounds to 99.5f
     EXPECT_EQ(canvasSize(box(0, 0, below, below)), cv::Size(100, 100));

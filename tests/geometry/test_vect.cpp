@@ -22,6 +22,8 @@ TEST(Vect, SubtractsInPlace) {
     EXPECT_EQ(a.x, 3.5);
     EXPECT_EQ(a.y, 9.0);
     static_assert(std::has_virtual_destructor_v<CVect>);
+    EXPECT_EQ(CVect().x, 0.0);
+    EXPECT_EQ(CVect().y, 0.0);
 }
 
 TEST(AngleBetween, IsOriented) {
@@ -111,8 +113,9 @@ TEST(Premultiply, SumsFromLeftToRight) {
 }
 
 TEST(Perspective, RowsAsDefined) {
-    const cv::Matx44d p = PerspectiveMatrix(3, 5, 10.0);
-    const cv::Matx44d expected(3, 0, 0, 0, 0, 5, 0, 0, 0, 0, -11.0 / 9.0, 1, 0, 0, -20.0 / 9.0, 0);
+    const cv::Matx44d p = PerspectiveMatrix(3, 5, 20.0); // near 2, far 20
+    const cv::Matx44d expected(3, 0, 0, 0, 0, 5, 0, 0, 0, 0, -22.0 / 18.0, 1, 0, 0, -80.0 / 18.0,
+                               0);
     EXPECT_LE(cv::norm(p - expected, cv::NORM_INF), 1e-15);
     const cv::Matx14d point = cv::Matx14d(2, 7, 4, 0) * p;
     EXPECT_EQ(point(0), 6.0);
