@@ -1,6 +1,6 @@
 // The calibration family. Compares each export with the bare OpenCV calls plus one copy in and one
 // copy out, and the search of a stereo calibration with two OpenMP threads with one thread.
-// Measures how stereo calibration grows.
+#include "bench/image_size.h"
 #include "bench/paired.h"
 #include "bridge/dib_bridge.h"
 #include "calib/calib_files.h"
@@ -28,7 +28,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const cv::Size twoMegapixels(1633, 1225);
+const cv::Size twoMegapixels = bench::sizeOr({1633, 1225});
 const cv::Size twelveMegapixels(4000, 3000);
 
 // Interleaved pairs of the distribution's stereo photographs. With equalSides, each pair is the
@@ -229,31 +229,6 @@ void measure(benchmark::State& state) {
         });
 }
 
-// How a stereo calibration grows with the number of pairs: time in proportion (the counter ms_each
-// stays the same).
-void stereoGrowth(benchmark::State& state) {
-    const std::vector<std::string> files = photos(false);
-    if (!fs::exists(files[0])) {
-        state.SkipWithError("no photographs (package opencv-doc)");
-        return;
-    }
-    const auto pairs = static_cast<std::size_t>(state.range(0));
-    CStringArray list;
-    for (std::size_t i = 0; i < 2 * pairs; ++i) {
-        list.Add(files[i % files.size()].c_str());
-    }
-    const test::TempFolder results;
-    double seconds = 0;
-    while (state.KeepRunning()) {
-        const double took = bench::secondsOf(
-            [&] { tx_StereoCalib(list, results.path().c_str(), 9, 6, 1, nullptr); });
-        state.SetIterationTime(took);
-        seconds += took;
-    }
-    state.counters["ms_each"] =
-        seconds * 1e3 / static_cast<double>(state.iterations()) / static_cast<double>(pairs);
-}
-
 void options(benchmark::internal::Benchmark* b) {
     b->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(3);
 }
@@ -269,7 +244,6 @@ BENCHMARK_CAPTURE(use, 12MP, twelveMegapixels, true)
 BENCHMARK_CAPTURE(calibrate, mono, false)->Name("tx_Calib")->Apply(options);
 BENCHMARK_CAPTURE(calibrate, stereo, true)->Name("tx_StereoCalib")->Apply(options);
 BENCHMARK(measure)->Name("tx_Meas3D")->Apply(options);
-BENCHMARK(stereoGrowth)->ArgName("pairs")->Arg(2)->Arg(4)->Arg(8)->Arg(16)->Apply(options);
 
 } // namespace
 

@@ -2,11 +2,15 @@
 // reports the median of the ratios pair by pair. Only ratios are meaningful on another machine.
 #pragma once
 
+#include "bench/peak.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
+#include <string>
 #include <vector>
 
 #if defined(__GLIBC__)
@@ -53,11 +57,43 @@ inline double spread(const std::vector<double>& values) {
     return median(distances);
 }
 
+// Which of the two a process measures the memory of, instead of comparing times: "ours",
+// "reference", or empty. bench/bench_memory.py asks for one after the other.
+inline std::string sideOfPeak() {
+    const char* side = std::getenv("TARVIX_BENCH_PEAK");
+    return side == nullptr ? "" : side;
+}
+
+// The counter "peak_MB": what `work` needs at its peak. It has run once before, so that code and
+// tables that are loaded at the first use do not count.
+template <class Work>
+void peakOf(benchmark::State& state, Work&& work) {
+    for (auto _ : state) {
+        const Peak peak;
+        work();
+        state.counters["peak_MB"] = peak.megabytes();
+        state.SetIterationTime(1e6); // long enough, so that there is no second run
+    }
+}
+
 // Reports the time of `ours` and the counters "ratio" = median of ours / reference, "spread" of
 // the pairs' ratios, and "pairs", how many there were.
 template <class Ours, class Reference>
 void paired(benchmark::State& state, Ours&& ours, Reference&& reference,
             Memory memory = Memory::fresh) {
+    const std::string side = sideOfPeak();
+    if (!side.empty()) {
+        use(Memory::fresh); // otherwise what is free stays resident and hides what is needed
+        if (side == "ours") {
+            ours();
+            peakOf(state, ours);
+        } else {
+            ours(); // what it finds may be what the reference is given
+            reference();
+            peakOf(state, reference);
+        }
+        return;
+    }
     use(memory);
     ours();
     reference();

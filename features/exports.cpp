@@ -20,9 +20,12 @@ CDib* tx_DetectorTest(CDib& image, int detector) {
 
 CDib* tx_MatchTest(CDib& image1, CDib& image2, int detector, int descriptor) {
     return showCvSwallowRest<CDib*>(nullptr, [&] {
-        const cv::Mat query = DibToMat(image1);
-        const cv::Mat train = DibToMat(image2);
-        return MatToDib(orFail(drawMatched(query, train, detector, descriptor).image));
+        const cv::Mat drawn = [&] { // the copies are free again when the result is made
+            const cv::Mat query = DibToMat(image1);
+            const cv::Mat train = DibToMat(image2);
+            return orFail(drawMatched(query, train, detector, descriptor).image);
+        }();
+        return MatToDib(drawn);
     });
 }
 

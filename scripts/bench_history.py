@@ -1,6 +1,8 @@
 """The benchmarks' ratios of earlier releases: bench/history.jsonl, one JSON object a line, oldest first.
 
-    {"release": "1.0.0", "date": "2026-11-22", "machine": "...", "ratios": {"tx_Canny": [0.99, 0.01], ...}}
+    bench_history.py FILE RELEASE      says whether the release can be recorded: not a second time
+
+    {"release": "1.0.0", "date": "2026-11-22", "machine": "...", "load": 0.1, "ratios": {"tx_Canny": [0.99, 0.01], ...}}
 
 Each ratio is [median of ours / reference over pairs, its spread]. The spread is the median absolute deviation of the
 pairs' ratios from their median.
@@ -8,6 +10,7 @@ pairs' ratios from their median.
 
 import json
 import os
+import sys
 
 
 def within_spread(difference, *spreads):
@@ -35,13 +38,23 @@ def change_since(earlier, name, ratio, spread):
     return words, ratio > old
 
 
-def record(path, release, date, machine, ratios):
+def has(path, release):
+    if not os.path.exists(path):
+        return False
+    with open(path, encoding="utf-8") as file:
+        return any(json.loads(line)["release"] == release for line in file if line.strip())
+
+
+def record(path, release, date, machine, load, ratios):
     """Appends a line. A release that already has one is refused: ValueError."""
-    if os.path.exists(path):
-        with open(path, encoding="utf-8") as file:
-            if any(json.loads(line)["release"] == release for line in file if line.strip()):
-                raise ValueError(f"{path} has a line for {release}")
-    line = json.dumps({"release": release, "date": date, "machine": machine,
-                       "ratios": {name: [round(r, 4), round(s, 4)] for name, (r, s) in sorted(ratios.items())}})
+    if has(path, release):
+        raise ValueError(f"{path} has a line for {release}")
+    line = json.dumps({"release": release, "date": date, "machine": machine, "load": round(load, 1),
+                       "ratios": {name: [round(r, 6), round(s, 6)] for name, (r, s) in sorted(ratios.items())}})
     with open(path, "a", encoding="utf-8") as file:
         file.write(line + "\n")
+
+
+if __name__ == "__main__":
+    if has(*sys.argv[1:]):
+        sys.exit(f"tarvix: {sys.argv[1]} has a line for {sys.argv[2]}")

@@ -2,8 +2,7 @@
 
 The page compares with the newest line of HISTORY (bench_history.py); with RELEASE, this run then becomes its last line.
 
-One self-contained page without scripts: a table and a plot for each kind of comparison. The plots are bars and
-lines of a few points each, so they are written as SVG here instead of drawn by a plotting package.
+One self-contained page without scripts: a table and a plot for each kind of comparison.
 """
 
 import html
@@ -15,6 +14,7 @@ import re
 import sys
 
 from bench_history import change_since, last_of, record, within_spread
+from bench_plots import bars, growth, number, steepness, table
 
 LIMIT = 1.05  # what an export may cost, as a multiple of its bare pipeline
 
@@ -26,8 +26,30 @@ svg { display: block; margin: 1em 0; max-width: 100% } text { font: 12px sans-se
 """
 
 
+PROGRAMS = ("exports", "calib", "bridge", "converge", "growth")
+EXTRA = ("memory", "start")  # measured by scripts, not by Google Benchmark
+
+# What grows: its benchmark, what is counted, the heading, and what to expect.
+GROWTH = (
+    ("registration", "images", "Registration",
+     "Each image is read, registered and written by itself: time in proportion, memory constant."),
+    ("stereoSearch", "pairs", "The search of a stereo calibration",
+     "One pair after the other: time in proportion, memory constant but for the corners."),
+    ("stereoCalibration", "pairs", "Stereo calibration",
+     "The same search, then OpenCV's stereoCalibrate, which solves one dense system of six unknowns for each pair: its "
+     "time grows with the cube of their number, its memory with the square."),
+    ("stitching", "images", "Stitching",
+     "OpenCV's stitcher compares each image with each other one and holds all of them."),
+    ("report", "photographs", "Calibration with its report",
+     "The search is in proportion. OpenCV's calibrateCamera solves one dense system of six unknowns for each photograph."),
+)
+
+
 def load(folder, program):
     """The file's content; nothing for an empty file, which a program writes if the filter excludes all it has."""
+    path = os.path.join(folder, program + ".json")
+    if program.removeprefix("bench_") in EXTRA and not os.path.exists(path):
+        return {}
     with open(os.path.join(folder, program + ".json"), encoding="utf-8") as file:
         return json.loads(file.read() or "{}")
 
@@ -37,64 +59,6 @@ def name_of(run):
     name = re.sub(r"/MP/10:(\d+)/bits:(\d+)", lambda m: f", {int(m[1]) / 10:g} MP, {m[2]} bits", name)
     name = name.replace("dibToMat", "DibToMat").replace("matToDib", "MatToDib")
     return name.replace("stereoSearch/", "").replace("_", " ") if name.startswith("stereoSearch") else name
-
-
-def number(value):
-    return f"{value:.3g}" if value < 100 else f"{value:.0f}"
-
-
-def table(headings, rows):
-    print("<table><tr>" + "".join(f"<th>{h}</th>" for h in headings) + "</tr>")
-    for row in rows:
-        cells = []
-        for cell in row:
-            if isinstance(cell, tuple):
-                cells.append(f'<td class="n {cell[1]}">{cell[0]}</td>')
-            elif re.fullmatch(r"[-0-9.e+]+", cell):
-                cells.append(f'<td class="n">{cell}</td>')
-            else:
-                cells.append(f"<td>{html.escape(cell)}</td>")
-        print("<tr>" + "".join(cells) + "</tr>")
-    print("</table>")
-
-
-def bars(values, reference, title):
-    """Horizontal bars (name, value, spread as a whisker), and a line at the reference."""
-    left, width, step = 190, 480, 20
-    top = max([reference] + [v + s for _, v, s in values]) * 1.1
-    height = step * len(values) + 30
-    print(f'<svg viewBox="0 0 {left + width + 60} {height}" role="img"><title>{html.escape(title)}</title>')
-    for i, (label, value, spread) in enumerate(values):
-        y = i * step + 4
-        length = width * value / top
-        whisker = width * spread / top
-        end = length + whisker
-        colour = "#b44" if value > reference else "#47a"
-        print(f'<text x="{left - 8}" y="{y + 11}" text-anchor="end">{html.escape(label)}</text>'
-              f'<rect x="{left}" y="{y}" width="{length:.1f}" height="14" fill="{colour}"/>'
-              f'<path d="M{left + length - whisker:.1f} {y + 7}H{left + end:.1f}" stroke="#222"/>'
-              f'<text x="{left + end + 5:.1f}" y="{y + 11}">{number(value)}</text>')
-    x = left + width * reference / top
-    print(f'<line x1="{x:.1f}" x2="{x:.1f}" y1="0" y2="{height - 22}" stroke="#222" stroke-dasharray="4 3"/>'
-          f'<text x="{x:.1f}" y="{height - 8}" text-anchor="middle">{reference:g}</text></svg>')
-
-
-def growth(points, x_title, y_title):
-    """A line through (x, y), from the origin, both axes linear."""
-    left, width, height = 70, 420, 220
-    x_top = max(x for x, _ in points)
-    y_top = max(y for _, y in points) * 1.1
-    place = [(left + width * x / x_top, height - height * y / y_top) for x, y in points]
-    path = " ".join(f"{x:.1f},{y:.1f}" for x, y in [(left, height)] + place)
-    print(f'<svg viewBox="0 0 {left + width + 60} {height + 45}" role="img"><title>{html.escape(y_title)}</title>'
-          f'<path d="M{left} 0V{height}H{left + width}" fill="none" stroke="#222"/>'
-          f'<polyline points="{path}" fill="none" stroke="#47a" stroke-width="2"/>')
-    for (x, y), (px, py) in zip(points, place):
-        print(f'<circle cx="{px:.1f}" cy="{py:.1f}" r="4" fill="#47a"/>'
-              f'<text x="{px + 6:.1f}" y="{py + 16:.1f}">{number(y)}</text>'
-              f'<text x="{px:.1f}" y="{height + 16}" text-anchor="middle">{x:g}</text>')
-    print(f'<text x="{left + width / 2}" y="{height + 36}" text-anchor="middle">{html.escape(x_title)}</text>'
-          f'<text x="4" y="12">{html.escape(y_title)}</text></svg>')
 
 
 def verdict(run, limit):
@@ -135,24 +99,98 @@ def paired_runs(runs):
     return [r for group in runs.values() for r in group if "ratio" in r and not r.get("error_occurred")]
 
 
+def search_name(run):
+    return "convergence search, focal length " + ("unknown" if "focal:0" in run["name"] else "given")
+
+
+def search_ratio(run):
+    """The search's time as a part of the scan's, and its spread: less is better, as of all that is recorded."""
+    ratio = run["ratio_median"]
+    return 1 / ratio, run["spread"] / ratio ** 2
+
+
+def search_section(runs, earlier):
+    print("<h2>The convergence search against the plain scan</h2><p>Processor time over simulated facades; scan / search, "
+          "more is better. The search gives the same bits.</p>")
+    rows, slower = [], []
+    for run in runs:
+        change, is_slower = change_since(earlier, search_name(run), *search_ratio(run))
+        slower += [search_name(run)] if is_slower else []
+        rows.append([search_name(run), number(run["real_time"]), number(run["scan_ms"]),
+                     (f"{run['ratio_median']:.1f} &plusmn; {run['spread']:.1f}", ""), f"{run['ratio_worst']:.1f}",
+                     (change.split(":")[0], "over") if is_slower else change.split(":")[0]])
+    table(["", "search, ms", "scan, ms", "median", "worst", f"since {earlier['release']}" if earlier else ""], rows)
+    return slower
+
+
+def growth_section(runs):
+    for name, what, title, expected in GROWTH:
+        chosen = [(float(re.search(what + r":(\d+)", r["name"]).group(1)), r)
+                  for r in runs if r["name"].startswith(name + "/") and not r.get("error_occurred")]
+        if len(chosen) < 2:
+            continue
+        print(f"<h2>{title} as it grows</h2><p>{expected}</p>")
+        for counter, scale, unit in (("real_time", 1e-3, "seconds of processor time"), ("peak_MB", 1, "megabytes above what was resident")):
+            points = [(n, max(r[counter] * scale, 1e-3)) for n, r in chosen if counter in r]
+            if len(points) == len(chosen):
+                growth(points, "number of " + what, unit)
+                print(f"<p>From {points[-2][0]:g} to {points[-1][0]:g} {what}: {points[-1][1] / points[-2][1]:.2f} times the "
+                      f"{unit.split()[0]} (a power of {steepness(points):.2f}).</p>")
+
+
+def memory_section(memory):
+    if not memory:
+        return
+    print("<h2>Memory</h2><p>The peak of what is resident while an export runs, above what was resident before, as a "
+          "multiple of the image's pixels; the bitmap that is passed in counts in neither. Each number is that of a "
+          "process of its own. The bare pipeline has one copy of the image in and one of the result out.</p>")
+    rows = []
+    for row in memory["rows"]:
+        image = f"{row['megapixels']:.2g} MP" if row["megapixels"] < 1 else f"{row['megapixels']:g} MP"
+        if row.get("left_out"):
+            rows.append([row["name"], image, "", "", row["left_out"]])
+            continue
+        ours, bare = row["ours"], row["bare"]
+        is_over = ours > bare + row["tolerance"]
+        rows.append([row["name"], image, (f"{ours:.2f}", "over" if is_over else ""), (f"{bare:.2f}", ""),
+                     row.get("why", "") if is_over else ""])
+    table(["", "image", "ours", "bare OpenCV", ""], rows)
+
+
+def start_section(start):
+    if not start:
+        return
+    print("<h2>Start</h2><p>Programs that only start and end, in turn; load when it began: "
+          f"{start['load']:.1f}. A library alone is loaded into an empty program.</p>")
+    table(["", "libraries", "only because of it", "ms", "ms of processor time", "relocations, thousands"],
+          [[row["name"], str(row["libraries"]), str(row.get("only", "")),
+            (f"{row['ms'][0]:.1f} &plusmn; {row['ms'][1]:.1f}", ""),
+            (f"{row['cpu_ms'][0]:.1f} &plusmn; {row['cpu_ms'][1]:.1f}", ""), number(row["relocations"] / 1e3)]
+           for row in start["rows"]])
+
+
+def machine():
+    if os.path.exists("/proc/cpuinfo"):
+        with open("/proc/cpuinfo", encoding="utf-8") as file:
+            found = re.search(r"model name\s*: (.*)", file.read())
+            if found:
+                return found.group(1)
+    return platform.machine()
+
+
 def main(folder, revision, history, release=""):
-    programs = {p: load(folder, "bench_" + p) for p in ("exports", "calib", "bridge", "converge", "registration")}
+    programs = {p: load(folder, "bench_" + p) for p in PROGRAMS}
     runs = {p: content.get("benchmarks", []) for p, content in programs.items()}
     context = next((content["context"] for content in programs.values() if content), None)
     if context is None:
         sys.exit("tarvix: no benchmark has run")
-    model = platform.machine()
-    if os.path.exists("/proc/cpuinfo"):
-        with open("/proc/cpuinfo", encoding="utf-8") as file:
-            found = re.search(r"model name\s*: (.*)", file.read())
-            model = found.group(1) if found else model
-    load_before = context.get("load_avg") or [math.nan]
+    load_before = (context.get("load_avg") or [-1])[0]
     earlier = last_of(history)
 
     print(f"<!doctype html><html lang=en><meta charset=utf-8><title>Tarvix benchmarks</title><style>{STYLE}</style>")
     print("<h1>Tarvix benchmarks</h1>")
-    print(f"<p>Revision {html.escape(revision)}, {context['date'][:16]}. {html.escape(model)}, {context['num_cpus']} cores, "
-          f"{html.escape(platform.system())} {html.escape(platform.release())}; load when it began: {load_before[0]:.1f}. "
+    print(f"<p>Revision {html.escape(revision)}, {context['date'][:16]}. {html.escape(machine())}, {context['num_cpus']} cores, "
+          f"{html.escape(platform.system())} {html.escape(platform.release())}; load when it began: {load_before:.1f}. "
           "Each ratio is the median over pairs of ours and the reference, run in turn, and beside it the spread of "
           "the pairs (median absolute deviation). What lies within the spread of 1 is no difference. Only ratios mean "
           "something on another machine.</p>")
@@ -169,30 +207,21 @@ def main(folder, revision, history, release=""):
     print("<h2>The bridge against one memcpy</h2><p>Of the same bytes into equally fresh memory.</p>")
     slower += ratios(runs["bridge"], "memcpy", earlier)
 
-    print("<h2>The convergence search against the plain scan</h2><p>Processor time over simulated facades; scan / search, "
-          "more is better. The search gives the same bits.</p>")
-    table(["", "search, ms", "scan, ms", "median", "worst"],
-          [["focal length unknown" if "focal:0" in r["name"] else "focal length given", number(r["real_time"]),
-            number(r["scan_ms"]), (f"{r['ratio_median']:.1f} &plusmn; {r['spread']:.1f}", ""), f"{r['ratio_worst']:.1f}"]
-           for r in runs["converge"]])
+    slower += search_section(runs["converge"], earlier)
 
     print("<h2>The two threads of the stereo search</h2><p>Two OpenMP threads against one; 0.5 would be ideal.</p>")
     ratios([r for r in runs["calib"] if r["name"].startswith("stereoSearch")], "one thread", earlier, 1)
 
-    for title, key, chosen in (("Registration", "images", runs["registration"]),
-                               ("Stereo calibration", "pairs",
-                                [r for r in runs["calib"] if r["name"].startswith("stereoGrowth")])):
-        points = [(float(re.search(key + r":(\d+)", r["name"]).group(1)), r["real_time"])
-                  for r in chosen if not r.get("error_occurred")]
-        if points:
-            print(f"<h2>{title} as it grows</h2>")
-            growth(points, "number of " + key, "milliseconds")
+    memory_section(load(folder, "bench_memory"))
+    start_section(load(folder, "bench_start"))
+    growth_section(runs["growth"])
     print("</html>")
     for name in slower:
         print(f"tarvix: slower than {earlier['release']}: {name}", file=sys.stderr)
     if release:
-        record(history, release, context["date"][:10], model,
-               {name_of(r): (r["ratio"], r["spread"]) for r in paired_runs(runs)})
+        measured = {name_of(r): (r["ratio"], r["spread"]) for r in paired_runs(runs)}
+        measured.update({search_name(r): search_ratio(r) for r in runs["converge"]})
+        record(history, release, context["date"][:10], machine(), load_before, measured)
 
 
 if __name__ == "__main__":

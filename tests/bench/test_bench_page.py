@@ -9,7 +9,7 @@ import tempfile
 import unittest
 
 SCRIPTS = pathlib.Path(sys.argv.pop(1))
-PROGRAMS = ("exports", "calib", "bridge", "converge", "registration")
+PROGRAMS = ("exports", "calib", "bridge", "converge", "growth")
 
 
 def measured(name, ratio, spread, **more):
@@ -23,16 +23,16 @@ class Page(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.history = self.folder / "history.jsonl"
 
-    def run_page(self, runs, *release):
-        context = {"date": "2026-01-02T03:04:05", "num_cpus": 2}
+    def run_page(self, runs, *release, of="exports"):
+        context = {"date": "2026-01-02T03:04:05", "num_cpus": 2, "load_avg": [0.25, 0, 0]}
         for program in PROGRAMS:
-            content = {"context": context, "benchmarks": runs if program == "exports" else []}
+            content = {"context": context, "benchmarks": runs if program == of else []}
             (self.folder / f"bench_{program}.json").write_text(json.dumps(content))
         return subprocess.run([sys.executable, SCRIPTS / "bench_page.py", self.folder, "r1", self.history, *release],
                               capture_output=True, text=True, check=False)
 
-    def row(self, name, runs):
-        run = self.run_page(runs)
+    def row(self, name, runs, of="exports"):
+        run = self.run_page(runs, of=of)
         self.assertEqual(run.returncode, 0, run.stderr)
         rows = [row for row in re.findall(r"<tr>.*?</tr>", run.stdout) if name in row]
         self.assertEqual(len(rows), 1, run.stdout)
@@ -78,12 +78,68 @@ class Page(unittest.TestCase):
         self.assertEqual(self.run_page(runs, "1.2.3").returncode, 0)
         line = json.loads(self.history.read_text())
         self.assertEqual((line["release"], line["ratios"]), ("1.2.3", {"tx_Canny": [0.98, 0.01]}))
+        self.assertEqual(line["load"], 0.2)
         self.assertNotEqual(self.run_page(runs, "1.2.3").returncode, 0)
         self.assertEqual(len(self.history.read_text().splitlines()), 1)
 
     def test_a_run_that_is_not_recorded_leaves_the_history_alone(self):
         self.run_page([measured("tx_Canny", 0.98, 0.01)])
         self.assertFalse(self.history.exists())
+
+    def grown(self, name, what, *sizes_and_times):
+        runs = [{"name": f"{name}/{what}:{size}/iterations:1/manual_time", "real_time": 1e3 * seconds, "peak_MB": 40.0}
+                for size, seconds in sizes_and_times]
+        run = self.run_page(runs, of="growth")
+        self.assertEqual(run.returncode, 0, run.stderr)
+        return run.stdout
+
+    def test_growth_has_a_straight_line_to_compare_with_for_time_and_memory(self):
+        page = self.grown("registration", "images", (2, 1.0), (4, 2.0), (8, 4.0))
+        self.assertEqual(page.count("stroke-dasharray=\"5 4\""), 2)
+        self.assertIn("From 4 to 8 images: 2.00 times the seconds (a power of 1.00)", page)
+        self.assertIn("From 4 to 8 images: 1.00 times the megabytes (a power of 0.00)", page)
+
+    def test_growth_above_proportion_is_said_as_its_power(self):
+        page = self.grown("stereoCalibration", "pairs", (50, 1.0), (100, 1.0), (200, 8.0))
+        self.assertIn("8.00 times the seconds (a power of 3.00)", page)
+
+    def test_the_search_is_compared_as_a_part_of_the_scan(self):
+        search = {"name": "convergeSearch/focal:0/iterations:1/manual_time", "real_time": 0.1, "scan_ms": 16.0,
+                  "ratio_median": 160.0, "spread": 16.0, "ratio_worst": 70.0}
+        self.assertEqual(self.run_page([search], "1.2.3", of="converge").returncode, 0)
+        name = "convergence search, focal length unknown"
+        self.assertEqual(json.loads(self.history.read_text())["ratios"][name], [0.00625, 0.000625])
+        row, messages = self.row(name, [{**search, "ratio_median": 150.0}], of="converge")
+        self.assertIn("as before", row)
+        row, messages = self.row(name, [{**search, "ratio_median": 100.0}], of="converge")
+        self.assertIn("slower", row)
+        self.assertIn("slower than 1.2.3: " + name, messages)
+
+    def test_memory_above_the_bare_pipeline_is_marked_with_its_reason(self):
+        rows = [{"name": "tx_A", "megapixels": 12.0, "ours": 2.01, "bare": 2.0, "tolerance": 0.02, "why": "none"},
+                {"name": "tx_B", "megapixels": 100.0, "ours": 3.0, "bare": 2.0, "tolerance": 0.02, "why": "a copy"},
+                {"name": "tx_C", "megapixels": 100.0, "left_out": "takes longer than 1 s"}]
+        (self.folder / "bench_memory.json").write_text(json.dumps({"rows": rows}))
+        page = self.run_page([]).stdout
+        cells = {row["name"]: re.search(f"<tr><td>{row['name']}.*?</tr>", page)[0] for row in rows}
+        self.assertNotIn("over", cells["tx_A"])
+        self.assertNotIn("none", cells["tx_A"])
+        self.assertIn('"n over">3.00', cells["tx_B"])
+        self.assertIn("a copy", cells["tx_B"])
+        self.assertIn("takes longer than 1 s", cells["tx_C"])
+
+    def test_the_start_has_a_row_for_each_program(self):
+        row = {"name": "tarvix --version", "libraries": 268, "ms": [170.0, 2.0], "cpu_ms": [150.0, 1.0], "relocations": 512000}
+        (self.folder / "bench_start.json").write_text(json.dumps({"load": 0.5, "rows": [row]}))
+        page = self.run_page([]).stdout
+        cells = re.search("<tr><td>tarvix --version.*?</tr>", page)[0]
+        for expected in ("268", "170.0 &plusmn; 2.0", "150.0 &plusmn; 1.0", "512"):
+            self.assertIn(expected, cells)
+
+    def test_without_memory_and_start_the_page_has_neither(self):
+        page = self.run_page([]).stdout
+        self.assertNotIn("<h2>Memory", page)
+        self.assertNotIn("<h2>Start", page)
 
 
 unittest.main()
