@@ -25,7 +25,11 @@ OWN_SIZE = {"tx_Calib": 0.3072, "tx_StereoCalib": 0.3072}
 TOO_LARGE = {"tx_FindFaces": 50, "tx_Stitch": 50}
 
 # Why an export needs more than its bare pipeline.
-WHY = {"tx_StereoCalib": "it searches both images of a pair at the same time"}
+WHY = {
+    "tx_StereoCalib": "it searches both images of a pair at the same time",
+    "tx_Canny": "as much as bare OpenCV but for what Canny's threads hold, which differs from run to run",
+    "tx_FindLines": "as much as bare OpenCV but for what Canny's threads hold, which differs from run to run",
+}
 
 
 def names(program):
