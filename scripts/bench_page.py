@@ -21,7 +21,7 @@ LIMIT = 1.05  # what an export may cost, as a multiple of its bare pipeline
 STYLE = """
 body { font: 15px/1.45 sans-serif; max-width: 60em; margin: 2em auto; padding: 0 1em; color: #222 }
 table { border-collapse: collapse; margin: 1em 0 } th, td { padding: .2em .8em; border-bottom: 1px solid #ddd }
-td.n { text-align: right; font-variant-numeric: tabular-nums } td.over { color: #b00; font-weight: bold }
+td.n { text-align: right; white-space: nowrap; font-variant-numeric: tabular-nums } td.over { color: #b00; font-weight: bold }
 svg { display: block; margin: 1em 0; max-width: 100% } text { font: 12px sans-serif }
 """
 

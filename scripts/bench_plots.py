@@ -68,7 +68,7 @@ def growth(points, x_title, y_title):
         return " ".join("{:.1f},{:.1f}".format(*place(point)) for point in chosen)
 
     print(f'<svg viewBox="0 0 {left + width + 60} {height + 45}" role="img"><title>{html.escape(y_title)}</title>'
-          f'<path d="M{left} 0V{height}H{left + width}" fill="none" stroke="#222"/>'
+          f'<path d="M{left} 18V{height}H{left + width}" fill="none" stroke="#222"/>'
           f'<polyline points="{path([points[0], points[-1]])}" fill="none" stroke="#888" stroke-dasharray="5 4"/>'
           f'<polyline points="{path(points)}" fill="none" stroke="#47a" stroke-width="2"/>')
     shown = -math.inf  # where the last number below the axis is: sizes that double crowd at its beginning
