@@ -245,6 +245,9 @@ TEST_F(Stitch, ExplainedFailuresHaveNoImage) {
     ASSERT_EQ(alone.parts.size(), 1U);
     EXPECT_FALSE(alone.parts[0].isUsed);
     EXPECT_EQ(alone.parts[0].neighbour, -1);
+    EXPECT_EQ(alone.parts[0].matches, 0);
+    EXPECT_EQ(alone.parts[0].agreeing, 0);
+    EXPECT_FALSE(alone.parts[0].isSameView);
     const std::vector<std::string> missing = {view, folder / "missing.png"};
     const auto unread = tarvix::explainPanorama(tarvix::viewList(missing));
     EXPECT_TRUE(unread.image.empty());
