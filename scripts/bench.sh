@@ -23,7 +23,7 @@ if [ ${#record[@]} -gt 0 ]; then
   # Not after half an hour.
   python3 "$root/scripts/bench_history.py" "$root/bench/history.jsonl" "${record[0]}" || exit 1
 fi
-programs=(bench_exports bench_calib bench_bridge bench_converge bench_growth)
+programs=(bench_exports bench_calib bench_large bench_bridge bench_converge bench_growth)
 configure_and_build release benchmarks Tarvix tarvix_host
 results=$root/build/bench
 mkdir -p "$results"

@@ -26,7 +26,7 @@ svg { display: block; margin: 1em 0; max-width: 100% } text { font: 12px sans-se
 """
 
 
-PROGRAMS = ("exports", "calib", "bridge", "converge", "growth")
+PROGRAMS = ("exports", "calib", "large", "bridge", "converge", "growth")
 EXTRA = ("memory", "start")  # measured by scripts, not by Google Benchmark
 
 # What grows: its benchmark, what is counted, the heading, and what to expect.
@@ -138,6 +138,22 @@ def growth_section(runs):
                       f"{unit.split()[0]} (a power of {steepness(points):.2f}).</p>")
 
 
+# The parts of tx_Converge, in its own order: the counter and what stands in the table.
+PARTS = (("copy_in", "copy in"), ("search", "search, unknown focal length"), ("homography", "homography"), ("warp", "warp"),
+         ("copy_out", "copy out; the export turns rows over"), ("sum", "sum"))
+WAYS = (("plain", "small pages"), ("ours", "the export"), ("warm", "no page faults"))
+
+
+def parts_section(runs):
+    for run in runs:
+        if run["name"].startswith("partsOfConverge") and not run.get("error_occurred"):
+            print("<h2>Where the time of <code>tx_Converge</code> goes at 12 MP</h2><p>Milliseconds, medians, in three ways in "
+                  "turn: in memory of small pages, mapped at the first write; as the export does it; and with copies into "
+                  "memory that is mapped already.</p>")
+            table(["", *(title for _, title in WAYS)],
+                  [[title, *((f"{1e3 * run[f'{way}_{part}']:.1f}", "") for way, _ in WAYS)] for part, title in PARTS])
+
+
 def memory_section(memory):
     if not memory:
         return
@@ -201,8 +217,9 @@ def main(folder, revision, history, release=""):
     print("<h2>Exports against the bare OpenCV pipeline</h2><p>The same OpenCV calls on matrices, one copy of the image "
           f"in and one copy of the result out, at 2 MP where not said otherwise. The limit is {LIMIT}. "
           "<code>tx_TrackFace</code> waits for a camera and has no pair.</p>")
-    exports = [r for r in runs["exports"] + runs["calib"] if r["name"].startswith("tx_")]
+    exports = [r for r in runs["exports"] + runs["calib"] + runs["large"] if r["name"].startswith("tx_")]
     slower = ratios(exports, "bare OpenCV", earlier)
+    parts_section(runs["large"])
 
     print("<h2>The bridge against one memcpy</h2><p>Of the same bytes into equally fresh memory.</p>")
     slower += ratios(runs["bridge"], "memcpy", earlier)

@@ -9,7 +9,7 @@ import tempfile
 import unittest
 
 SCRIPTS = pathlib.Path(sys.argv.pop(1))
-PROGRAMS = ("exports", "calib", "bridge", "converge", "growth")
+PROGRAMS = ("exports", "calib", "large", "bridge", "converge", "growth")
 
 
 def measured(name, ratio, spread, **more):
@@ -102,6 +102,16 @@ class Page(unittest.TestCase):
     def test_growth_above_proportion_is_said_as_its_power(self):
         page = self.grown("stereoCalibration", "pairs", (50, 1.0), (100, 1.0), (200, 8.0))
         self.assertIn("8.00 times the seconds (a power of 3.00)", page)
+
+    def test_large_images_stand_beside_the_exports_with_the_parts_of_one(self):
+        parts = {f"{way}_{part}": 0.001 * seconds
+                 for way, seconds in (("plain", 30.04), ("ours", 3.0), ("warm", 4.0))
+                 for part in ("copy_in", "search", "homography", "warp", "copy_out", "sum")}
+        page = self.run_page([measured("tx_Converge 12 MP", 0.57, 0.03),
+                              {"name": "partsOfConverge/min_time:5.000", "real_time": 1.0, **parts}], of="large").stdout
+        self.assertIn("0.570 &plusmn; 0.030", page)
+        row = next(row for row in re.findall(r"<tr>.*?</tr>", page) if "turns rows over" in row)
+        self.assertEqual(re.findall(r">([0-9.]+)<", row), ["30.0", "3.0", "4.0"])
 
     def test_the_search_is_compared_as_a_part_of_the_scan(self):
         search = {"name": "convergeSearch/focal:0/iterations:1/manual_time", "real_time": 0.1, "scan_ms": 16.0,
