@@ -5,6 +5,8 @@
 #include "host/commands.h"
 #include "host/drafts.h"
 #include "host/failure.h"
+#include "host/help_format.h"
+#include "host/known_names.h"
 #include "host/options.h"
 #include "host/photograph_file.h"
 #include "host/piped_images.h"
@@ -183,45 +185,6 @@ int perform(const Command& command, const Job& job, Output& output) {
 
 namespace {
 
-// Throws BadUsage, with the nearest name, for a command or an option that does not exist. The
-// parser would only say that something is missing, or that something is too much.
-void requireKnownNames(const CLI::App& app, const std::vector<std::string>& words) {
-    if (words.empty()) {
-        throw BadUsage("no command was given; tarvix --help lists them");
-    }
-    if (words[0].starts_with("-")) {
-        return; // the program's own options
-    }
-    std::vector<std::string> names;
-    for (const Command& command : commands()) {
-        names.push_back(command.name);
-    }
-    if (std::find(names.begin(), names.end(), words[0]) == names.end()) {
-        throw BadUsage("there is no command '" + words[0] + "'" + suggestion(words[0], names));
-    }
-    const CLI::App* const parser = app.get_subcommand(words[0]);
-    for (std::size_t i = 1; i < words.size() && words[i] != "--"; ++i) {
-        const std::string& word = words[i];
-        const bool isLong = word.starts_with("--");
-        if (!isLong && (word.size() < 2 || word[0] != '-' ||
-                        std::isalpha(static_cast<unsigned char>(word[1])) == 0)) {
-            continue; // a file, a number, a point
-        }
-        const std::string name = isLong ? word.substr(0, word.find('=')) : word.substr(0, 2);
-        if (parser->get_option_no_throw(name) != nullptr) {
-            continue;
-        }
-        std::vector<std::string> options;
-        for (const CLI::Option* option : parser->get_options()) {
-            for (const std::string& known : option->get_lnames()) {
-                options.push_back("--" + known);
-            }
-        }
-        throw BadUsage("'" + words[0] + "' has no option '" + name + "'" +
-                       suggestion(name, options));
-    }
-}
-
 // Throws BadUsage if several files are to go to standard output.
 void requireFilesNamed(const CLI::App& app, const Command& command) {
     const CLI::Option* const out = app.get_subcommand(command.name)->get_option_no_throw("-o");
@@ -242,6 +205,7 @@ std::string programVersion() {
 int runCommand(std::vector<std::string> words, Output& output) {
     CLI::App app("Tarvix's sample host: one sub-command for each operation of the module.",
                  "tarvix");
+    app.formatter(helpFormat());
     app.allow_windows_style_options(false); // a path may begin with a slash
     app.require_subcommand(1);
     app.set_version_flag("--version", programVersion() + "\n" TARVIX_BUILD);
