@@ -40,6 +40,13 @@ if(TARVIX_SANITIZE)
   add_link_options(-fsanitize=${TARVIX_SANITIZE})
 endif()
 
+# What a target does not use of OpenCV is not loaded with it. Debian's g++ does so by itself unless it links a sanitizer,
+# other compilers do not.
+set(TARVIX_AS_NEEDED)
+if(CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
+  set(TARVIX_AS_NEEDED "LINKER:--as-needed")
+endif()
+
 # For shared libraries on ELF systems: clang links the sanitizers' run time into programs only, and libraries
 # find it there.
 set(TARVIX_NO_UNDEFINED)
