@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -18,16 +19,20 @@ namespace {
 DibPtr newBitmap(int rows, int columns, int type) {
     const int bitCount = static_cast<int>(CV_ELEM_SIZE(type)) * 8;
     if ((type != CV_8UC1 && type != CV_8UC3) ||
-        static_cast<std::size_t>(storedRowBytes(columns, bitCount) * rows) < smallestAdvised) {
+        std::int64_t{storedRowBytes(columns, bitCount)} * rows <
+            static_cast<std::int64_t>(smallestAdvised)) {
         return nullptr;
     }
     DibPtr dib(new CDib);
     const int isMade = type == CV_8UC1 ? dib->CreateGray(columns, rows)
                                        : dib->Create(columns, rows, 24, nullptr, nullptr);
     if (isMade == 0) {
-        dib.reset();
+        return nullptr;
     }
-    return dib;
+    const DibView view = viewOf(*dib); // of a host's own class, perhaps
+    const bool isAsAsked = view.bits != nullptr && view.rows == rows && view.width == columns &&
+                           view.bitCount == bitCount;
+    return isAsAsked ? std::move(dib) : nullptr;
 }
 
 // The header that OpenCV keeps of a matrix's memory has the bitmap as its `handle`.

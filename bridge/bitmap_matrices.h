@@ -9,7 +9,7 @@ namespace tarvix {
 // An allocator to be passed to an operation whose result becomes a bitmap. A matrix of CV_8UC1 or
 // CV_8UC3 of 4 MB or more is made in the memory of a new bitmap, rows padded as the bitmap's, so
 // the row step is positive. All others, and those whose bitmap is refused, come from
-// largeMatrices().
+// largeMatrices(). If making the bitmap throws, OpenCV asks its default allocator.
 // Returns an object that lives as long as the module.
 cv::MatAllocator* bitmapMatrices();
 

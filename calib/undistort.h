@@ -14,7 +14,7 @@ struct Undistorted {
 // Removes the lens's distortion: bicubic, black outside. The camera matrix stays as calibrated.
 //   cameraMatrix  3 x 3
 //   distCoeffs    as OpenCV takes them
-//   memory        makes the result; null: OpenCV chooses
+//   memory        makes the result and the maps; null: OpenCV chooses
 // On failure: throws cv::Exception for an empty image or matrices of a wrong shape.
 Undistorted undistort(const cv::Mat& image, const cv::Mat& cameraMatrix, const cv::Mat& distCoeffs,
                       cv::MatAllocator* memory = nullptr);

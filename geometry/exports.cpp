@@ -3,6 +3,7 @@
 #include "bridge/bitmap_matrices.h"
 #include "bridge/dib_bridge.h"
 #include "bridge/dib_view.h"
+#include "bridge/large_matrices.h"
 #include "geometry/converge.h"
 #include "geometry/converge_search.h"
 #include "geometry/homography_warp.h"
@@ -54,7 +55,7 @@ CDib* tx_GetProjectiveMask(CDib& image, double* srcCorners, double* dstCorners) 
     if (!imageSize.empty() && isBeyondBitmaps(canvas.size, CV_8UC1)) {
         return nullptr; // before the warp fills gigabytes in vain
     }
-    return resultToDib(coverageOnCanvas(imageSize, canvas, bitmapMatrices()));
+    return resultToDib(coverageOnCanvas(imageSize, canvas, bitmapMatrices(), largeMatrices()));
 }
 
 CDib* tx_Converge(CDib& image, double* corners, double focal, double scale, double offsetX,

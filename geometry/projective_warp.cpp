@@ -45,9 +45,9 @@ cv::Mat warpOntoCanvas(const cv::Mat& image, const ProjectiveCanvas& canvas,
 }
 
 cv::Mat coverageOnCanvas(cv::Size imageSize, const ProjectiveCanvas& canvas,
-                         cv::MatAllocator* memory) {
+                         cv::MatAllocator* memory, cv::MatAllocator* scratch) {
     cv::Mat white;
-    white.allocator = memory;
+    white.allocator = scratch;
     white.create(imageSize, CV_8UC1);
     white = cv::Scalar(255, 255, 255, 0);
     return warpOntoCanvas(white, canvas, memory);

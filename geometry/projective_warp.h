@@ -16,7 +16,8 @@ struct ProjectiveCanvas {
 
 // Fits a canvas to the corner pairs: their homography, then the shift that brings the bounding box
 // of `to` to the origin.
-// On failure: throws cv::Exception if OpenCV refuses the corners or they are not numbers.
+// On failure: throws cv::Exception if OpenCV refuses the corners, or if no x or no y of `to`
+// is a number.
 ProjectiveCanvas fitCanvas(const CornersF& from, const CornersF& to);
 
 // Draws `image` on the canvas: bilinear, black outside.
@@ -27,9 +28,10 @@ cv::Mat warpOntoCanvas(const cv::Mat& image, const ProjectiveCanvas& canvas,
                        cv::MatAllocator* memory = nullptr);
 
 // Draws the coverage of an image of `imageSize` on the canvas.
-//   memory  makes the result and the image that is drawn; null: OpenCV chooses
+//   memory   makes the result; null: OpenCV chooses
+//   scratch  makes the white image that is drawn; null: OpenCV chooses
 // Returns CV_8UC1: 255 inside, 0 outside, grey on the edges.
 cv::Mat coverageOnCanvas(cv::Size imageSize, const ProjectiveCanvas& canvas,
-                         cv::MatAllocator* memory = nullptr);
+                         cv::MatAllocator* memory = nullptr, cv::MatAllocator* scratch = nullptr);
 
 } // namespace tarvix

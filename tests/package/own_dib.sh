@@ -20,7 +20,7 @@ configure() {
 configure -UTARVIX_DIB_LIBRARY >"$work/out" 2>&1 && fail "a header without a library is accepted"
 grep -q 'Set both TARVIX_DIB_HEADER and TARVIX_DIB_LIBRARY' "$work/out" || fail "no word about the library: $(cat "$work/out")"
 quietly "configuring with the host's library" configure "-DTARVIX_DIB_LIBRARY=$build/host/libHostBitmap.so"
-tests=(test_dib_bridge test_pixel_filters)
+tests=(test_dib_bridge test_bitmap_matrices test_pixel_filters)
 quietly "building with the host's library" cmake --build "$build/tarvix" -j "$(nproc)" --target Tarvix "${tests[@]}"
 for test in "${tests[@]}"; do
   "$build/tarvix/bin/$test" >"$work/out" 2>&1 || fail "$test fails: $(tail -n 40 "$work/out")"
