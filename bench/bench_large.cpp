@@ -49,7 +49,7 @@ enum Part : std::size_t { CopyIn, Search, Homography, Warp, CopyOut, Parts };
 constexpr std::array<const char*, Parts> names{"copy_in", "search", "homography", "warp",
                                                "copy_out"};
 
-// Seconds of each part, a number for each pass.
+// Milliseconds of each part, a number for each pass.
 using Times = std::array<std::vector<double>, Parts>;
 
 cv::Mat fit(const Corners& target) {

@@ -151,7 +151,7 @@ def parts_section(runs):
                   "turn: in memory of small pages, mapped at the first write; as the export does it; and with copies into "
                   "memory that is mapped already.</p>")
             table(["", *(title for _, title in WAYS)],
-                  [[title, *((f"{1e3 * run[f'{way}_{part}']:.1f}", "") for way, _ in WAYS)] for part, title in PARTS])
+                  [[title, *((f"{run[f'{way}_{part}']:.1f}", "") for way, _ in WAYS)] for part, title in PARTS])
 
 
 def memory_section(memory):
