@@ -14,7 +14,7 @@ namespace {
 class SortedExclusions : public CLI::Formatter {
 public:
     std::string make_option_opts(const CLI::Option* option) const override {
-        const std::string text = Formatter::make_option_opts(option);
+        std::string text = Formatter::make_option_opts(option);
         const std::string title = " " + get_label("Excludes") + ":";
         const std::size_t at = text.find(title); // they stand last
         if (at == std::string::npos) {

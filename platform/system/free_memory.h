@@ -14,9 +14,10 @@ std::uint64_t freeMemory();
 // Processors that the process may use, by its affinity and its control groups; at least 1.
 std::size_t processors();
 
-// From now on, memory that the process frees stays with it, up to 256 MiB, and is used again. A
-// process that makes images of one size again and again then does not pay for fresh, cleared pages
-// each time. Only where the C library offers it (GNU's).
+// From now on, blocks below 32 MiB that the process frees stay with it, up to 256 MiB, and are used
+// again. A process that makes images of one size again and again then does not pay for fresh,
+// cleared pages each time. Only where the C library offers it (GNU's, each heap of a thread by
+// itself).
 void keepFreedMemory();
 
 } // namespace tarvix

@@ -39,8 +39,8 @@ TEST(LargeMatrices, AreAdvisedUnlessTheyAreSmall) {
         GTEST_SKIP() << "the system does not say which memory is advised";
     }
     EXPECT_GT(*advised, bytesOf(large) - 2 * largePage);
-    const cv::Mat small = made({1000, 1000});
-    EXPECT_EQ(advisedBytes(small.data, bytesOf(small)), 0U);
+    const cv::Mat little = made({1000, 1000});
+    EXPECT_EQ(advisedBytes(little.data, bytesOf(little)), 0U);
     const cv::Mat other(largeSize, CV_8UC3); // others are left as they were
     EXPECT_EQ(advisedBytes(other.data, bytesOf(other)), 0U);
 }

@@ -99,11 +99,11 @@ TEST(LargePages, AreThoseOfLargeBitmaps) {
     ASSERT_EQ(large.Create(4001, 3501, 24, nullptr, nullptr), 1);
     const std::size_t bytes = large.m_bmi.bmiHeader.biSizeImage;
     EXPECT_EQ(cv::countNonZero(cv::Mat(1, static_cast<int>(bytes), CV_8UC1, large.m_pBits)), 0);
-    CDib small;
-    ASSERT_EQ(small.CreateGray(1000, 1000), 1);
+    CDib little;
+    ASSERT_EQ(little.CreateGray(1000, 1000), 1);
     TARVIX_NEEDS_ADVICE(Area());
     EXPECT_GT(advisedBytes(large.m_pBits, bytes), bytes - 2 * largePage);
-    EXPECT_EQ(advisedBytes(small.m_pBits, 1000 * 1000), 0U);
+    EXPECT_EQ(advisedBytes(little.m_pBits, 1000 * 1000), 0U);
 }
 
 } // namespace
