@@ -27,7 +27,7 @@ TARVIX_API int tx_FindFaces(CDib& image, CArray<RECT, RECT&>& faces);
 //   ignored  never read
 // Returns 1 after a key. Returns 1 also, silently and without a window, if the camera cannot be
 // opened.
-// On failure: after OpenCV's message returns 0: no display, no cascade, a camera that stops
-// delivering. Any other failure, such as a lack of memory that OpenCV does not report, is silent
-// and returns 1.
+// On failure: after a message returns 0: no display, no cascade, a camera that stops delivering,
+// and on Linux a missing libTarvixLive.so.1, which the first call loads. Any other failure, such as
+// a lack of memory that OpenCV does not report, is silent and returns 1.
 TARVIX_API int tx_TrackFace(const char* ignored);
