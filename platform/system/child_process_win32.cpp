@@ -176,10 +176,15 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, Errors errors)
         line.append(L" ").append(quotedForWindows(pathOf(words[i]).wstring()));
     }
     PROCESS_INFORMATION started{};
-    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                       CREATE_NEW_PROCESS_GROUP | CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT,
-                       nullptr, nullptr, &start.StartupInfo, &started) == 0) {
-        cannotStart(words[0]);
+    // A new process can end before its first instruction, through no fault of the program: one of
+    // some thousands under Wine, where a place in memory that it needs is taken by chance.
+    for (int attempts = 3;
+         CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                        CREATE_NEW_PROCESS_GROUP | CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT,
+                        nullptr, nullptr, &start.StartupInfo, &started) == 0;) {
+        if (GetLastError() != ERROR_INTERNAL_ERROR || --attempts == 0) {
+            cannotStart(words[0]);
+        }
     }
     m_state->process = Handle(started.hProcess);
     CloseHandle(started.hThread);

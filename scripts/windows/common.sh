@@ -17,6 +17,10 @@ wine_environment() {
     export WINEARCH=win64
     export LC_ALL=C.UTF-8 # file names may have any letter
     export WINEDLLOVERRIDES="mscoree,mshtml=" # neither .NET nor a browser: no offers to download them
+    # Wine needs one address of each process for its own; with random places something else is there in one of some
+    # thousands of starts. A container may forbid fixed places.
+    wine_start=()
+    if setarch --addr-no-randomize true 2>/dev/null; then wine_start=(setarch --addr-no-randomize); fi
     wine_template="$tarvix_cache/wine-folder-$(wine --version 2>/dev/null | tr -cs 'a-zA-Z0-9.\n' - | head -n 1)"
 }
 

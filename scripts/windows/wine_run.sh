@@ -39,7 +39,7 @@ mark="end of standard error, $$ $RANDOM $RANDOM"
 exec {errors}> >(exec sed -u "s/$mark\$//; T; /^\$/Q; q" >&2)
 passing_on=$!
 status=0
-wine "$@" 2>&"$errors" {errors}>&- || status=$?
+"${wine_start[@]}" wine "$@" 2>&"$errors" {errors}>&- || status=$?
 echo "$mark" >&"$errors"
 wait "$passing_on" || true
 exit "$status"

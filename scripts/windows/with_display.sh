@@ -37,5 +37,5 @@ for file in "$TARVIX_WINEPREFIX"/*.reg; do
 done
 # One server serves all programs, and its services start here. Services that a program starts would keep its output
 # open, and whoever waits for the end of the output would wait for them.
-"${display[@]}" bash -c 'export WINEPREFIX="$TARVIX_WINEPREFIX"
+"${wine_start[@]}" "${display[@]}" bash -c 'export WINEPREFIX="$TARVIX_WINEPREFIX"
     wineserver -p && wine wineboot </dev/null >/dev/null 2>&1 && exec "$@"' - "$@"

@@ -73,7 +73,7 @@ ProgramResult runProgram(const std::string& program, const std::vector<std::stri
         start.hStdOutput = out;
         start.hStdError = err;
         PROCESS_INFORMATION started{};
-        // A busy Wine refuses about one start in some thousands. The start is not what is tested.
+        // Wine refuses about one start in some thousands. The start is not what is tested.
         for (int attempts = 3; !CreateProcessA(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0,
                                                nullptr, nullptr, &start, &started);) {
             const DWORD error = GetLastError();
