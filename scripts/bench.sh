@@ -3,16 +3,20 @@
 # run in turn, so the ratios hold on a busy machine, too, though not to the last per cent.
 #   scripts/bench.sh [--full] [--record] [BENCHMARK_OPTION...]      e.g. --benchmark_filter=tx_Canny
 # --full goes on to the largest sets of images and, for memory, to 100 megapixels: half an hour more. It compares itself
-# with the last line of bench/history.jsonl and says what got slower. --record, for a release, makes this run the last
-# line: on free processors, without a filter.
+# with the last line of bench/history.jsonl and says what got slower. --record makes this run the last line, named after
+# the release, or between two after the earlier one and the commit: on free processors, without a filter.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 install_packages build test
 command -v python3 >/dev/null || die "python3 is missing"
+revision=$(git -C "$root" describe --always --dirty 2>/dev/null) || revision=unknown
 record=() megapixels=(12)
 while [ $# -gt 0 ]; do
   case $1 in
-    --record) record=("$(sed -n 's/^## \([0-9.]*\)$/\1/p' "$root/CHANGELOG.md" | head -n 1)") ;;
+    --record)
+      record=("$(sed -n 's/^## \([0-9.]*\)$/\1/p' "$root/CHANGELOG.md" | head -n 1)")
+      ! grep -qx '## Unreleased' "$root/CHANGELOG.md" || record=("${record[0]}+$revision")
+      ;;
     --full) export TARVIX_BENCH_FULL=1 && megapixels+=(100) ;;
     *) break ;;
   esac
@@ -41,7 +45,6 @@ if [ $# -eq 0 ]; then # a filter is for one benchmark
   say "measuring starts"
   quietly python3 "$root/bench/bench_start.py" "$root/build/release/bin" "$results/bench_start.json" || die "bench_start.py failed"
 fi
-revision=$(git -C "$root" describe --always --dirty 2>/dev/null) || revision=unknown
 python3 "$root/scripts/bench_page.py" "$results" "$revision" "$root/bench/history.jsonl" "${record[@]}" >"$results/index.html.new"
 mv "$results/index.html.new" "$results/index.html"
 say "done: $results/index.html"

@@ -1,4 +1,5 @@
-"""The benchmarks' ratios of earlier releases: bench/history.jsonl, one JSON object a line, oldest first.
+"""The benchmarks' ratios of earlier releases: bench/history.jsonl, one JSON object a line, oldest first. What was
+recorded between two releases has the earlier one's number and the commit: 1.0.0+c50bc53.
 
     bench_history.py FILE RELEASE      says whether the release can be recorded: not a second time
 
