@@ -43,7 +43,9 @@ void measure(benchmark::State& state, Work&& work) {
         const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
         state.SetIterationTime(seconds);
         state.counters["ms_each"] = seconds * 1e3 / count;
-        state.counters["peak_MB"] = peak.megabytes();
+        if (const std::optional<double> megabytes = peak.megabytes()) {
+            state.counters["peak_MB"] = *megabytes;
+        }
     }
 }
 

@@ -71,7 +71,9 @@ void peakOf(benchmark::State& state, Work&& work) {
     for (auto _ : state) {
         const Peak peak;
         work();
-        state.counters["peak_MB"] = peak.megabytes();
+        if (const std::optional<double> megabytes = peak.megabytes()) {
+            state.counters["peak_MB"] = *megabytes;
+        }
         state.SetIterationTime(1e6); // long enough, so that there is no second run
     }
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fstream>
+#include <optional>
 #include <string>
 
 #if defined(__GLIBC__)
@@ -18,29 +19,30 @@ public:
 #if defined(__GLIBC__)
         malloc_trim(0); // what is free already is not counted as resident
 #endif
-        std::ofstream("/proc/self/clear_refs") << '5'; // the peak becomes what is resident now
-        m_before = kilobytes("VmHWM:");
+        std::ofstream again("/proc/self/clear_refs");
+        if (again << '5' << std::flush) { // the peak becomes what is resident now
+            m_before = kilobytes();
+        }
     }
 
-    // 0 where the system does not tell.
-    [[nodiscard]] double megabytes() const {
-        return (kilobytes("VmHWM:") - m_before) * 1024 / 1e6;
+    // Nothing where the system does not tell.
+    [[nodiscard]] std::optional<double> megabytes() const {
+        const std::optional<double> now = kilobytes();
+        return m_before && now ? std::optional((*now - *m_before) * 1024 / 1e6) : std::nullopt;
     }
 
 private:
-    static double kilobytes(const std::string& name) {
+    static std::optional<double> kilobytes() {
         std::ifstream status("/proc/self/status");
         for (std::string word; status >> word;) {
-            if (word == name) {
-                double value = 0;
-                status >> value;
+            if (double value = 0; word == "VmHWM:" && status >> value) {
                 return value;
             }
         }
-        return 0;
+        return std::nullopt;
     }
 
-    double m_before;
+    std::optional<double> m_before;
 };
 
 } // namespace bench

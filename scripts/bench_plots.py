@@ -76,7 +76,8 @@ def growth(points, x_title, y_title):
         px, py = place(point)
         print(f'<circle cx="{px:.1f}" cy="{py:.1f}" r="4" fill="#47a"/>')
         if px - shown >= 34:
-            print(f'<text x="{px + 6:.1f}" y="{py + 16:.1f}">{number(point[1])}</text>'
+            below = py + 16 if py < height - 20 else py - 8  # not among the numbers of the axis
+            print(f'<text x="{px + 6:.1f}" y="{below:.1f}">{number(point[1])}</text>'
                   f'<text x="{px:.1f}" y="{height + 16}" text-anchor="middle">{point[0]:g}</text>')
             shown = px
     print(f'<text x="{left + width / 2}" y="{height + 36}" text-anchor="middle">{html.escape(x_title)}</text>'
