@@ -10,7 +10,7 @@ std::string bytesOfFile(const std::filesystem::path& path) {
     const std::ifstream file(path, std::ios::binary);
     std::ostringstream bytes; // block by block; an iterator would take byte by byte
     bytes << file.rdbuf();
-    return std::move(bytes).str();
+    return bytes.fail() ? std::string() : std::move(bytes).str();
 }
 
 } // namespace host

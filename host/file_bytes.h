@@ -6,7 +6,7 @@
 
 namespace host {
 
-// Empty if the file cannot be read.
+// Empty if the file cannot be read to its end.
 std::string bytesOfFile(const std::filesystem::path& path);
 
 } // namespace host

@@ -165,9 +165,9 @@ std::vector<std::string> saveImage(const cv::Mat& image, const std::string& path
             return false;
         }
         if (!saving.metadata.empty()) {
-            const std::string whole =
-                withMetadata(bytesOfFile(half), saving.metadata, image.size(), leftOut);
-            if (!writeBytes(half, whole)) {
+            const std::string bytes = bytesOfFile(half);
+            if (bytes.empty() ||
+                !writeBytes(half, withMetadata(bytes, saving.metadata, image.size(), leftOut))) {
                 return false;
             }
         }
