@@ -128,6 +128,9 @@ void serveRequests(int threads, bool keepImages) {
             write({{"id", id}, {"progress", {{"done", done}, {"total", total}, {"what", what}}}});
         }));
         write(answer);
+        if (keepImages) {
+            tarvix::limitFreedMemory();
+        }
     }
 }
 

@@ -14,10 +14,13 @@ std::uint64_t freeMemory();
 // Processors that the process may use, by its affinity and its control groups; at least 1.
 std::size_t processors();
 
-// From now on, blocks below 32 MiB that the process frees stay with it, up to 256 MiB, and are used
-// again. A process that makes images of one size again and again then does not pay for fresh,
-// cleared pages each time. Only where the C library offers it (GNU's, each heap of a thread by
-// itself).
+// From now on, blocks below 32 MiB that the process frees stay with it and are used again. Who
+// makes images of one size again and again then does not pay for fresh, cleared pages each time.
+// Only where the C library offers it (GNU's, each heap of a thread by itself).
 void keepFreedMemory();
+
+// Gives what keepFreedMemory() kept back to the system if it is more than 256 MiB. Takes
+// microseconds if it is not. Only where the C library tells how much it is (GNU's from 2.33 on).
+void limitFreedMemory();
 
 } // namespace tarvix

@@ -19,4 +19,6 @@ std::size_t processors() {
 
 void keepFreedMemory() {} // its heap has no such setting
 
+void limitFreedMemory() {}
+
 } // namespace tarvix
