@@ -24,7 +24,7 @@ else()
 endif()
 if(TARGET TarvixLive) # no host links it
   set_target_properties(TarvixLive PROPERTIES INSTALL_RPATH "$ORIGIN")
-  install(TARGETS TarvixLive LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development)
+  install(TARGETS TarvixLive LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_SKIP)
 endif()
 
 install(

@@ -24,12 +24,18 @@ void* load(const std::string& library) {
 void* lateFunction(const std::string& library, const std::string& function) {
     void* handle = load(library);
     if (handle == nullptr) {
-        const std::string why = reason();
+        std::string why = reason();
         // The address checker calls the loader itself, which then looks where the checker's
         // libraries are, and not where ours are.
         Dl_info own{};
         if (dladdr(reinterpret_cast<const void*>(&lateFunction), &own) != 0) {
-            handle = load(std::filesystem::path(own.dli_fname).parent_path() / library);
+            const std::filesystem::path beside =
+                std::filesystem::path(own.dli_fname).parent_path() / library;
+            handle = load(beside);
+            std::error_code ignored;
+            if (handle == nullptr && std::filesystem::exists(beside, ignored)) {
+                why = reason(); // one that it names itself is missing, say
+            }
         }
         if (handle == nullptr) {
             throw std::runtime_error(why);

@@ -2,14 +2,17 @@
 // the name of one that does not exist.
 #include "faces/live/live.h"
 #include "platform/system/late_library.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
 
+#include <filesystem>
 #include <stdexcept>
 
 namespace {
 
+namespace fs = std::filesystem;
 using testing::HasSubstr;
 
 TEST(LateLive, AMissingLibraryIsOpenCvsExceptionWithTheSystemsReasonEachTime) {
@@ -23,6 +26,21 @@ TEST(LateLive, AMissingLibraryIsOpenCvsExceptionWithTheSystemsReasonEachTime) {
         }
     }
     EXPECT_THROW(tarvix::hasCamera(), cv::Exception);
+}
+
+// As if a library that it names itself were missing: nobody is to look for the file.
+TEST(LateLive, TheReasonIsThatOfTheFileBesideUs) {
+    const fs::path noLibrary = "late_live/not_a_library.so"; // a name with / is not searched for
+    const fs::path beside = fs::canonical("/proc/self/exe").parent_path() / noLibrary;
+    fs::create_directory(beside.parent_path());
+    test::writeBytes(beside.string(), std::string(100, 'x'));
+    try {
+        tarvix::lateFunction(noLibrary.string(), "tarvixNothing");
+        ADD_FAILURE() << "it was loaded";
+    } catch (const std::runtime_error& e) {
+        EXPECT_THAT(e.what(), HasSubstr("invalid ELF header"));
+    }
+    fs::remove_all(beside.parent_path());
 }
 
 TEST(LateLive, AMissingFunctionIsNamed) {

@@ -25,7 +25,7 @@ runtime=("$libdir/tarvix/tarvix-message-box")
 links=()
 for library in Tarvix TarvixLive TarvixWin32 TarvixAfx MorvelDib; do
   runtime+=("$libdir/lib$library.so.$version" "$libdir/lib$library.so.${version%%.*}")
-  links+=("$libdir/lib$library.so")
+  [ $library = TarvixLive ] || links+=("$libdir/lib$library.so") # no host links that one
 done
 expect Runtime "${runtime[@]}"
 expect Development "${links[@]}" "$libdir/pkgconfig/tarvix.pc" "$libdir/cmake/Tarvix/TarvixConfig.cmake" \
