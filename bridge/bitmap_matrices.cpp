@@ -23,10 +23,8 @@ DibPtr newBitmap(int rows, int columns, int type) {
             static_cast<std::int64_t>(smallestAdvised)) {
         return nullptr;
     }
-    DibPtr dib(new CDib);
-    const int isMade = type == CV_8UC1 ? dib->CreateGray(columns, rows)
-                                       : dib->Create(columns, rows, 24, nullptr, nullptr);
-    if (isMade == 0) {
+    DibPtr dib = newDib(rows, columns, type);
+    if (dib == nullptr) {
         return nullptr;
     }
     const DibView view = viewOf(*dib); // of a host's own class, perhaps

@@ -42,22 +42,28 @@ cv::Mat DibToMat(const CDib& dib) {
     return m;
 }
 
+DibPtr newDib(int rows, int columns, int type) {
+    DibPtr dib(new CDib);
+    int isMade = 1; // of other types none is made
+    if (type == CV_8UC1) {
+        isMade = dib->CreateGray(columns, rows);
+    } else if (type == CV_8UC3) {
+        isMade = dib->Create(columns, rows, 24, nullptr, nullptr);
+    }
+    if (isMade == 0) {
+        return nullptr;
+    }
+    return dib;
+}
+
 CDib* MatToDib(const cv::Mat& m) {
     return swallowAll<CDib*>(nullptr, [&] {
-        DibPtr dib(new CDib);
-        std::size_t rowBytes = 0;
-        if (m.type() == CV_8UC1) {
-            if (dib->CreateGray(m.cols, m.rows) == 0) {
-                failSilently();
-            }
-            rowBytes = static_cast<std::size_t>(m.cols);
-        } else if (m.type() == CV_8UC3) {
-            if (dib->Create(m.cols, m.rows, 24, nullptr, nullptr) == 0) {
-                failSilently();
-            }
-            rowBytes = static_cast<std::size_t>(m.cols) * 3;
+        DibPtr dib = newDib(m.rows, m.cols, m.type());
+        if (dib == nullptr) {
+            failSilently();
         }
-        if (rowBytes != 0) {
+        if (m.type() == CV_8UC1 || m.type() == CV_8UC3) {
+            const std::size_t rowBytes = static_cast<std::size_t>(m.cols) * m.elemSize();
             const DibView view = viewOf(*dib);
             for (int r = m.rows - 1; r >= 0; --r) { // upwards in memory
                 copyRow(view.lineFromTop(r), m.ptr(r), rowBytes);

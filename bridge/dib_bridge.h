@@ -12,6 +12,9 @@
 
 namespace tarvix {
 
+// A result on its way to the host: freed on every path that does not return it.
+using DibPtr = std::unique_ptr<CDib>;
+
 // Copies a bitmap into a new matrix.
 //
 // Returns CV_8UC1 for 8 bits per pixel (palette indices become grey levels) and CV_8UC3 for 24.
@@ -20,6 +23,11 @@ namespace tarvix {
 // On failure: throws cv::Exception if the matrix cannot be allocated.
 cv::Mat DibToMat(const CDib& dib);
 
+// A new bitmap for a matrix of that size and type, its pixels not written: 8-bit grey for CV_8UC1,
+// 24 bits for CV_8UC3, and never created for any other type.
+// Returns null if the bitmap library refuses the size.
+DibPtr newDib(int rows, int columns, int type);
+
 // Copies a matrix into a new bitmap that the caller owns.
 //
 // Returns an 8-bit grey bitmap for CV_8UC1 and a 24-bit one for CV_8UC3. Any other type gives, on
@@ -27,8 +35,5 @@ cv::Mat DibToMat(const CDib& dib);
 // bitmap library may refuse.
 // On failure: returns null, silently.
 CDib* MatToDib(const cv::Mat& m);
-
-// A result on its way to the host: freed on every path that does not return it.
-using DibPtr = std::unique_ptr<CDib>;
 
 } // namespace tarvix
