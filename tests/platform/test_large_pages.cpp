@@ -79,7 +79,7 @@ TEST(LargePages, KeepWrittenBytes) {
     const auto byteAt = [](std::size_t i) {
         return static_cast<unsigned char>(i * 2654435761U >> 16);
     };
-    const std::size_t written = Area::bytes / 2;
+    const std::size_t written = 509 * (Area::bytes / 509 / 2);
     for (std::size_t i = 0; i < written; i += 509) {
         area.begin[i] = byteAt(i);
     }
@@ -88,7 +88,7 @@ TEST(LargePages, KeepWrittenBytes) {
         area.begin[i] = byteAt(i);
     }
     std::size_t wrong = 0;
-    for (std::size_t i = 0; i < written; i += 509) {
+    for (std::size_t i = 0; i < Area::bytes; i += 509) {
         wrong += area.begin[i] == byteAt(i) ? 0 : 1;
     }
     EXPECT_EQ(wrong, 0U);
