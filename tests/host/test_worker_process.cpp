@@ -1,5 +1,9 @@
 // The process of a worker: command lines as requests.
 #include "host/worker_process.h"
+
+#include "assist/tiff_bytes.h"
+#include "assist/tiff_tree.h"
+#include "host/photograph_file.h"
 #include "tests/support/files.h"
 #include "tests/support/images.h"
 #include "workers/worker.h"
@@ -19,6 +23,24 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::string program = std::filesystem::absolute(TARVIX_PROGRAM).string();
+
+// A photograph that names its artist, Ann, and its focal length, 28 mm.
+void writePhotograph(const std::string& path) {
+    constexpr std::uint16_t artist = 0x013B, focalLength35 = 0xA405, text = 2;
+    const std::string block = tarvix::exifBlock(
+        {.main = {{artist, text, 4, std::string("Ann\0", 4)}},
+         .exif = {{focalLength35, tarvix::tiffShort, 1, std::string("\x1c\0", 2)}}});
+    std::vector<std::string> leftOut;
+    test::writeBytes(path, host::withMetadata(test::bytesOf(test::photoPath("home.jpg")),
+                                              {.exif = block}, {512, 384}, leftOut));
+}
+
+// Other bytes, and nobody can tell that the file has changed.
+void overwriteUnseen(const std::string& path) {
+    const auto time = std::filesystem::last_write_time(path);
+    test::writeBytes(path, std::string(test::bytesOf(path).size(), '\0'));
+    std::filesystem::last_write_time(path, time);
+}
 
 class WorkerProcess : public testing::Test {
 protected:
@@ -89,6 +111,37 @@ TEST_F(WorkerProcess, ImagesAreKeptOnRequest) {
     std::filesystem::last_write_time(image, time); // nobody can tell that it has changed
     EXPECT_EQ(shade(worker), 20);
     EXPECT_EQ(shade(keeping), 10);
+}
+
+// Kept with the pixels: the focal length, what the result carries, and the number of bits.
+TEST_F(WorkerProcess, KeptImagesKeepWhatTheirFilesSay) {
+    const std::string photograph = folder / "photograph.jpg";
+    const std::string deep = folder / "deep.png";
+    writePhotograph(photograph);
+    cv::imwrite(deep, cv::Mat(20, 30, CV_16UC3, cv::Scalar(60000, 300, 7)));
+    const std::vector<std::string> straighten = {"converge", photograph,  "-o",     out,
+                                                 "--json",   "--corners", "100,60", "400,40",
+                                                 "430,250",  "80,275"};
+    const std::vector<std::string> load = {"load", deep, "-o", out};
+    tarvix::Worker keeping({program, "worker", "--keep-images"});
+    for (const auto& [image, words] : {std::pair(photograph, straighten), std::pair(deep, load)}) {
+        const Json first = keeping.ask(requestOf(words)).answer;
+        ASSERT_EQ(first.value("status", -1), 0) << first.dump();
+        const std::string written = test::bytesOf(out);
+        if (image == photograph) {
+            EXPECT_EQ(first.at("data").at("focal_mm"), 28);
+            EXPECT_EQ(first.at("data").at("focal_source"), "from the file");
+            EXPECT_THAT(host::readPhotographFile(out).metadata.exif, HasSubstr("Ann"));
+        } else {
+            EXPECT_THAT(first.at("messages").dump(), HasSubstr("has 16 bits per sample"));
+        }
+        overwriteUnseen(image);
+        const Json second = keeping.ask(requestOf(words)).answer;
+        for (const char* member : {"status", "data", "messages"}) {
+            EXPECT_EQ(second.value(member, Json()), first.at(member)) << member;
+        }
+        EXPECT_TRUE(test::bytesOf(out) == written) << "another result of " << image;
+    }
 }
 
 TEST_F(WorkerProcess, WhatIsWrongWithAFileIsInTheAnswer) {
