@@ -138,4 +138,31 @@ TEST(BitmapMatrices, WithoutABitmapAreOrdinary) {
     EXPECT_EQ(test::liveBitmaps(), before);
 }
 
+// A host's own class may round widths up, or have other depths: its bitmap is not written to.
+TEST(BitmapMatrices, WithABitmapThatIsNotAsAskedAreOrdinary) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
+    struct Answer {
+        int width, height, bitCount;
+    };
+    const long before = test::liveBitmaps();
+    for (const int type : {CV_8UC1, CV_8UC3}) {
+        const cv::Mat image = test::noise(2101, 2003, type);
+        const int bitCount = type == CV_8UC1 ? 8 : 24;
+        for (const Answer& answer : {Answer{2004, 2101, bitCount}, Answer{1999, 2101, bitCount},
+                                     Answer{2003, 2102, bitCount}, Answer{2003, 2100, bitCount},
+                                     Answer{2003, 2101, 32 - bitCount}, Answer{2003, 2101, 32}}) {
+            SCOPED_TRACE(testing::Message() << answer.width << " x " << answer.height << ", "
+                                            << answer.bitCount << " for " << bitCount << " bits");
+            test::changeBitmapCreate(answer.width, answer.height, answer.bitCount);
+            cv::Mat m = made(image.rows, image.cols, type);
+            ASSERT_FALSE(isInBitmap(m));
+            EXPECT_EQ(test::liveBitmaps(), before);
+            image.copyTo(m);
+            const Dib dib(resultToDib(std::move(m)));
+            ASSERT_NE(dib, nullptr);
+            EXPECT_THAT(*dib, IsIdenticalTo(image));
+        }
+    }
+}
+
 } // namespace

@@ -20,4 +20,8 @@ void failBitmapConstruction(long nth) {
     morvel_dib_testing::failConstruction(nth);
 }
 
+void changeBitmapCreate(int width, int height, int bitCount) {
+    morvel_dib_testing::changeCreate(width, height, bitCount);
+}
+
 } // namespace test

@@ -16,6 +16,10 @@ long liveBitmaps();
 void failBitmapCreate(long nth);
 void failBitmapConstruction(long nth);
 
+// The next create makes a bitmap of this size and bit count instead of what it is asked for, once.
+// Throws std::logic_error if bitmaps are not observed.
+void changeBitmapCreate(int width, int height, int bitCount);
+
 } // namespace test
 
 // At the start of a test that makes bitmaps fail.

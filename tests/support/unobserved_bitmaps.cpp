@@ -7,7 +7,7 @@ namespace test {
 namespace {
 
 [[noreturn]] void refuse() {
-    throw std::logic_error("the host's own bitmap library does not fail on demand");
+    throw std::logic_error("the host's own bitmap library does nothing on demand");
 }
 
 } // namespace
@@ -25,6 +25,10 @@ void failBitmapCreate(long /*nth*/) {
 }
 
 void failBitmapConstruction(long /*nth*/) {
+    refuse();
+}
+
+void changeBitmapCreate(int /*width*/, int /*height*/, int /*bitCount*/) {
     refuse();
 }
 

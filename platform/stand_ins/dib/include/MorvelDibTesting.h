@@ -17,4 +17,8 @@ MORVEL_DIB_API void failCreate(long nth);
 // would. 0 cancels that.
 MORVEL_DIB_API void failConstruction(long nth);
 
+// The next create of either kind makes a bitmap of this size and bit count instead of what it is
+// asked for, once, as a host's own class may.
+MORVEL_DIB_API void changeCreate(int width, int height, int bitCount);
+
 } // namespace morvel_dib_testing

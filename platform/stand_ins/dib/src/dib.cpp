@@ -77,6 +77,7 @@ int CDib::CreateGray(int width, int height) {
 
 int CDib::Create(int width, int height, int bitCount, RGBQUAD* palette, CDib* paletteSource) {
     morvel_dib::BitmapInfo info{};
+    morvel_dib::changeFormat(width, height, bitCount);
     if (morvel_dib::createFails() || !describe(info.bmiHeader, width, height, bitCount)) {
         return 0;
     }

@@ -3,7 +3,9 @@
 #include "observed.h"
 
 #include <atomic>
+#include <mutex>
 #include <new>
+#include <optional>
 
 namespace {
 
@@ -11,6 +13,12 @@ std::atomic<long> objects{0};
 std::atomic<long> bitmaps{0};
 std::atomic<long> createToFail{0};
 std::atomic<long> constructionToFail{0};
+
+struct Format {
+    int width, height, bitCount;
+};
+std::mutex formatMutex;
+std::optional<Format> otherFormat; // of the next create
 
 // Counts down to 0 once. Returns true at the call that reaches it.
 bool isDue(std::atomic<long>& countdown) {
@@ -45,6 +53,15 @@ void pixelsFreed() {
 bool createFails() {
     return isDue(createToFail);
 }
+void changeFormat(int& width, int& height, int& bitCount) {
+    const std::scoped_lock lock(formatMutex);
+    if (otherFormat) {
+        width = otherFormat->width;
+        height = otherFormat->height;
+        bitCount = otherFormat->bitCount;
+        otherFormat.reset();
+    }
+}
 
 } // namespace morvel_dib
 
@@ -61,6 +78,10 @@ void failCreate(long nth) {
 }
 void failConstruction(long nth) {
     constructionToFail = nth;
+}
+void changeCreate(int width, int height, int bitCount) {
+    const std::scoped_lock lock(formatMutex);
+    otherFormat = {width, height, bitCount};
 }
 
 } // namespace morvel_dib_testing

@@ -10,6 +10,7 @@ void destroyed();
 void pixelsMade();
 void pixelsFreed();
 bool createFails();
+void changeFormat(int& width, int& height, int& bitCount); // if that is due
 #else
 inline void constructed() {}
 inline void destroyed() {}
@@ -18,6 +19,7 @@ inline void pixelsFreed() {}
 inline bool createFails() {
     return false;
 }
+inline void changeFormat(int& /*width*/, int& /*height*/, int& /*bitCount*/) {}
 #endif
 
 } // namespace morvel_dib
