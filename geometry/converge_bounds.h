@@ -51,9 +51,10 @@ struct SearchRules {
 
     static constexpr bool lastOfEqualsWins = false;
 
-    // Told what decided on neighbouring candidates of a stage. The search has no use for it; a
-    // drawing of it has.
-    static void decided(Decision /*by*/, int /*candidates*/) {}
+    // Told the cell of a stage, then what decided on neighbouring candidates of it: the places of
+    // the first and the last in the list of focal lengths. The search has no use for it; tests and
+    // a drawing have.
+    static void decided(Decision /*by*/, int /*firstFocal*/, int /*lastFocal*/) {}
     static void atCell(int /*stage*/, std::size_t /*pitch*/, std::size_t /*yaw*/) {}
 };
 

@@ -147,12 +147,12 @@ private:
             const Focal& g = m_screenFocals[index(to)];
             const double limit = Screen::nearLimit(m_limitDeg);
             if (Screen::notParallel(m_cell, f, g, limit)) {
-                Rules::decided(Decision::VanishingPoints, to - from + 1);
+                Rules::decided(Decision::VanishingPoints, from, to);
                 return;
             }
             if (Screen::cosines(m_screen.edges(m_row, m_cell, f), m_screen.edges(m_row, m_cell, g))
                     .above(limit)) {
-                Rules::decided(Decision::Cosines, to - from + 1);
+                Rules::decided(Decision::Cosines, from, to);
                 return;
             }
         }
@@ -170,11 +170,11 @@ private:
         const double limit =
             isTrusted ? Screen::nearLimit(m_limitDeg) : Screen::farLimit(m_limitDeg);
         if (Screen::notParallel(m_cell, f, limit)) {
-            Rules::decided(Decision::VanishingPoints, 1);
+            Rules::decided(Decision::VanishingPoints, focal, focal);
             return true;
         }
         if (Screen::cosines(m_screen.edges(m_row, m_cell, f)).above(limit)) {
-            Rules::decided(Decision::Cosines, 1);
+            Rules::decided(Decision::Cosines, focal, focal);
             return true;
         }
         return false;
@@ -187,10 +187,10 @@ private:
         const Corners q =
             projectOntoCentroid(m_quad, m_centroid, *m_cellRotation, m_lenses[index(focal)]);
         if (exactlyAbove<Rules>(q, m_limitDeg)) {
-            Rules::decided(Decision::ProjectedEdges, 1);
+            Rules::decided(Decision::ProjectedEdges, focal, focal);
             return;
         }
-        Rules::decided(Decision::Error, 1);
+        Rules::decided(Decision::Error, focal, focal);
         const double error = RightAngleError(q);
         if (error < m_bestError || (Rules::lastOfEqualsWins && error == m_bestError)) {
             m_bestError = error;

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -22,22 +22,22 @@ using converge_detail::SearchRules;
 
 constexpr std::size_t angles = 25; // of the first stage
 constexpr std::size_t focals = 11;
-using Counts = std::array<std::array<int, angles>, angles>;
+using Focals = std::bitset<focals>; // of one pitch and yaw, the shortest is bit 0
 
-// Counts the candidates of the first stage that are projected.
-struct CountingRules : SearchRules {
+// Notes the candidates of the first stage that are projected.
+struct NotingRules : SearchRules {
     static void atCell(int stage, std::size_t pitch, std::size_t yaw) {
         current = stage == 1 ? &projected.at(pitch).at(yaw) : nullptr;
         cells += stage == 1 ? 1 : 0;
     }
-    static void decided(Decision by, int candidates) {
+    static void decided(Decision by, int firstFocal, int lastFocal) {
         const bool isProjected = by == Decision::ProjectedEdges || by == Decision::Error;
-        if (current != nullptr && isProjected) {
-            *current += candidates;
+        for (int i = firstFocal; current != nullptr && isProjected && i <= lastFocal; ++i) {
+            current->set(static_cast<std::size_t>(i));
         }
     }
-    static inline Counts projected;
-    static inline int* current = nullptr;
+    static inline std::array<std::array<Focals, angles>, angles> projected;
+    static inline Focals* current = nullptr;
     static inline int cells = 0;
 };
 
@@ -57,13 +57,13 @@ std::vector<QuadCase> smallOnes() {
 }
 
 // Whether the screen may be trusted with each focal length of a pitch and yaw, of itself.
-std::array<bool, focals> trusted(const MarkedQuad& quad, double pitchDeg, double yawDeg) {
-    std::array<bool, focals> result{};
+Focals trusted(const MarkedQuad& quad, double pitchDeg, double yawDeg) {
+    Focals result;
     const Seen<SearchRules> seen(View{quad, 1.0, pitchDeg, yawDeg});
     for (std::size_t i = 0; i < focals; ++i) {
         const double focalMm = 1.0 + 5.0 * static_cast<double>(i);
         const auto focal = seen.screen.focal(Lens(quad.image, focalMm).focalPx);
-        result.at(i) = seen.screen.isNear(seen.cell, focal) || seen.screen.isFar(seen.cell, focal);
+        result[i] = seen.screen.isNear(seen.cell, focal) || seen.screen.isFar(seen.cell, focal);
     }
     return result;
 }
@@ -77,21 +77,22 @@ TEST(Screen, RefusesOnlyWhatIsNearOrFar) {
     int shortest = 0;
     int longest = 0;
     for (const QuadCase& c : cases) {
-        CountingRules::projected = {};
-        CountingRules::cells = 0;
-        PoseSearch<CountingRules>(c.quad, 0.0).run();
-        if (CountingRules::cells == 0) {
+        NotingRules::projected = {};
+        NotingRules::cells = 0;
+        PoseSearch<NotingRules>(c.quad, 0.0).run();
+        if (NotingRules::cells == 0) {
             continue; // corners without a centroid
         }
         for (std::size_t pitch = 0; pitch < angles; ++pitch) {
             for (std::size_t yaw = 0; yaw < angles; ++yaw) {
-                const auto isTrusted = trusted(c.quad, -60.0 + 5.0 * static_cast<double>(pitch),
-                                               -60.0 + 5.0 * static_cast<double>(yaw));
-                const auto untrusted = std::count(isTrusted.begin(), isTrusted.end(), false);
-                EXPECT_GE(CountingRules::projected.at(pitch).at(yaw), untrusted)
-                    << c.name << ", pitch " << pitch << ", yaw " << yaw;
-                shortest += !isTrusted.front() && isTrusted.back() ? 1 : 0;
-                longest += isTrusted.front() && !isTrusted.back() ? 1 : 0;
+                const Focals isTrusted = trusted(c.quad, -60.0 + 5.0 * static_cast<double>(pitch),
+                                                 -60.0 + 5.0 * static_cast<double>(yaw));
+                const Focals refused = ~isTrusted & ~NotingRules::projected.at(pitch).at(yaw);
+                EXPECT_TRUE(refused.none()) << c.name << ", pitch " << pitch << ", yaw " << yaw
+                                            << ": of the focal lengths, the longest first, "
+                                            << refused << " are refused without trust";
+                shortest += !isTrusted[0] && isTrusted[focals - 1] ? 1 : 0;
+                longest += isTrusted[0] && !isTrusted[focals - 1] ? 1 : 0;
             }
         }
     }

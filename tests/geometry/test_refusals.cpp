@@ -37,10 +37,10 @@ struct DrawingRules : SearchRules {
         current = &maps[stage];
         cell = {pitch, yaw};
     }
-    static void decided(Decision by, int candidates) {
+    static void decided(Decision by, int firstFocal, int lastFocal) {
         const auto [place, isNew] = current->cells.try_emplace(cell, by);
         place->second = std::max(place->second, by);
-        current->counts.at(static_cast<std::size_t>(by)) += candidates;
+        current->counts.at(static_cast<std::size_t>(by)) += lastFocal - firstFocal + 1;
     }
     static inline std::map<int, Map> maps;
     static inline Map* current = nullptr;
