@@ -68,7 +68,7 @@ void consider(PanoramaPart& part, int neighbour, const PairAgreement& pair) {
 
 std::optional<cv::Mat> stitchPanorama(const FileList& files) {
     const std::vector<cv::Mat> photographs = readAll(files);
-    if (photographs.empty() && files.size > 0) {
+    if (photographs.empty()) {
         return {};
     }
     cv::Mat panorama;

@@ -304,6 +304,19 @@ TEST_F(MatchTest, IdenticalImagesAreJoinedLevelByLevel) {
     EXPECT_EQ(cv::countNonZero(middle & ~rows), 0);
 }
 
+TEST(DrawnMatches, OfNothingAreNone) {
+    const cv::Mat image = test::scene(80, 90, 1);
+    for (const tarvix::DrawnMatches& drawn :
+         {tarvix::drawMatched({}, image, 1, 1), tarvix::drawMatched(image, {}, 1, 1),
+          tarvix::drawMatched(image, image, 5, 1), tarvix::drawMatched(image, image, 1, 2)}) {
+        EXPECT_TRUE(drawn.image.empty());
+        EXPECT_EQ(drawn.count, 0U);
+        EXPECT_EQ(drawn.queryKeypoints, 0U);
+        EXPECT_EQ(drawn.trainKeypoints, 0U);
+    }
+    EXPECT_EQ(tarvix::DrawnKeypoints().count, 0U);
+}
+
 TEST_F(MatchTest, UnknownSelectorsGiveNullSilently) {
     const Dib source = test::dibOf(test::photo("box.png"));
     for (const int detector : {-1, 5, INT_MAX}) {

@@ -275,6 +275,9 @@ TEST(SameView, IsAPairWithoutConfidenceThatAgrees) {
     EXPECT_FALSE(tarvix::isSameView({.matches = 100, .agreeing = 38, .confidence = 0}));
     EXPECT_TRUE(tarvix::isSameView({.matches = 100, .agreeing = 39, .confidence = 0}));
     EXPECT_FALSE(tarvix::isSameView({.matches = 0, .agreeing = 0, .confidence = 0}));
+    tarvix::PairAgreement unsure;
+    unsure.agreeing = 9;
+    EXPECT_TRUE(tarvix::isSameView(unsure));
 }
 
 // What a part holds after the pairs, in this order: the neighbour, and how many agree.
@@ -315,10 +318,18 @@ TEST(Consider, TakesTheFirstWhateverItIs) {
     for (const int neighbour : {0, 1, 7}) {
         const tarvix::PanoramaPart part = after({{neighbour, {}}});
         EXPECT_EQ(part.neighbour, neighbour);
+        EXPECT_EQ(part.matches, 0);
         EXPECT_EQ(part.agreeing, 0);
         EXPECT_FALSE(part.isSameView);
     }
     EXPECT_TRUE(after({{1, {.matches = 500, .agreeing = 480, .confidence = 0}}}).isSameView);
+}
+
+TEST(Consider, KeepsTheFirstOfTwoOffersOfOneNeighbour) {
+    const tarvix::PanoramaPart part =
+        after({{1, {.matches = 90, .agreeing = 12, .confidence = 1}},
+               {1, {.matches = 80, .agreeing = 12, .confidence = 1}}});
+    EXPECT_EQ(part.matches, 90);
 }
 
 TEST(Consider, LetsWhatIsWorseChangeNothing) {

@@ -683,6 +683,21 @@ TEST(GoodMatches, IndexOutsideTheListsThrowsOutOfRange) {
     EXPECT_TRUE(tarvix::goodMatches(neighbours({{-1, -1}}, {{9, 10}}), one, one).image.empty());
 }
 
+TEST(GoodMatches, NeighboursOfAnotherShapeEndInAnException) {
+    const std::vector<cv::KeyPoint> two = {{1, 2, 1}, {3, 4, 1}};
+    const tarvix::Neighbours good = neighbours({{0, 1}, {1, 0}}, {{1, 10}, {1, 10}});
+    cv::Mat doubles;
+    good.dists.convertTo(doubles, CV_64F);
+    cv::Mat floats;
+    good.indices.convertTo(floats, CV_32F);
+    for (const auto& [indices, dists] :
+         {std::pair(good.indices, good.dists.col(0).clone()), std::pair(good.indices, doubles),
+          std::pair(good.indices.rowRange(0, 1).clone(), good.dists),
+          std::pair(floats, good.dists)}) {
+        EXPECT_THROW(tarvix::goodMatches({indices, dists}, two, two), cv::Exception);
+    }
+}
+
 // What the installed OpenCV does with the calls as written: its result, or that it refuses them.
 struct SearchOutcome {
     bool isRefused = false;
