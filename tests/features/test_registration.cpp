@@ -843,6 +843,27 @@ TEST(CommonCanvas, HoldsTheReferenceAndEveryOutline) {
     EXPECT_EQ(all.size, cv::Size(77, 55));
 }
 
+TEST(CommonCanvas, IsNothingByItself) {
+    const tarvix::Canvas canvas;
+    EXPECT_EQ(canvas.left, 0);
+    EXPECT_EQ(canvas.top, 0);
+    EXPECT_TRUE(canvas.size.empty());
+    EXPECT_EQ(tarvix::SetMatch().matches, 0U);
+}
+
+TEST(DrawRegistered, MakesTheCanvasIfItIsAnother) {
+    const cv::Mat image = test::noise(20, 30, CV_8UC3);
+    const cv::Mat same = cv::Mat::eye(3, 3, CV_64F);
+    for (const cv::Mat& given : {cv::Mat(), cv::Mat(50, 40, CV_8UC1), cv::Mat(5, 4, CV_8UC3)}) {
+        cv::Mat canvas = given.clone();
+        tarvix::drawRegistered(image, same, {0, 0, {40, 50}}, canvas);
+        ASSERT_EQ(canvas.size(), cv::Size(40, 50));
+        ASSERT_EQ(canvas.type(), CV_8UC3);
+        EXPECT_THAT(canvas(cv::Rect({0, 0}, image.size())), IsIdenticalTo(image));
+        EXPECT_EQ(cv::countNonZero(canvas.colRange(30, 40).clone().reshape(1)), 0);
+    }
+}
+
 TEST(CommonCanvas, SaturatesAndIsThenTooLargeToAllocate) {
     const tarvix::Canvas huge = tarvix::commonCanvas(
         {40, 30}, {{INT_MIN, INT_MIN, INT_MAX, INT_MAX}, {INT_MAX, INT_MAX, INT_MAX, INT_MAX}});
