@@ -47,8 +47,7 @@ public:
         auto* const made = new cv::UMatData(this);
         made->data = made->origdata = view.bits;
         made->size = static_cast<std::size_t>(view.stride) * static_cast<std::size_t>(view.rows);
-        step[0] = static_cast<std::size_t>(view.stride);
-        step[1] = static_cast<std::size_t>(CV_ELEM_SIZE(type));
+        step[0] = static_cast<std::size_t>(view.stride); // the other one is set already
         made->handle = dib.release();
         return made;
     }

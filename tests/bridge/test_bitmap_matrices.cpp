@@ -36,11 +36,12 @@ bool isInBitmap(const cv::Mat& m) {
 TEST(BitmapMatrices, BecomeTheBitmapThatTheyAreIn) {
     for (const int type : {CV_8UC1, CV_8UC3}) {
         for (const int rows : {2100, 2101}) {
-            for (const int columns : {2004, 2005, 4096}) {
+            for (const int columns : {2004, 2005, 4096, 4097}) {
                 const long before = test::liveBitmaps();
                 const cv::Mat image = test::noise(rows, columns, type);
                 cv::Mat m = made(rows, columns, type);
                 ASSERT_TRUE(isInBitmap(m));
+                EXPECT_EQ(m.u->size, m.step[0] * static_cast<std::size_t>(rows));
                 EXPECT_EQ(m.step[0], static_cast<std::size_t>(storedRowBytes(
                                          columns, static_cast<int>(m.elemSize()) * 8)));
                 image.copyTo(m);
@@ -95,6 +96,15 @@ TEST(BitmapMatrices, OthersAreCopied) {
 }
 
 // Somebody else looks at the memory: it stays as it is.
+TEST(BitmapMatrices, OfMoreDimensionsAreOrdinary) {
+    const std::array<int, 3> sizes = {2100, 2003, 1};
+    cv::Mat m;
+    m.allocator = bitmapMatrices();
+    m.create(static_cast<int>(sizes.size()), sizes.data(), CV_8UC1);
+    EXPECT_FALSE(isInBitmap(m));
+    EXPECT_TRUE(m.isContinuous());
+}
+
 TEST(BitmapMatrices, ThatAreSharedAreCopied) {
     const cv::Mat image = test::noise(2100, 2001, CV_8UC3);
     cv::Mat m = made(image.rows, image.cols, image.type());
