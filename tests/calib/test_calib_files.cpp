@@ -234,6 +234,17 @@ TEST_F(CalibFiles, AHugeFileIsRefusedUnread) {
     }
 }
 
+TEST_F(CalibFiles, AFileOfAMebibyteIsTheLargest) {
+    std::string text = test::bytesOf(folder / "cam.xml");
+    while (text.size() < tarvix::largestDocument) {
+        text.append(text.size() % 100 == 0 ? "\n" : " ");
+    }
+    test::writeBytes(folder / "cam.xml", text);
+    EXPECT_NE(undistorted(), nullptr);
+    test::writeBytes(folder / "cam.xml", text + " ");
+    expectFailures("cam.xml", true);
+}
+
 TEST_F(CalibFiles, AFolderOfTheFilesNameIsRefused) {
     for (const std::string name : {"dist.xml", "P1.xml"}) {
         std::filesystem::remove(folder / name);

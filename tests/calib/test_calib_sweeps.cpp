@@ -2,6 +2,7 @@
 #include <tarvix/tarvix.h>
 
 #include "calib/chess_views.h"
+#include "calib/stereo_calibrate.h"
 #include "calib/undistort.h"
 #include "tests/support/counting_allocator.h"
 #include "tests/support/files.h"
@@ -123,6 +124,42 @@ TEST(CalibSweep, RefinementEqualsTheLiteralCall) {
                                   isStereo ? tarvix::stereoRefinement : tarvix::monoRefinement);
             EXPECT_EQ(refined, expected) << i;
         }
+    }
+}
+
+// Two boards that fit nowhere: the estimate does not come to rest, and every step counts.
+tarvix::StereoViews boardsInNoise(cv::RNG& random) {
+    tarvix::StereoViews views;
+    views.imageSize = {3, 2};
+    for (int view = 0; view < 2; ++view) {
+        views.objectPoints.push_back(tarvix::boardModel({5, 4}, 1));
+        for (auto* points : {&views.imagePoints1, &views.imagePoints2}) {
+            points->emplace_back();
+            for (int i = 0; i < 20; ++i) {
+                const double x = random.gaussian(0.5), y = random.gaussian(0.5);
+                points->back().emplace_back(static_cast<float>(0.1 * (i % 5) + x),
+                                            static_cast<float>(0.1 * (i / 5) + y));
+            }
+        }
+    }
+    return views;
+}
+
+TEST(CalibSweep, CalibrateStereoEqualsTheLiteralCalls) {
+    cv::RNG random(8);
+    for (int i = 0; i < 20; ++i) {
+        const tarvix::StereoViews views = boardsInNoise(random);
+        const cv::Size size = views.imageSize;
+        cv::Mat k1, d1, k2, d2, r, t, e, f, r1, r2, p1, p2, q;
+        cv::stereoCalibrate(views.objectPoints, views.imagePoints1, views.imagePoints2, k1, d1, k2,
+                            d2, size, r, t, e, f, 256, {3, 100, 1e-5});
+        cv::stereoRectify(k1, d1, k2, d2, size, r, t, r1, r2, p1, p2, q, 0, -1, {});
+        const tarvix::StereoCalibration pair = tarvix::calibrateStereo(views);
+        EXPECT_THAT(pair.cameras[0].rotation, IsIdenticalTo(r1)) << i;
+        EXPECT_THAT(pair.cameras[1].rotation, IsIdenticalTo(r2)) << i;
+        EXPECT_THAT(pair.cameras[0].projection, IsIdenticalTo(p1)) << i;
+        EXPECT_THAT(pair.cameras[1].projection, IsIdenticalTo(p2)) << i;
+        EXPECT_THAT(pair.reprojection, IsIdenticalTo(q)) << i;
     }
 }
 

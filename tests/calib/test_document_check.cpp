@@ -31,6 +31,7 @@ TEST(DocumentCheck, NamesAreLettersThenLettersDigitsAndDashes) {
         const char c = static_cast<char>(code);
         const std::string first = std::string(1, c) + "x", later = std::string("x") + c + "x";
         const bool continues = isLetter(c) || (c >= '0' && c <= '9') || c == '-';
+        EXPECT_EQ(isSoundWithin(element(std::string(1, c))), isLetter(c)) << code;
         EXPECT_EQ(isSoundWithin(element(first)), isLetter(c)) << code;
         EXPECT_EQ(isSoundWithin(element(later)), continues) << code;
         const std::string attribute = "<x " + first + R"(="1">1</x>)";
@@ -64,6 +65,13 @@ TEST(DocumentCheck, LinesHave4000BytesAtMost) {
     EXPECT_TRUE(isSoundWithin(line(3999)));
     EXPECT_TRUE(isSoundWithin(line(4000)));
     EXPECT_FALSE(isSoundWithin(line(4001)));
+    const auto firstLine = [](std::size_t length) { // without a line's end before it
+        const std::string begin = R"(<?xml a=")", end = R"("?>)";
+        return begin + std::string(length - begin.size() - end.size(), '1') + end +
+               "\n<opencv_storage></opencv_storage>";
+    };
+    EXPECT_TRUE(isSoundDocument(firstLine(4000)));
+    EXPECT_FALSE(isSoundDocument(firstLine(4001)));
     // Each line counts by itself.
     EXPECT_TRUE(
         isSoundWithin("<x>\n" + std::string(4000, '1') + "\n" + std::string(4000, '1') + "\n</x>"));
@@ -129,6 +137,10 @@ TEST(DocumentCheck, WhatIsNotSound) {
                                "<x><y>1</y>2</x>",
                                "<x a>1</x>",
                                "<x a=1>1</x>",
+                               "<x a=121>1</x>",
+                               R"(<x a"1">1</x>)",
+                               "<x>1<x>2</x>",
+                               "<x>1</y</x>",
                                R"(<x a="1>1</x>)",
                                R"(<x a="1'>1</x>)",
                                R"(<xa="1">1</x>)",
@@ -162,8 +174,9 @@ TEST(DocumentCheck, WhatIsNotSound) {
     }
     const std::string sound = head + foot;
     for (const std::string& whole :
-         {std::string(), std::string("<?xml?>"), std::string("<?xml"), std::string("%YAML:1.0\n"),
-          std::string("x").append(sound), std::string("\xEF\xBB").append(sound), head, sound + "x",
+         {std::string(), std::string("<?xml?>"), std::string("<?xml?></"), std::string("<?xml"),
+          std::string("%YAML:1.0\n"), std::string("x").append(sound),
+          std::string("\xEF\xBB").append(sound), head, sound + "x",
           sound + "<opencv_storage></opencv_storage>", head.substr(1) + foot,
           std::string("<?xml?><x></x>"),
           std::string(R"(<?xml version="1.0"><opencv_storage></opencv_storage>)"),

@@ -74,6 +74,7 @@ TEST(ParseMatrix, RefusesWhatIsNotAPlainMatrix) {
     // negative.
     expectRefused(document("-2", "-3", "d", six));
     expectRefused(document("65536", "65536", "d", ""));
+    expectRefused(document("0", "3", "d", ""));
     expectRefused(document("1048577", "1", "d", six));
     expectRefused(document("1", "1048577", "d", six));
 }

@@ -102,6 +102,18 @@ TEST_F(Measurement, OnlySevenEntriesAreRead) {
     expectPoint(30, 5, 350);
 }
 
+// A rectification of OpenCV has ones there, other files need not.
+TEST_F(Measurement, TheScalesOfBothAxesCount) {
+    cv::Mat q = example.clone();
+    q.at<double>(0, 0) = 2;
+    q.at<double>(1, 1) = 4;
+    storeQ(q);
+    tx_Meas3D meas;
+    ASSERT_EQ(meas.Init(folder.path().c_str()), 1);
+    EXPECT_EQ(measure(meas, {400, 250}, {380, 250}), 1);
+    expectPoint(220, 380, 350);
+}
+
 TEST_F(Measurement, NoFileIsNoFailureOfInit) {
     // On purpose: Init does not test that there is a file. Nothing can be computed then.
     tx_Meas3D meas;

@@ -7,6 +7,8 @@
 #include "tests/support/images.h"
 #include "tests/support/matrix_files.h"
 
+#include <sys/stat.h>
+
 namespace {
 
 using testing::IsEmpty;
@@ -82,7 +84,9 @@ TEST_F(PosixFiles, ADanglingLinkReadsAsAMissingFile) {
 TEST_F(PosixFiles, AFileThatCannotBeReadIsRefusedWithAMessage) {
     ASSERT_EQ(calibrate(), 1);
     // Devices and files whose reading fails, also for a privileged user; none of them may hang.
-    for (const char* target : {"/dev/zero", "/dev/full", "/proc/self/mem"}) {
+    const std::string pipe = folder / "pipe"; // nobody writes to it
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const char* target : {"/dev/zero", "/dev/full", "/proc/self/mem", pipe.c_str()}) {
         fs::remove(folder / "dist.xml");
         fs::create_symlink(target, folder / "dist.xml");
         EXPECT_EQ(tx_UseCalib(*test::makeDib(64, 48, 24), folder.path().c_str(), nullptr, nullptr),
