@@ -85,7 +85,7 @@ class Build:
         index = cindex.Index.create()
         for file, command in sorted(self.commands()):
             words = [w for w in shlex.split(command)[1:] if w.startswith(('-I', '-D', '-std', '-isystem', '/'))]
-            words = [w for w in words if w != file and not w.endswith('c++')]
+            words = [w for w in words if w != file and not w.endswith(('c++', '.hxx'))]  # a precompiled header is no source
             unit = index.parse(file, args=words + ['-fopenmp', '-w'], unsaved_files=overlay,
                                options=cindex.TranslationUnit.PARSE_DETAILED_PROCESSING_RECORD)
             bad = [d for d in unit.diagnostics if d.severity >= cindex.Diagnostic.Error]
