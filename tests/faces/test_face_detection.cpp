@@ -109,6 +109,23 @@ TEST_F(Detection, EqualisesInPlaceAndKeepsOpenCvsOrder) {
     EXPECT_THAT(grey, test::IsIdenticalTo(equalised));
 }
 
+// At these sizes, hits are few, so the number that makes a face matters.
+TEST_F(Detection, EqualsTheLiteralCallsAtSmallSizes) {
+    std::size_t fewer = 0;
+    for (int percent = 30; percent <= 70; percent += 5) {
+        cv::Mat grey = test::photo("messi5.jpg", true);
+        cv::resize(grey, grey, {}, percent / 100.0, percent / 100.0, cv::INTER_AREA);
+        cv::Mat equalised;
+        cv::equalizeHist(grey, equalised);
+        std::vector<cv::Rect> expected, stricter;
+        classifier.detectMultiScale(equalised, expected, 1.1, 2, 0, cv::Size(), cv::Size());
+        classifier.detectMultiScale(equalised, stricter, 1.1, 3, 0, cv::Size(), cv::Size());
+        EXPECT_EQ(detectFaces(classifier, grey, cv::Size()), expected) << percent;
+        fewer += expected.size() - stricter.size();
+    }
+    EXPECT_GT(fewer, 0U) << "3 hits would do as well";
+}
+
 TEST_F(Detection, LeavesOutWhatIsTooSmall) {
     cv::Mat grey = test::photo("messi5.jpg", true);
     EXPECT_THAT(detectFaces(classifier, grey, {60, 60}), IsEmpty());
