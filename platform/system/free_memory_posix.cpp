@@ -38,6 +38,8 @@ std::size_t processors() {
     return std::min(there, groupLimits("/").processors);
 }
 
+#ifdef __GLIBC__
+
 namespace {
 
 constexpr int mostKept = 256 << 20;
@@ -45,20 +47,26 @@ constexpr int mostKept = 256 << 20;
 } // namespace
 
 void keepFreedMemory() {
-#ifdef __GLIBC__
     constexpr int largestInHeap = 32 << 20; // the most that the library takes
     mallopt(M_TRIM_THRESHOLD, mostKept);
     mallopt(M_MMAP_THRESHOLD, largestInHeap);
-#endif
 }
 
 void limitFreedMemory() {
-#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+#if __GLIBC_PREREQ(2, 33)
     // The library itself gives back only what is free at the end of its heap.
     if (mallinfo2().fordblks > mostKept) {
         malloc_trim(0);
     }
 #endif
 }
+
+#else
+
+void keepFreedMemory() {}
+
+void limitFreedMemory() {}
+
+#endif
 
 } // namespace tarvix

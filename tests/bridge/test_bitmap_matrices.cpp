@@ -95,7 +95,6 @@ TEST(BitmapMatrices, OthersAreCopied) {
     EXPECT_EQ(resultToDib(cv::Mat()), nullptr);
 }
 
-// Somebody else looks at the memory: it stays as it is.
 TEST(BitmapMatrices, OfMoreDimensionsAreOrdinary) {
     const std::array<int, 3> sizes = {2100, 2003, 1};
     cv::Mat m;
@@ -105,6 +104,7 @@ TEST(BitmapMatrices, OfMoreDimensionsAreOrdinary) {
     EXPECT_TRUE(m.isContinuous());
 }
 
+// Somebody else looks at the memory: it stays as it is.
 TEST(BitmapMatrices, ThatAreSharedAreCopied) {
     const cv::Mat image = test::noise(2100, 2001, CV_8UC3);
     cv::Mat m = made(image.rows, image.cols, image.type());

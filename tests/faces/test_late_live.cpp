@@ -28,7 +28,7 @@ TEST(LateLive, AMissingLibraryIsOpenCvsExceptionWithTheSystemsReasonEachTime) {
     EXPECT_THROW(tarvix::hasCamera(), cv::Exception);
 }
 
-// As if a library that it names itself were missing: nobody is to look for the file.
+// As if a library that it names itself were missing: the message is not that the file is missing.
 TEST(LateLive, TheReasonIsThatOfTheFileBesideUs) {
     const fs::path noLibrary = "late_live/not_a_library.so"; // a name with / is not searched for
     const fs::path beside = fs::canonical("/proc/self/exe").parent_path() / noLibrary;

@@ -21,15 +21,6 @@ std::size_t pageBytes() {
     return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-#ifdef __GLIBC__
-std::size_t residentBytes() {
-    std::size_t pages = 0;
-    std::ifstream file("/proc/self/statm");
-    file >> pages >> pages; // the second number
-    return pages * pageBytes();
-}
-#endif
-
 long pagesSoFar() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
@@ -65,7 +56,14 @@ TEST(FreedMemory, OfImagesIsUsedAgain) {
     }
 }
 
-#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+#if __GLIBC_PREREQ(2, 33)
+std::size_t residentBytes() {
+    std::size_t pages = 0;
+    std::ifstream file("/proc/self/statm");
+    file >> pages >> pages; // the second number
+    return pages * pageBytes();
+}
+
 TEST(FreedMemory, AboveTheLimitIsGivenBack) {
     tarvix::keepFreedMemory();
     std::vector<std::unique_ptr<char[]>> images(30);
