@@ -14,21 +14,14 @@ namespace {
 constexpr double tableEnd = 1.25; // radians
 constexpr double largestReduced = 1e6;
 
-constexpr DoubleDouble halfPi{0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54};
-constexpr DoubleDouble wholePi{0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};
-
-// Whether all numbers within the error of the value round to one double, the result. If they do not
-// (one sine in 4,000, one arc cosine in 3,000), the accurate road decides.
-bool roundsTo(double& result, const Bounded& a) {
-    result = a.value.high + (a.value.low - a.error);
-    return result == a.value.high + (a.value.low + a.error);
-}
-
-// The same for single precision. The value is at least 2^-7, or the error is relative to it.
-bool roundsTo(float& result, double value) {
-    result = static_cast<float>(value * (1.0 - 0x1p-42));
-    return result == static_cast<float>(value * (1.0 + 0x1p-42));
-}
+// A sum of three doubles. The third counts for the cosines of about 2^-55, whose angles are as close
+// to the middle between two doubles as any.
+struct Start {
+    DoubleDouble angle;
+    double rest = 0.0;
+};
+constexpr Start quarterTurn{{0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54}, -0x1.f1976b7ed8fbcp-110};
+constexpr Start halfTurn{{0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53}};
 
 // Of an angle in [0, 1.25].
 SineCosine fromTable(const DoubleDouble& angle) {
@@ -39,8 +32,9 @@ SineCosine fromTable(const DoubleDouble& angle) {
     const bool sineIsKnown = roundsTo(result.sine, quick.sine);
     const bool cosineIsKnown = roundsTo(result.cosine, quick.cosine);
     if (!sineIsKnown || !cosineIsKnown) {
-        const Pair<DoubleDouble> accurate = accurateSineCosine(table[k], rest);
-        result = {accurate.sine.high, accurate.cosine.high};
+        const Pair<DoubleDouble> more = accurateDifference(table[k], rest);
+        result = {nearestOfSum(table[k].sine, more.sine, 0.0),
+                  nearestOfSum(table[k].cosine, more.cosine, 0.0)};
     }
     return result;
 }
@@ -116,15 +110,15 @@ double roundedArcCosine(double cosine) {
     const int k = nearbySteps(legs);
 
     // From the angle opposite to the smaller leg to the one asked for: start + sign * angle.
-    const DoubleDouble start = sizeIsSmaller ? halfPi : cosine < 0.0 ? wholePi : DoubleDouble{};
+    const Start start = sizeIsSmaller ? quarterTurn : cosine < 0.0 ? halfTurn : Start{};
     const double sign = (cosine < 0.0) == sizeIsSmaller ? 1.0 : -1.0;
     const Bounded angle = quickAngle(legs, k);
-    const DoubleDouble sum = exactSum(start.high, sign * angle.value.high);
-    const double low = sum.low + (start.low + sign * angle.value.low);
+    const DoubleDouble sum = exactSum(start.angle.high, sign * angle.value.high);
+    const double low = sum.low + (start.angle.low + sign * angle.value.low);
     double result = 0.0;
-    if (!roundsTo(result, {{sum.high, low}, angle.error + 0x1p-100 * sum.high})) {
+    if (!roundsTo(result, {{sum.high, low}, angle.error + 0x1p-100})) {
         const DoubleDouble accurate = accurateAngle(legs, k);
-        result = (start + DoubleDouble{sign * accurate.high, sign * accurate.low}).high;
+        result = nearestOfSum(start.angle, {sign * accurate.high, sign * accurate.low}, start.rest);
     }
     return result;
 }

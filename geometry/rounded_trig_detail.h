@@ -5,8 +5,11 @@
 #include "double_double.h"
 #include "rounded_trig_table.h"
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 
 namespace tarvix::rounded_trig {
 
@@ -16,11 +19,46 @@ struct Bounded {
     double error;
 };
 
+// Whether all numbers within the error of the value round to one double, the result. If they do not
+// (one sine in 4,000, one arc cosine in 3,000), the accurate road decides.
+inline bool roundsTo(double& result, const Bounded& a) {
+    result = a.value.high + (a.value.low - a.error);
+    return result == a.value.high + (a.value.low + a.error);
+}
+
+// The same for single precision. The value is at least 2^-7, or the error is relative to it.
+inline bool roundsTo(float& result, double value) {
+    result = static_cast<float>(value * (1.0 - 0x1p-42));
+    return result == static_cast<float>(value * (1.0 + 0x1p-42));
+}
+
 template <class T>
 struct Pair {
     T sine;
     T cosine;
 };
+
+// a + b as a double whose last bit says whether there was a rest: rounded once more, to fewer bits,
+// it gives what a + b gives. The rule is Boldo's and Melquiond's.
+inline double roundedToOdd(double a, double b) {
+    const DoubleDouble sum = exactSum(a, b);
+    const bool isEven = (std::bit_cast<std::uint64_t>(sum.high) & 1) == 0;
+    if (sum.low == 0.0 || !isEven) {
+        return sum.high;
+    }
+    const double infinity = std::numeric_limits<double>::infinity();
+    return std::nextafter(sum.high, sum.low > 0.0 ? infinity : -infinity);
+}
+
+// The double nearest to a + b + rest, for |a| >= |b| or a == 0 and |rest| below 2^-105 |a|, also if
+// the sum is close to the middle between two doubles.
+inline double nearestOfSum(const DoubleDouble& a, const DoubleDouble& b, double rest) {
+    const DoubleDouble high = exactSum(a.high, b.high);
+    const DoubleDouble low = exactSum(a.low, b.low);
+    const DoubleDouble middle = exactSum(high.low, low.high);
+    const DoubleDouble sum = orderedSum(high.high, middle.high);
+    return sum.high + roundedToOdd(sum.low, middle.low + (low.low + rest));
+}
 
 // The table's entry next to an angle that is not negative.
 inline int nearestStep(double angle) {
@@ -39,8 +77,7 @@ inline Pair<Bounded> quickSineCosine(const TableEntry& at, const DoubleDouble& r
     const double rr = r * r;
     const double sineLessRest =
         rest.low + r * rr * (-1.0 / 6.0 + rr * (1.0 / 120.0 - rr * (1.0 / 5040.0)));
-    const double cosineLess1 =
-        rr * (-0.5 + rr * (1.0 / 24.0 - rr * (1.0 / 720.0 - rr * (1.0 / 40320.0))));
+    const double cosineLess1 = rr * (-0.5 + rr * (1.0 / 24.0 - rr * (1.0 / 720.0)));
     const DoubleDouble cr = exactProduct(at.cosine.high, r);
     const DoubleDouble sr = exactProduct(at.sine.high, r);
     const DoubleDouble s = orderedSum(at.sine.high, cr.high);
@@ -58,8 +95,8 @@ inline Pair<Bounded> quickSineCosine(const TableEntry& at, const DoubleDouble& r
 // 0 the sine by less than 2^-49 of itself.
 inline Pair<double> singleSineCosine(const TableEntry& at, double r) {
     const double rr = r * r;
-    const double sine = r + r * rr * (-1.0 / 6.0 + rr * (1.0 / 120.0 - rr * (1.0 / 5040.0)));
-    const double cosineLess1 = rr * (-0.5 + rr * (1.0 / 24.0 - rr * (1.0 / 720.0)));
+    const double sine = r + r * rr * (-1.0 / 6.0 + rr * (1.0 / 120.0));
+    const double cosineLess1 = rr * (-0.5 + rr * (1.0 / 24.0));
     return {at.sine.high + (at.cosine.high * sine + at.sine.high * cosineLess1),
             at.cosine.high + (at.cosine.high * cosineLess1 - at.sine.high * sine)};
 }
@@ -74,27 +111,21 @@ DoubleDouble polynomial(const DoubleDouble (&a)[N], const DoubleDouble& x) {
     return sum;
 }
 
-// The same, off by less than 2^-100. The first terms left out are r^15 / 15! and r^16 / 16!.
-inline Pair<DoubleDouble> accurateSineCosine(const TableEntry& at, const DoubleDouble& rest) {
+// By how much they exceed the table's, off by less than 2^-104. The first terms left out are r^12 /
+// 12! and r^13 / 13!.
+inline Pair<DoubleDouble> accurateDifference(const TableEntry& at, const DoubleDouble& rest) {
     const DoubleDouble sineTerms[] = {{1.0},
                                       ratio(-1.0, 6.0),
                                       ratio(1.0, 120.0),
                                       ratio(-1.0, 5040.0),
                                       ratio(1.0, 362880.0),
-                                      ratio(-1.0, 39916800.0),
-                                      ratio(1.0, 6227020800.0)};
-    const DoubleDouble cosineTerms[] = {{-0.5},
-                                        ratio(1.0, 24.0),
-                                        ratio(-1.0, 720.0),
-                                        ratio(1.0, 40320.0),
-                                        ratio(-1.0, 3628800.0),
-                                        ratio(1.0, 479001600.0),
-                                        ratio(-1.0, 87178291200.0)};
+                                      ratio(-1.0, 39916800.0)};
+    const DoubleDouble cosineTerms[] = {
+        {-0.5}, ratio(1.0, 24.0), ratio(-1.0, 720.0), ratio(1.0, 40320.0), ratio(-1.0, 3628800.0)};
     const DoubleDouble square = rest * rest;
     const DoubleDouble s = rest * polynomial(sineTerms, square);
     const DoubleDouble less1 = square * polynomial(cosineTerms, square);
-    return {at.sine + (at.cosine * s + at.sine * less1),
-            at.cosine + (at.cosine * less1 - at.sine * s)};
+    return {at.cosine * s + at.sine * less1, at.cosine * less1 - at.sine * s};
 }
 
 // The legs of a triangle whose longest side is 1, the smaller one up to 0.72. The angle opposite to
@@ -108,8 +139,7 @@ struct Legs {
 inline int nearbySteps(const Legs& legs) {
     const double s = legs.smaller.high;
     const double ss = s * s;
-    const double series = 1.0 / 6.0 + ss * (3.0 / 40.0 + ss * (5.0 / 112.0 + ss * 0.07));
-    return nearestStep(s * (1.0 + ss * series));
+    return nearestStep(s * (1.0 + ss * (1.0 / 6.0 + ss * 0.11))); // asin s, off by less than 1/900
 }
 
 // The angle. asin x - x is below 2^-21; as a double it is off by 2^-72. It is taken at the high
@@ -125,9 +155,7 @@ inline Bounded quickAngle(const Legs& legs, int k) {
                   (legs.larger.high * at.sine.low + legs.larger.low * at.sine.high)));
     const double xx = x.high * x.high;
     const double less =
-        x.high * xx *
-        (1.0 / 6.0 +
-         xx * (3.0 / 40.0 + xx * (5.0 / 112.0 + xx * (35.0 / 1152.0 + xx * (63.0 / 2816.0)))));
+        x.high * xx * (1.0 / 6.0 + xx * (3.0 / 40.0 + xx * (5.0 / 112.0 + xx * (35.0 / 1152.0))));
     const DoubleDouble angle = orderedSum(k / stepsPerRadian, x.high);
     return {{angle.high, angle.low + (xLow + less)}, k == 0 ? 0x1p-65 * x.high : 0x1p-65};
 }

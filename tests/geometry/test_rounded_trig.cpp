@@ -1,6 +1,7 @@
 // The correctly rounded functions, on every system. That they are correctly rounded is tested where
 // there is a multiple-precision library (test_rounded_trig_exactly.cpp).
 #include "geometry/rounded_trig.h"
+#include "geometry/rounded_trig_detail.h"
 #include "tests/geometry/trig_inputs.h"
 
 #include <gtest/gtest.h>
@@ -59,12 +60,52 @@ TEST(RoundedTrig, IsNotANumberWhereThereIsNone) {
     EXPECT_TRUE(std::isnan(roundedArcCosine(std::nextafter(-1.0, -2.0))));
 }
 
+// Libraries that round some of these to the other neighbour show that they are asked.
 TEST(RoundedTrig, IsTheCLibrarysBeyondAMillionRadians) {
-    // Volatile, or the compiler computes them itself.
-    const volatile double someTurns = 3e6;
-    const volatile double manyTurns = -1e300;
-    EXPECT_EQ(roundedSineCosine(someTurns).sine, std::sin(someTurns));
-    EXPECT_EQ(roundedSineCosine(manyTurns).cosine, std::cos(manyTurns));
+    std::mt19937_64 random(8); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    for (int i = 0; i < 200000; ++i) {
+        const double angle = i == 0 ? -1e300 : uniform(random, 1e6, 2e6);
+        EXPECT_EQ(roundedSineCosine(angle).sine, std::sin(angle)) << std::hexfloat << angle;
+        EXPECT_EQ(roundedSineCosine(angle).cosine, std::cos(angle)) << std::hexfloat << angle;
+    }
+}
+
+// 2^-53 is half the distance of 1 from the next double, 2^-54 that from the one before.
+TEST(RoundedTrig, AValueIsKnownIfItsErrorDoesNotReachTheMiddleOfTwoDoubles) {
+    const double error = 0x1p-60;
+    struct {
+        double low, result;
+        bool isKnown;
+    } const cases[] = {{0x1p-53 - 0x1p-59, 1.0, true},
+                       {0x1p-53 - 0x1p-61, 1.0, false},
+                       {0x1p-53 + 0x1p-61, 1.0, false},
+                       {0x1p-53 + 0x1p-59, 1.0 + 0x1p-52, true},
+                       {-0x1p-54 + 0x1p-59, 1.0, true},
+                       {-0x1p-54 + 0x1p-61, 1.0 - 0x1p-53, false},
+                       {-0x1p-54 - 0x1p-61, 1.0 - 0x1p-53, false},
+                       {-0x1p-54 - 0x1p-59, 1.0 - 0x1p-53, true}};
+    for (const auto& c : cases) {
+        double result = 0.0;
+        EXPECT_EQ(rounded_trig::roundsTo(result, {{1.0, c.low}, error}), c.isKnown) << c.low;
+        EXPECT_EQ(result, c.result) << c.low;
+    }
+}
+
+TEST(RoundedTrig, AValueIsKnownIfItsErrorDoesNotReachTheMiddleOfTwoFloats) {
+    const double middle = 1.0 + 0x1p-24;
+    struct {
+        double off;
+        float result;
+        bool isKnown;
+    } const cases[] = {{-0x1.8p-42, 1.0F, true},
+                       {-0x1.8p-43, 1.0F, false},
+                       {0x1.8p-43, 1.0F, false},
+                       {0x1.8p-42, 1.0F + 0x1p-23F, true}};
+    for (const auto& c : cases) {
+        float result = 0.0F;
+        EXPECT_EQ(rounded_trig::roundsTo(result, middle * (1.0 + c.off)), c.isKnown) << c.off;
+        EXPECT_EQ(result, c.result) << c.off;
+    }
 }
 
 } // namespace

@@ -39,10 +39,12 @@ public:
     }
 
     // What this exceeds a sum by.
-    double excessOver(const DoubleDouble& a) {
+    double excessOver(const DoubleDouble& a, const DoubleDouble& b = {}) {
         Number rest;
         mpfr_sub_d(rest.get(), m_value, a.high, MPFR_RNDN);
-        mpfr_sub_d(rest.get(), rest.get(), a.low, MPFR_RNDN);
+        for (const double part : {a.low, b.high, b.low}) {
+            mpfr_sub_d(rest.get(), rest.get(), part, MPFR_RNDN);
+        }
         return rest.nearest();
     }
 
@@ -124,6 +126,94 @@ TEST(RoundedTrig, IsRoundedForManyCosines) {
     }
 }
 
+// The first of the two floats on whose middle the sine or cosine nearly is, is the wrong one.
+TEST(RoundedTrig, IsRoundedForFloatsNextToTheMiddle) {
+    for (const float angle : {0x1.d12e8cp-12F, 0x1.d12e8ep-12F, 0x1.d12e9p-12F, 0x1.ffff82p-13F,
+                              0x1.ffff84p-13F, 0x1.ffff86p-13F}) {
+        expectRounded(angle);
+        expectRounded(-angle);
+    }
+}
+
+// The doubles next to that one in both directions.
+template <class Expect>
+void forNeighbours(double x, int steps, const Expect& expect) {
+    double down = x;
+    double up = x;
+    expect(x);
+    for (int i = 0; i < steps; ++i) {
+        down = std::nextafter(down, -10.0);
+        up = std::nextafter(up, 10.0);
+        expect(down);
+        expect(up);
+    }
+}
+
+// Small angles, whose cosine is 1 - x^2 / 2 + x^4 / 24, and the cosines of about 2^-55, whose angle
+// is pi/2 - x: there, the middle between two doubles is as close as it ever is.
+TEST(RoundedTrig, IsRoundedNextToTheMiddleOfTwoDoubles) {
+    std::mt19937_64 random(6); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    Number middle;
+    Number inverse;
+    for (int i = 0; i < 20000; ++i) {
+        const double odd = i < 10000
+                               ? 2.0 * i + 1.0
+                               : 2.0 * std::floor(std::ldexp(uniform(random, 1.0, 2.0),
+                                                             static_cast<int>(random() % 50))) +
+                                     1.0;
+        mpfr_set_d(middle.get(), 1.0, MPFR_RNDN);
+        mpfr_sub_d(middle.get(), middle.get(), odd * 0x1p-54, MPFR_RNDN);
+        mpfr_acos(inverse.get(), middle.get(), MPFR_RNDN);
+        forNeighbours(inverse.nearest(), 2, [](double angle) { expectRounded(angle); });
+    }
+    for (int i = -4; i < 4; ++i) {
+        mpfr_const_pi(middle.get(), MPFR_RNDN);
+        mpfr_div_2ui(middle.get(), middle.get(), 1, MPFR_RNDN);
+        mpfr_sub_d(inverse.get(), middle.get(), middle.nearest(), MPFR_RNDN);
+        mpfr_sub_d(inverse.get(), inverse.get(), (2.0 * i + 1.0) * 0x1p-53, MPFR_RNDN);
+        forNeighbours(inverse.nearest(), 50, [](double cosine) {
+            EXPECT_EQ(roundedArcCosine(cosine), trueArcCosine(cosine)) << std::hexfloat << cosine;
+        });
+    }
+}
+
+TEST(RoundedTrig, ProductsAreExact) {
+    std::mt19937_64 random(9); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    for (int i = 0; i < 100000; ++i) {
+        const double a = -uniform(random, 1.0, 2.0); // all bits of the fraction
+        const double b = 0x1p-40 * uniform(random, 1.0, 2.0);
+        Number product;
+        mpfr_set_d(product.get(), a, MPFR_RNDN);
+        mpfr_mul_d(product.get(), product.get(), b, MPFR_RNDN);
+        EXPECT_EQ(product.excessOver(exactProduct(a, b)), 0.0) << std::hexfloat << a << ' ' << b;
+    }
+}
+
+// Sums on the middle of two doubles and next to it.
+TEST(RoundedTrig, SumsAreRoundedOnce) {
+    std::mt19937_64 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
+    const auto oneOf = [&random](std::initializer_list<double> values) {
+        return values.begin()[random() % values.size()];
+    };
+    for (int i = 0; i < 100000; ++i) {
+        const double unit = std::ldexp(1.0, static_cast<int>(random() % 60) - 30);
+        const double high = unit * uniform(random, 1.0, 2.0);
+        const DoubleDouble a{high, unit * oneOf({0.0, 0x1p-54, -0x1p-54, 0x1.8p-54, -0x1p-80})};
+        const double big =
+            unit * oneOf({0.0, 0x1p-53, -0x1p-53, 0x1p-54, -0x1p-54, 0x1.1p-5, -0x1p-2});
+        const DoubleDouble b{big, unit * oneOf({0.0, 0x1p-107, -0x1p-107, 0x1p-120, -0x1p-140})};
+        const double rest = unit * oneOf({0.0, 0x1p-110, -0x1p-110, 0x1p-150});
+        Number sum(400);
+        mpfr_set_d(sum.get(), a.high, MPFR_RNDN);
+        for (const double part : {a.low, b.high, b.low, rest}) {
+            mpfr_add_d(sum.get(), sum.get(), part, MPFR_RNDN);
+        }
+        EXPECT_EQ(nearestOfSum(a, b, rest), sum.nearest())
+            << std::hexfloat << a.high << ' ' << a.low << ' ' << b.high << ' ' << b.low << ' '
+            << rest;
+    }
+}
+
 // All of them if TARVIX_EVERY_FLOAT is set, which takes two minutes of processor time.
 TEST(RoundedTrig, IsRoundedForFloatsOfTheRangeOfTheSearch) {
     const bool all = std::getenv("TARVIX_EVERY_FLOAT") != nullptr; // NOLINT(concurrency-mt-unsafe)
@@ -168,9 +258,9 @@ TEST(RoundedTrig, TheRoadsOfSineAndCosineAreAsGoodAsTheyClaim) {
         EXPECT_LE(offSine, 1.0) << angle;
         EXPECT_LE(offCosine, 1.0) << angle;
         closest = std::max({closest, offSine, offCosine});
-        const Pair<DoubleDouble> accurate = accurateSineCosine(table[k], rest);
-        EXPECT_LE(std::abs(sine.excessOver(accurate.sine)), 0x1p-100) << angle;
-        EXPECT_LE(std::abs(cosine.excessOver(accurate.cosine)), 0x1p-100) << angle;
+        const Pair<DoubleDouble> more = accurateDifference(table[k], rest);
+        EXPECT_LE(std::abs(sine.excessOver(table[k].sine, more.sine)), 0x1p-104) << angle;
+        EXPECT_LE(std::abs(cosine.excessOver(table[k].cosine, more.cosine)), 0x1p-104) << angle;
         const Pair<double> single = singleSineCosine(table[k], rest.high);
         EXPECT_LE(std::abs(sine.excessOver({single.sine})), 0x1p-49 * (k == 0 ? angle : 1.0));
         EXPECT_LE(std::abs(cosine.excessOver({single.cosine})), 0x1p-49);
@@ -193,14 +283,22 @@ TEST(RoundedTrig, TheRoadsOfTheArcCosineAreAsGoodAsTheyClaim) {
         const Legs legs = givenIsSmaller ? Legs{{given}, other} : Legs{other, {given}};
         Number angle;
         givenIsSmaller ? angle.set(mpfr_asin, given) : angle.set(mpfr_acos, given);
-        const int k = nearbySteps(legs);
-        EXPECT_LT(std::abs(std::sin(angle.nearest() - k / stepsPerRadian)), 1.0 / 80.0) << cosine;
-        const Bounded quick = quickAngle(legs, k);
-        const double off = std::abs(angle.excessOver(quick.value));
-        EXPECT_LE(off, quick.error) << cosine;
-        closest = std::max(closest, quick.error > 0.0 ? off / quick.error : 0.0);
-        EXPECT_LE(std::abs(angle.excessOver(accurateAngle(legs, k))), 0x1p-98 * angle.nearest())
-            << cosine;
+        const auto sineOfRest = [&](int k) {
+            return std::abs(std::sin(angle.nearest() - k / stepsPerRadian));
+        };
+        const int nearby = nearbySteps(legs);
+        EXPECT_LT(sineOfRest(nearby), 1.0 / 80.0) << cosine;
+        for (int k = std::max(nearby - 1, 0); k <= nearby + 1; ++k) {
+            if (sineOfRest(k) >= 1.0 / 80.0) {
+                continue;
+            }
+            const Bounded quick = quickAngle(legs, k);
+            const double off = std::abs(angle.excessOver(quick.value));
+            EXPECT_LE(off, quick.error) << cosine;
+            closest = std::max(closest, quick.error > 0.0 ? off / quick.error : 0.0);
+            EXPECT_LE(std::abs(angle.excessOver(accurateAngle(legs, k))), 0x1p-98 * angle.nearest())
+                << cosine;
+        }
     }
     EXPECT_GT(closest, 0.05);
 }
