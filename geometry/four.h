@@ -73,7 +73,10 @@ inline Two both(double value) {
 struct Four {
     Two low, high;
 
-    double operator[](std::size_t i) const { return i < 2 ? low[i] : high[i - 2]; }
+    double operator[](std::size_t i) const {
+        const double all[] = {low[0], low[1], high[0], high[1]};
+        return all[i];
+    }
 
     friend Four operator+(const Four& a, const Four& b) { return {a.low + b.low, a.high + b.high}; }
     friend Four operator-(const Four& a, const Four& b) { return {a.low - b.low, a.high - b.high}; }

@@ -59,6 +59,10 @@ TEST(Two, IsTheSameWrittenOut) {
 
 TEST(Four, KnowsItsNeighbours) {
     const Four a = four(1.0, -2.0, 3.0, -4.0);
+    EXPECT_EQ(a[0], 1.0);
+    EXPECT_EQ(a[1], -2.0);
+    EXPECT_EQ(a[2], 3.0);
+    EXPECT_EQ(a[3], -4.0);
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(next(a)[i], a[(i + 1) % 4]);
         EXPECT_EQ(abs4(a)[i], std::abs(a[i]));
@@ -68,6 +72,21 @@ TEST(Four, KnowsItsNeighbours) {
     EXPECT_EQ(smallest(four(2.0, 1.0, 3.0, 4.0)), 1.0);
     EXPECT_EQ(smallest(four(2.0, 3.0, 1.0, 4.0)), 1.0);
     EXPECT_EQ(smallest(four(2.0, 3.0, 4.0, 1.0)), 1.0);
+}
+
+// As std::min and std::max: of equal ones the first, seen by the sign of 0.
+TEST(Four, TakesTheFirstOfEqualOnes) {
+    const Four plus = four(0.0, 0.0, 0.0, 0.0);
+    const Four minus = four(-0.0, -0.0, -0.0, -0.0);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_FALSE(std::signbit(min4(plus, minus)[i]));
+        EXPECT_TRUE(std::signbit(min4(minus, plus)[i]));
+        EXPECT_FALSE(std::signbit(max4(plus, minus)[i]));
+        EXPECT_TRUE(std::signbit(max4(minus, plus)[i]));
+    }
+    EXPECT_FALSE(std::signbit(smallest(four(0.0, 0.0, -0.0, -0.0))));
+    EXPECT_TRUE(std::signbit(smallest(four(-0.0, 0.0, 0.0, 0.0))));
+    EXPECT_FALSE(std::signbit(smallest(four(0.0, -0.0, 0.0, -0.0))));
 }
 
 } // namespace

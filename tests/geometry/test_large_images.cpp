@@ -7,6 +7,7 @@
 #include "tests/support/export_test.h"
 #include "tests/support/identical.h"
 #include "tests/support/images.h"
+#include "tests/support/observed_bitmaps.h"
 
 #include <tarvix/tarvix.h>
 
@@ -89,6 +90,20 @@ TEST_F(LargeImages, HaveNoSecondCopy) {
     const Dib corrected(tx_Converge(*source, from.data(), 28, 1, 0, 0, 0, nullptr));
     EXPECT_EQ(counting.madeLarge, 4);
     EXPECT_EQ(counting.alive, 0);
+}
+
+// The bitmap is for the mask, not for the white image: if the first one cannot be made, there is a
+// second attempt, which gets a copy.
+TEST_F(LargeImages, AMaskWithoutItsBitmapIsCopiedIntoAnother) {
+    TARVIX_NEEDS_OBSERVED_BITMAPS();
+    const Dib source = test::dibOf(test::noise(20, 20, CV_8UC3));
+    Points corners{0, 0, 20, 0, 20, 20, 0, 20};
+    test::failBitmapCreate(1);
+    const Dib mask(tx_GetProjectiveMask(*source, corners.data(), to.data()));
+    test::failBitmapCreate(0);
+    ASSERT_NE(mask, nullptr);
+    const cv::Mat white(20, 20, CV_8UC1, cv::Scalar(255));
+    EXPECT_THAT(*mask, IsIdenticalTo(onBlack(white, corners.data(), to.data())));
 }
 
 TEST(WarpMemory, IsWhereTheOperationWasTold) {
