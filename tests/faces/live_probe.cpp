@@ -1,8 +1,8 @@
 // The live image with windows that are only told of: OpenCV's functions are replaced here.
 //   live_probe track KEY...   trackFace; the keys are what waitKey returns, one after the other
 //   live_probe camera         hasCamera
-// Prints a line for the camera, for each call of those, for each message, and the result. `displays` is the
-// number of connections that are held, `white` the rectangle of the white pixels.
+// Prints a line for the camera, for each call of those, for each message, and the result.
+// `displays` is the number of connections that are held, `white` the rectangle of white pixels.
 #include "faces/live/live.h"
 
 #include <afxwin.h>
