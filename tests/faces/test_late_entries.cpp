@@ -1,5 +1,5 @@
-// The way into the library of cameras and windows and back: the lookup by name and the entries, with
-// a stand-in behind them.
+// The way into the library of cameras and windows and back: the lookup by name and the entries,
+// with a stand-in behind them.
 #include "faces/live/live.h"
 #include "platform/system/late_library.h"
 #include "tests/support/environment.h"
