@@ -73,7 +73,7 @@ inline Two both(double value) {
 struct Four {
     Two low, high;
 
-    double operator[](std::size_t i) const {
+    double operator[](std::size_t i) const { // not low[i]: no index reads beyond two numbers
         const double all[] = {low[0], low[1], high[0], high[1]};
         return all[i];
     }

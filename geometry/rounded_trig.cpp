@@ -14,8 +14,8 @@ namespace {
 constexpr double tableEnd = 1.25; // radians
 constexpr double largestReduced = 1e6;
 
-// A sum of three doubles. The third counts for the cosines of about 2^-55, whose angles are as
-// close to the middle between two doubles as any.
+// A sum of three doubles. The third counts for small cosines, some of whose angles are very close
+// to the middle between two doubles. Next to half a turn, there are too few angles for that.
 struct Start {
     DoubleDouble angle;
     double rest = 0.0;

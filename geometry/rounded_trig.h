@@ -1,10 +1,13 @@
-// Sine, cosine and arc cosine, correctly rounded: each result is the double (or float) nearest to
-// the true value, so it is the same on every system. C libraries differ in the last place, and the
-// convergence search is defined to the last bit.
+// Sine, cosine and arc cosine, the same on every system: the double (or float) nearest to the true
+// value. C libraries differ in the last place, and the convergence search is defined to the last
+// bit.
 //
-// Of the C library, only the square root is used, which is correctly rounded everywhere. The tests
+// Only where the true value is within about 2^-104 of the middle between two doubles can the
+// result be the other neighbour. Three such arc cosines are known, and no sine or cosine. The tests
 // compare with a multiple-precision library: every angle that the search can visit, every float up
-// to 1.25, hundreds of thousands of others.
+// to 1.25, values that are known to be very close to a middle, hundreds of thousands of others.
+//
+// Of the C library, only functions are used that are exact or correctly rounded everywhere.
 #pragma once
 
 namespace tarvix {

@@ -38,8 +38,8 @@ struct Pair {
     T cosine;
 };
 
-// a + b as a double whose last bit says whether there was a rest: rounded once more, to fewer bits,
-// it gives what a + b gives. The rule is Boldo's and Melquiond's.
+// a + b or, if that is no double, the one of its two neighbours whose last bit is 1. Rounded once
+// more, to at least two bits fewer, it gives what a + b gives. The rule is Boldo's and Melquiond's.
 inline double roundedToOdd(double a, double b) {
     const DoubleDouble sum = exactSum(a, b);
     const bool isEven = (std::bit_cast<std::uint64_t>(sum.high) & 1) == 0;
@@ -50,8 +50,8 @@ inline double roundedToOdd(double a, double b) {
     return std::nextafter(sum.high, sum.low > 0.0 ? infinity : -infinity);
 }
 
-// The double nearest to a + b + rest, for |a| >= |b| or a == 0 and |rest| below 2^-105 |a|, also if
-// the sum is close to the middle between two doubles.
+// The double nearest to a + b + rest, also if the sum is close to the middle between two doubles.
+// The two must not nearly cancel, and the rest must be so small that it only decides such cases.
 inline double nearestOfSum(const DoubleDouble& a, const DoubleDouble& b, double rest) {
     const DoubleDouble high = exactSum(a.high, b.high);
     const DoubleDouble low = exactSum(a.low, b.low);
@@ -111,8 +111,8 @@ DoubleDouble polynomial(const DoubleDouble (&a)[N], const DoubleDouble& x) {
     return sum;
 }
 
-// By how much they exceed the table's, off by less than 2^-104. The first terms left out are r^12 /
-// 12! and r^13 / 13!.
+// By how much they exceed the table's, off by less than 2^-104 and, at k = 0, by less than 2^-100
+// of the difference. The first terms left out are r^13 / 13! and r^14 / 14!.
 inline Pair<DoubleDouble> accurateDifference(const TableEntry& at, const DoubleDouble& rest) {
     const DoubleDouble sineTerms[] = {{1.0},
                                       ratio(-1.0, 6.0),
@@ -120,8 +120,12 @@ inline Pair<DoubleDouble> accurateDifference(const TableEntry& at, const DoubleD
                                       ratio(-1.0, 5040.0),
                                       ratio(1.0, 362880.0),
                                       ratio(-1.0, 39916800.0)};
-    const DoubleDouble cosineTerms[] = {
-        {-0.5}, ratio(1.0, 24.0), ratio(-1.0, 720.0), ratio(1.0, 40320.0), ratio(-1.0, 3628800.0)};
+    const DoubleDouble cosineTerms[] = {{-0.5},
+                                        ratio(1.0, 24.0),
+                                        ratio(-1.0, 720.0),
+                                        ratio(1.0, 40320.0),
+                                        ratio(-1.0, 3628800.0),
+                                        ratio(1.0, 479001600.0)};
     const DoubleDouble square = rest * rest;
     const DoubleDouble s = rest * polynomial(sineTerms, square);
     const DoubleDouble less1 = square * polynomial(cosineTerms, square);

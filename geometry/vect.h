@@ -42,7 +42,7 @@ public:
 double AngleBetween(const CVect& a, const CVect& b);
 
 // Rotation matrices for column vectors. The one about x carries single-precision sine and cosine,
-// the other two double precision: on purpose. All of them are correctly rounded.
+// the other two double precision: on purpose. All of them are those of rounded_trig.h.
 cv::Matx33d RotationX(double angleDeg);
 cv::Matx33d RotationY(double angleDeg);
 cv::Matx33d RotationZ(double angleDeg);

@@ -1,8 +1,10 @@
-// The live image with windows that are only told of: OpenCV's functions are replaced here.
+// The live image with windows that only print what they are asked: OpenCV's functions are replaced
+// here, which needs OpenCV as shared libraries.
 //   live_probe track KEY...   trackFace; the keys are what waitKey returns, one after the other
 //   live_probe camera         hasCamera
-// Prints a line for the camera, for each call of those, for each message, and the result.
-// `displays` is the number of connections that are held, `white` the rectangle of white pixels.
+// Prints a line for the camera, for each call of a window's function, for each message, and the
+// result. `displays` is the number of connections that are held, `white` the rectangle of white
+// pixels.
 #include "faces/live/live.h"
 
 #include <afxwin.h>
@@ -11,6 +13,7 @@
 #include <opencv2/imgproc.hpp>
 #include <opencv2/videoio.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -23,12 +26,14 @@ char** nextKey = nullptr;
 class Host : public CWinApp {
 public:
     int DoMessageBox(LPCSTR text, UINT /*type*/, UINT /*helpId*/) override {
-        std::cout << "message " << std::string(text).find("!empty()") << std::endl;
+        std::string line = text;
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        std::cout << "message " << line << std::endl;
         return IDOK;
     }
 };
 
-int displays() {
+int openSockets() {
     int count = 0;
     for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code error;
@@ -36,6 +41,12 @@ int displays() {
         count += name.starts_with("socket:") ? 1 : 0;
     }
     return count;
+}
+
+const int inherited = openSockets();
+
+int displays() {
+    return openSockets() - inherited;
 }
 
 cv::Rect whitePixels(const cv::Mat& image) {
@@ -46,7 +57,7 @@ cv::Rect whitePixels(const cv::Mat& image) {
 
 } // namespace
 
-// The real one otherwise.
+// Prints, and does what the real one does.
 cv::VideoCapture::VideoCapture(int index, int backEnd) {
     std::cout << "camera " << index << ", back-end " << backEnd << '\n';
     *this = VideoCapture();

@@ -6,7 +6,8 @@
 #include "tests/support/program.h"
 #include "tests/support/x_server.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <opencv2/core/utility.hpp>
 #include <opencv2/objdetect.hpp>
 
 #include <filesystem>
@@ -40,6 +41,7 @@ std::string cascadeOfEverything(int size) {
 class LiveCalls : public testing::Test {
 protected:
     test::XServer display;
+    test::ScopedEnvironment platform{"QT_QPA_PLATFORM", std::nullopt};
     test::TempFolder folder;
     std::string program = test::copyProgram(TARVIX_LIVE_PROBE, folder.path());
 
@@ -58,7 +60,7 @@ protected:
     }
 };
 
-const std::string opened = "camera 0, back-end 0\n" // any
+const std::string opened = "camera 0, back-end 0\n" // CAP_ANY
                            "namedWindow TrackFace 1, displays 1\n";
 const std::string plainFrame =
     "imshow TrackFace, displays 0, white [0 x 0 from (0, 0)]\nwaitKey 30\n";
@@ -79,14 +81,17 @@ TEST_F(LiveCalls, AKeyOfCodeZeroEndsIt) {
     EXPECT_EQ(track({48, 40}, {"0"}), opened + plainFrame + closed + "result 1\n");
 }
 
+// Reading a cascade that is cut off throws.
 TEST_F(LiveCalls, TheWindowIsOpenBeforeTheCascadeIsRead) {
-    const std::string out = track({48, 40}, {});
-    EXPECT_TRUE(out.starts_with(opened + "message ")) << out;
-    EXPECT_TRUE(out.ends_with("\n" + closed + "result 0\n")) << out;
+    putCascade(cascadeOfEverything(9).substr(0, 200));
+    EXPECT_THAT(track({48, 40}, {}),
+                testing::MatchesRegex(opened + "message OpenCV[^\n]*parse[^\n]*\n" + closed +
+                                      "result 0\n"));
 }
 
-// The literal calls, in a frame in which a pixel more or less would be seen.
+// Compared with OpenCV's own calls, in a frame in which a pixel more or less would be seen.
 TEST_F(LiveCalls, TenByTenIsTheSmallestFace) {
+    cv::setNumThreads(1); // as the probe does: with more, the order of detections changes
     putCascade(cascadeOfEverything(9));
     cv::Size size(48, 0);
     const auto outlineOf = [&](const cv::Size& smallest) {
@@ -115,16 +120,20 @@ TEST_F(LiveCalls, TenByTenIsTheSmallestFace) {
                                       "\nwaitKey 30\n" + closed + "result 1\n");
 }
 
+void expectCamera(const std::string& result) {
+    const test::ProgramResult run = test::runProgram(TARVIX_LIVE_PROBE, {"camera"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "camera 0, back-end 0\nresult " + result + "\n");
+}
+
 TEST(HasCamera, IsWhetherTheFirstOneOpens) {
     {
         const EmulatedCamera camera({cv::Mat(40, 48, CV_8UC3, cv::Scalar())},
                                     AfterLastFrame::repeat);
-        EXPECT_EQ(test::runProgram(TARVIX_LIVE_PROBE, {"camera"}).out,
-                  "camera 0, back-end 0\nresult 1\n");
+        expectCamera("1");
     }
     const EmulatedCamera none;
-    EXPECT_EQ(test::runProgram(TARVIX_LIVE_PROBE, {"camera"}).out,
-              "camera 0, back-end 0\nresult 0\n");
+    expectCamera("0");
 }
 
 } // namespace

@@ -21,7 +21,7 @@ protected:
     }
 };
 
-// As the greater one first does, which needs fewer operations.
+// As orderedSum, which needs the larger one first and fewer operations.
 TEST_F(DoubleDoubles, SumsAreExactInEitherOrder) {
     for (int i = 0; i < 100000; ++i) {
         double a = any();

@@ -1,5 +1,5 @@
-// The correctly rounded functions, on every system. That they are correctly rounded is tested where
-// there is a multiple-precision library (test_rounded_trig_exactly.cpp).
+// The rounded functions, on every system. That they give the nearest double is tested where there
+// is a multiple-precision library (test_rounded_trig_exactly.cpp).
 #include "geometry/rounded_trig.h"
 #include "geometry/rounded_trig_detail.h"
 #include "tests/geometry/trig_inputs.h"
@@ -60,7 +60,7 @@ TEST(RoundedTrig, IsNotANumberWhereThereIsNone) {
     EXPECT_TRUE(std::isnan(roundedArcCosine(std::nextafter(-1.0, -2.0))));
 }
 
-// Libraries that round some of these to the other neighbour show that they are asked.
+// Many angles: that the library is asked shows only where it does not give the nearest double.
 TEST(RoundedTrig, IsTheCLibrarysBeyondAMillionRadians) {
     std::mt19937_64 random(8); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     for (int i = 0; i < 200000; ++i) {
@@ -68,6 +68,13 @@ TEST(RoundedTrig, IsTheCLibrarysBeyondAMillionRadians) {
         EXPECT_EQ(roundedSineCosine(angle).sine, std::sin(angle)) << std::hexfloat << angle;
         EXPECT_EQ(roundedSineCosine(angle).cosine, std::cos(angle)) << std::hexfloat << angle;
     }
+}
+
+// The true angles are within 2^-107 of the middle between these and the next doubles towards 0.
+TEST(RoundedTrig, IsTheOtherNeighbourOfThreeKnownArcCosines) {
+    EXPECT_EQ(roundedArcCosine(0x1.53ea6c7255e88p-4), 0x1.7cdacb6bbe708p+0);
+    EXPECT_EQ(roundedArcCosine(-0x1.52f06359672cdp-2), 0x1.e87ccc94ba418p+0);
+    EXPECT_EQ(roundedArcCosine(0x1.4182199998587p-1), 0x1.c8a538ae83d20p-1);
 }
 
 // 2^-53 is half the distance of 1 from the next double, 2^-54 that from the one before.

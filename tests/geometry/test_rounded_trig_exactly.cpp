@@ -1,4 +1,4 @@
-// The correctly rounded functions against a multiple-precision library, and the bounds that their
+// The rounded functions against a multiple-precision library, and the bounds that their
 // two roads claim.
 #include "geometry/rounded_trig.h"
 #include "geometry/rounded_trig_detail.h"
@@ -126,7 +126,8 @@ TEST(RoundedTrig, IsRoundedForManyCosines) {
     }
 }
 
-// The first of the two floats on whose middle the sine or cosine nearly is, is the wrong one.
+// The sine or cosine is so close to the middle between two floats that the quick value gives the
+// wrong one.
 TEST(RoundedTrig, IsRoundedForFloatsNextToTheMiddle) {
     for (const float angle : {0x1.d12e8cp-12F, 0x1.d12e8ep-12F, 0x1.d12e9p-12F, 0x1.ffff82p-13F,
                               0x1.ffff84p-13F, 0x1.ffff86p-13F}) {
@@ -149,8 +150,8 @@ void forNeighbours(double x, int steps, const Expect& expect) {
     }
 }
 
-// Small angles, whose cosine is 1 - x^2 / 2 + x^4 / 24, and the cosines of about 2^-55, whose angle
-// is pi/2 - x: there, the middle between two doubles is as close as it ever is.
+// The cosine of a small angle is nearly 1 - x^2 / 2, the angle of a small cosine nearly pi/2 - x:
+// such values come closer to the middle between two doubles than most.
 TEST(RoundedTrig, IsRoundedNextToTheMiddleOfTwoDoubles) {
     std::mt19937_64 random(6); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     Number middle;
@@ -166,6 +167,8 @@ TEST(RoundedTrig, IsRoundedNextToTheMiddleOfTwoDoubles) {
         mpfr_acos(inverse.get(), middle.get(), MPFR_RNDN);
         forNeighbours(inverse.nearest(), 2, [](double angle) { expectRounded(angle); });
     }
+    const double known = -0x1.124411a0ec32ep-5; // 2^-109 from a middle
+    EXPECT_EQ(roundedArcCosine(known), trueArcCosine(known));
     for (int i = -4; i < 4; ++i) {
         mpfr_const_pi(middle.get(), MPFR_RNDN);
         mpfr_div_2ui(middle.get(), middle.get(), 1, MPFR_RNDN);
@@ -196,9 +199,10 @@ TEST(RoundedTrig, SumsAreRoundedOnce) {
         return values.begin()[random() % values.size()];
     };
     for (int i = 0; i < 100000; ++i) {
-        const double unit = std::ldexp(1.0, static_cast<int>(random() % 60) - 30);
-        const double high = unit * uniform(random, 1.0, 2.0);
-        const DoubleDouble a{high, unit * oneOf({0.0, 0x1p-54, -0x1p-54, 0x1.8p-54, -0x1p-80})};
+        const double unit = std::ldexp(oneOf({1.0, -1.0}), static_cast<int>(random() % 60) - 30);
+        const double high = unit * oneOf({uniform(random, 1.0, 2.0), 1.0, 0.0});
+        const DoubleDouble a{
+            high, high == 0.0 ? 0.0 : unit * oneOf({0.0, 0x1p-54, -0x1p-54, 0x1.8p-54, -0x1p-80})};
         const double big =
             unit * oneOf({0.0, 0x1p-53, -0x1p-53, 0x1p-54, -0x1p-54, 0x1.1p-5, -0x1p-2});
         const DoubleDouble b{big, unit * oneOf({0.0, 0x1p-107, -0x1p-107, 0x1p-120, -0x1p-140})};
@@ -244,13 +248,20 @@ TEST(RoundedTrig, TheRoadsOfSineAndCosineAreAsGoodAsTheyClaim) {
     std::mt19937_64 random(3); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same at each run
     double closest = 0.0;
     for (int i = 0; i < 40000; ++i) {
-        const double angle = i % 4 == 0 ? uniform(random, 0.0, 0.02) : uniform(random, 0.0, 1.25);
+        const double angle = i % 4 == 0    ? uniform(random, 0.0, 0.02)
+                             : i % 16 == 1 ? std::ldexp(uniform(random, 1.0, 2.0),
+                                                        -static_cast<int>(random() % 40) - 8)
+                                           : uniform(random, 0.0, 1.25);
         const int k = nearestStep(angle);
-        const DoubleDouble rest{angle - k / stepsPerRadian};
+        const double low = i % 2 == 0 ? 0.0 : angle * uniform(random, -0x1p-54, 0x1p-54);
+        const DoubleDouble rest = exactSum(angle - k / stepsPerRadian, low);
+        Number exactly;
         Number sine;
         Number cosine;
-        sine.set(mpfr_sin, angle);
-        cosine.set(mpfr_cos, angle);
+        mpfr_set_d(exactly.get(), angle, MPFR_RNDN);
+        mpfr_add_d(exactly.get(), exactly.get(), low, MPFR_RNDN);
+        mpfr_sin(sine.get(), exactly.get(), MPFR_RNDN);
+        mpfr_cos(cosine.get(), exactly.get(), MPFR_RNDN);
         const Pair<Bounded> quick = quickSineCosine(table[k], rest);
         const double offSine = std::abs(sine.excessOver(quick.sine.value)) / quick.sine.error;
         const double offCosine =
@@ -261,6 +272,12 @@ TEST(RoundedTrig, TheRoadsOfSineAndCosineAreAsGoodAsTheyClaim) {
         const Pair<DoubleDouble> more = accurateDifference(table[k], rest);
         EXPECT_LE(std::abs(sine.excessOver(table[k].sine, more.sine)), 0x1p-104) << angle;
         EXPECT_LE(std::abs(cosine.excessOver(table[k].cosine, more.cosine)), 0x1p-104) << angle;
+        if (k == 0) {
+            EXPECT_LE(std::abs(sine.excessOver(more.sine)), 0x1p-100 * angle) << angle;
+            EXPECT_LE(std::abs(cosine.excessOver({1.0}, more.cosine)),
+                      0x1p-100 * std::abs(more.cosine.high))
+                << angle;
+        }
         const Pair<double> single = singleSineCosine(table[k], rest.high);
         EXPECT_LE(std::abs(sine.excessOver({single.sine})), 0x1p-49 * (k == 0 ? angle : 1.0));
         EXPECT_LE(std::abs(cosine.excessOver({single.cosine})), 0x1p-49);

@@ -1,4 +1,4 @@
-// Angles and cosines to test the correctly rounded functions with, the same on every system: each
+// Angles and cosines to test the rounded functions with, the same on every system: each
 // is drawn in a statement of its own, because compilers differ in the order of a call's arguments.
 #pragma once
 
