@@ -3,6 +3,7 @@
 Silent runs are remembered in CACHE, as run_cache.py says. A NOLINT in a comment counts.
 """
 
+import collections
 import concurrent.futures
 import json
 import pathlib
@@ -16,6 +17,7 @@ from run_cache import RunCache, content, digest, entries_of, rule_files
 
 ROOT, BUILD, CACHE = (pathlib.Path(argument) for argument in sys.argv[1:4])
 JOBS = int(sys.argv[4])
+TOGETHER = 12  # sources in one run
 WANTED = [ROOT / path for path in sys.argv[5:]] or [ROOT]
 
 
@@ -28,23 +30,6 @@ def without_precompiled_headers(words):
         elif word not in ("-Winvalid-pch", "-fpch-preprocess"):
             kept.append(word)
     return kept
-
-
-def included_files(entry):
-    """Every file that the source reads, from the preprocessor; None when it cannot say."""
-    words, flags = without_precompiled_headers(entry["words"])[1:], []
-    skip = False
-    for word in words:
-        if skip:
-            skip = False
-        elif word in ("-o", "-MF", "-MT", "-MQ"):
-            skip = True
-        elif word not in ("-c", "-MD", "-MMD"):
-            flags.append(word)
-    run = subprocess.run(["clang++", "-w", "-M", *flags], cwd=entry["directory"], capture_output=True, text=True)
-    if run.returncode != 0:
-        return None
-    return rule_files(run.stdout, entry["directory"])
 
 
 def header_filter():
@@ -60,22 +45,85 @@ def own_settings(source):
             if folder != ROOT and (folder / ".clang-tidy").exists()]
 
 
-def check(entry, settings, database, cache):
-    """Returns "unchanged", "silent" or the warnings."""
-    words = without_precompiled_headers(entry["words"])
-    base = digest(settings, *own_settings(entry["file"]), *map(cache.portable, [entry["file"], *words[1:]]))
-    if cache.is_silent(base):
-        return "unchanged"
-    started = time.time()
-    files = included_files(entry)
-    command = ["clang-tidy", "--quiet", "-p", str(database), f"--header-filter={header_filter()}", entry["file"]]
+class Source:
+    def __init__(self, entry, settings, cache):
+        self.entry, self.file = entry, entry["file"]
+        self.words = without_precompiled_headers(entry["words"])
+        self.own = own_settings(self.file)
+        self.base = digest(settings, *self.own, *map(cache.portable, [self.file, *self.words[1:]]))
+        self.is_unchanged = cache.is_silent(self.base)
+
+    def flags(self):
+        """What the compiler is told, but for the names of this source and of what is made of it."""
+        kept, skip = [], False
+        for word in self.words[1:]:
+            if skip:
+                skip = False
+            elif word in ("-o", "-MF", "-MT", "-MQ"):
+                skip = True
+            elif word not in ("-c", "-MD", "-MMD", self.file):
+                kept.append(word)
+        return tuple(kept)
+
+    def remember(self, cache, started):
+        """With every file that the source reads, from the preprocessor."""
+        run = subprocess.run(["clang++", "-w", "-M", *self.flags(), self.file], cwd=self.entry["directory"],
+                             capture_output=True, text=True)
+        if run.returncode == 0:
+            cache.remember(self.base, rule_files(run.stdout, self.entry["directory"]), started)
+
+
+def tidy(name, arguments):
+    """Warnings, or nothing."""
+    command = ["clang-tidy", "--quiet", f"--header-filter={header_filter()}", *arguments]
     run = subprocess.run(command, capture_output=True, text=True)
     if run.returncode != 0 or "warning:" in run.stdout or "error:" in run.stdout:
         how = f"signal {-run.returncode}" if run.returncode < 0 else f"status {run.returncode}"
-        return run.stdout or f"{entry['file']}: clang-tidy ended with {how}\n{run.stderr}"
-    if files is not None:
-        cache.remember(base, files, started)
-    return "silent"
+        return run.stdout or f"{name}: clang-tidy ended with {how}\n{run.stderr}"
+    return ""
+
+
+def check(source, database, cache):
+    """The warnings of one source."""
+    started = time.time()
+    warnings = tidy(source.file, ["-p", str(database), source.file])
+    if not warnings:
+        source.remember(cache, started)
+    return warnings
+
+
+def written_as_one(sources, path):
+    """One source of several. With #line, all of them is the main file, which is checked throughout."""
+    path.write_text("".join(f'#line 1 "{source.file}"\n{pathlib.Path(source.file).read_text()}\n' for source in sources))
+    return [str(path), "--", *sources[0].flags(), "-iquote", str(pathlib.Path(sources[0].file).parent)]
+
+
+def check_together(sources, folder, cache):
+    """The warnings of each source. Most of the time goes into the headers of the libraries, which several sources of
+    the same folder and flags read once together. Those that define a name that one before them has come next."""
+    warnings = []
+    while sources:
+        batch, later = sources, []
+        path = folder / f"{sources[0].base}.cpp"
+        while len(batch) > 1:
+            words = written_as_one(batch, path)
+            run = subprocess.run(["clang++", "-fsyntax-only", "-w", "-ferror-limit=0", *words[2:], words[0]],
+                                 cwd=batch[0].entry["directory"], capture_output=True, text=True)
+            wrong = {match[1] for match in re.finditer(r"^([^:\n]+):\d+:\d+: (?:fatal )?error:", run.stderr, re.MULTILINE)}
+            clashing = [source for source in batch if source.file in wrong] or (batch[1:] if run.returncode else [])
+            if not clashing:
+                break
+            later += clashing
+            batch = [source for source in batch if source not in clashing] or [later.pop(0)]
+        started = time.time()
+        settings = ["--config-file", str(ROOT / ".clang-tidy"), "--checks=-readability-duplicate-include"]
+        if len(batch) > 1 and not tidy(path.name, [*settings, *written_as_one(batch, path)]):
+            for source in batch:
+                source.remember(cache, started)
+        else:
+            warnings += [check(source, folder, cache) for source in batch]
+        sources = later
+    return warnings
 
 
 def main():
@@ -90,25 +138,27 @@ def main():
         if not any(pathlib.Path(source).is_relative_to(path) for source in entries):
             sys.exit(f"tarvix: no source of {path} in {BUILD}/compile_commands.json")
 
-    counts = {"unchanged": 0, "silent": 0}
+    sources = [Source(entry, settings, cache) for entry in entries.values()]
+    changed = [source for source in sources if not source.is_unchanged]
+    groups = collections.defaultdict(list)
+    for source in changed:
+        groups[pathlib.Path(source.file).parent, source.flags(), source.file if source.own else ""].append(source)
+    batches = [group[i:i + TOGETHER] for group in groups.values() for i in range(0, len(group), TOGETHER)]
     bad = 0
     shown = set()
-    with tempfile.TemporaryDirectory() as database, concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
-        commands = [{"directory": entry["directory"], "file": entry["file"],
-                     "arguments": without_precompiled_headers(entry["words"])} for entry in entries.values()]
-        (pathlib.Path(database) / "compile_commands.json").write_text(json.dumps(commands))
-        futures = [pool.submit(check, entry, settings, database, cache) for entry in entries.values()]
+    with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+        commands = [{"directory": source.entry["directory"], "file": source.file, "arguments": source.words}
+                    for source in sources]
+        (pathlib.Path(folder) / "compile_commands.json").write_text(json.dumps(commands))
+        futures = [pool.submit(check_together, batch, pathlib.Path(folder), cache)
+                   for batch in sorted(batches, key=len, reverse=True)]
         for future in concurrent.futures.as_completed(futures):
-            result = future.result()
-            if result in counts:
-                counts[result] += 1
-                continue
-            bad += 1
-            if result not in shown:
-                shown.add(result)
-                print(result, end="", flush=True)
-    checked = counts["silent"] + bad
-    print(f"==> clang-tidy: {len(entries)} sources, {checked} checked, {counts['unchanged']} unchanged, "
+            for warnings in filter(None, future.result()):
+                bad += 1
+                if warnings not in shown:
+                    shown.add(warnings)
+                    print(warnings, end="", flush=True)
+    print(f"==> clang-tidy: {len(sources)} sources, {len(changed)} checked, {len(sources) - len(changed)} unchanged, "
           f"{bad} not silent")
     return 1 if bad else 0
 
