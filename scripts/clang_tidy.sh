@@ -5,6 +5,8 @@
 #   scripts/clang_tidy.sh [BUILD_FOLDER [PATH...]]
 # BUILD_FOLDER is build/release by default and is configured first if it is missing. With PATHs (host,
 # bridge/guard.cpp), only sources there are checked.
+# Sources of one folder with the same flags are checked as one at first, without the check for headers that are included
+# twice.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 for tool in clang-tidy clang++ python3; do
